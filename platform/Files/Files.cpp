@@ -142,3 +142,22 @@ OSErr FSFindFolder(short vRefNum, OSType folderType, Boolean createFolder, FSRef
   if (err != noErr) return static_cast<OSErr>(err);
   return isDirectory ? noErr : static_cast<OSErr>(dirNFErr);
 }
+
+namespace {
+void SetName(HFSUniStr255* out, char const* ascii) {
+  *out = HFSUniStr255{};
+  for (; ascii[out->length] != 0; ++out->length) out->unicode[out->length] = UniChar(ascii[out->length]);
+}
+}  // namespace
+
+OSErr FSGetDataForkName(HFSUniStr255* dataForkName) {
+  if (!dataForkName) return paramErr;
+  SetName(dataForkName, "");
+  return noErr;
+}
+
+OSErr FSGetResourceForkName(HFSUniStr255* resourceForkName) {
+  if (!resourceForkName) return paramErr;
+  SetName(resourceForkName, "RESOURCE_FORK");
+  return noErr;
+}

@@ -45,3 +45,13 @@ OSStatus FSRefMakePath(FSRef const* ref, UInt8* path, UInt32 maxPathSize);
 
 // noErr while the referenced object still exists with the same identity.
 OSErr FSRefValidate(FSRef const* ref);
+
+// A file name as the file system takes it: up to 255 UTF-16 units.
+struct HFSUniStr255 {
+  UInt16 length;
+  UniChar unicode[255];
+};
+
+// The names of the two forks a file has: the data fork (its bytes) and the resource fork.
+OSErr FSGetDataForkName(HFSUniStr255* dataForkName);
+OSErr FSGetResourceForkName(HFSUniStr255* resourceForkName);

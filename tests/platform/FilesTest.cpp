@@ -106,3 +106,16 @@ TEST(Files, UnknownFolderTypeIsNotFound) {
   EXPECT_EQ(fnfErr, FSFindFolder(kUserDomain, FOUR_CHAR_CODE("zzzz"), kCreateFolder, &ref));
   EXPECT_EQ(paramErr, FSFindFolder(kUserDomain, kLogsFolderType, kCreateFolder, nullptr));
 }
+
+TEST(Files, ForkNames) {
+  HFSUniStr255 name{};
+  name.length = 9;
+  ASSERT_EQ(noErr, FSGetDataForkName(&name));
+  EXPECT_EQ(0, name.length);
+  ASSERT_EQ(noErr, FSGetResourceForkName(&name));
+  ASSERT_EQ(13, name.length);
+  EXPECT_EQ(UniChar('R'), name.unicode[0]);
+  EXPECT_EQ(UniChar('K'), name.unicode[12]);
+  EXPECT_EQ(0, name.unicode[13]);
+  EXPECT_EQ(paramErr, FSGetDataForkName(nullptr));
+}
