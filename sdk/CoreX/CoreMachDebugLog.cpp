@@ -210,6 +210,14 @@ std::string CoreMachDebugFunctionName(char const* prettyFunction) {
 
 std::string CoreMachDebugSourceName(char const* sourceFile) {
   std::string_view s = sourceFile ? sourceFile : "";
+  // ccache may hand the compiler a path relative to the build folder ("../../sdk/...");
+  // it names the same module as "/Code/sdk/...".
+  std::string rooted;
+  if (s.rfind("/Code/", 0) != 0 && !s.empty() && s.front() != '/') {
+    while (s.rfind("./", 0) == 0 || s.rfind("../", 0) == 0) s.remove_prefix(s.find('/') + 1);
+    rooted = "/Code/" + std::string(s);
+    s = rooted;
+  }
   if (auto const dot = s.rfind('.'); dot != std::string_view::npos && s.find('/', dot) == std::string_view::npos)
     s = s.substr(0, dot);
   if (s.rfind("/Code/app/", 0) == 0) {

@@ -225,4 +225,7 @@ TEST(CoreMachDebugSourceName, LibraryModulesByBuildPathApplicationModulesByName)
   EXPECT_EQ("/Code/sdk/CoreX/Core_FSRef_inl", CoreMachDebugSourceName("/Code/sdk/CoreX/Core_FSRef_inl.h"));
   EXPECT_EQ("CocoaMain", CoreMachDebugSourceName("/Code/app/CocoaMain.cpp"));
   EXPECT_EQ("/Code/dir.d/file", CoreMachDebugSourceName("/Code/dir.d/file"));
+  // Relative to a build folder inside the tree, as a compiler cache may pass it.
+  EXPECT_EQ("/Code/sdk/CoreX/CoreUnixPath", CoreMachDebugSourceName("../../sdk/CoreX/CoreUnixPath.cpp"));
+  EXPECT_EQ("CocoaMain", CoreMachDebugSourceName("../app/CocoaMain.cpp"));
 }
