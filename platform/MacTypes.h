@@ -55,8 +55,12 @@ constexpr OSErr unimpErr = -4;
 constexpr OSErr kTECOutputBufferFullStatus = -8785;
 constexpr OSErr kTextUnsupportedEncodingErr = -8738;
 constexpr OSErr kTextMalformedInputErr = -8739;
+constexpr OSErr kTextUndefinedElementErr = -8740;
+constexpr OSErr kTECNoConversionPathErr = -8749;
 constexpr OSErr kTECPartialCharErr = -8753;
+constexpr OSErr kTECUnmappableElementErr = -8754;
 constexpr OSErr gestaltUnknownErr = -5550;
+constexpr OSErr gestaltUndefSelectorErr = -5551;
 
 constexpr Boolean kDontCreateFolder = 0;
 constexpr Boolean kCreateFolder = 1;

@@ -12,6 +12,7 @@ using CFIndex = long;
 using CFTypeID = unsigned long;
 using CFOptionFlags = unsigned long;
 using CFHashCode = unsigned long;
+constexpr CFIndex kCFNotFound = -1;
 
 struct CFRange {
   CFIndex location;
@@ -78,12 +79,17 @@ CFStringRef CFStringCreateCopy(CFAllocatorRef, CFStringRef string);
 CFIndex CFStringGetLength(CFStringRef string);  // UTF-16 units
 UniChar CFStringGetCharacterAtIndex(CFStringRef string, CFIndex index);
 void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer);
-// Whole string into buffer, zero-terminated; false when it does not fit or cannot be
-// represented in the encoding.
+// Whole string into buffer, zero-terminated (UTF-16 / UTF-32 with a terminator as wide as
+// one unit, no byte-order mark); false when it does not fit or cannot be represented in
+// the encoding.
 Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
                            CFStringEncoding encoding);
+// The bytes a string was made from, when it was made from 8-bit text in this encoding (or
+// plain ASCII asked in any 8-bit encoding); otherwise null.
 char const* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding);
+// Bytes the longest conversion of length UTF-16 units can take (kCFNotFound on overflow).
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
+// NeXTSTEP Latin and non-lossy ASCII have no converter here and report unavailable.
 Boolean CFStringIsEncodingAvailable(CFStringEncoding encoding);
 CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompareFlags options);
 // A string constant that lives for the whole process (never freed, release is ignored).
