@@ -1,5 +1,7 @@
 #include "Files.h"
 
+#include "FilesInternal.h"
+
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -11,20 +13,7 @@
 
 namespace {
 
-OSErr ErrFromErrno(int e) {
-  switch (e) {
-    case ENOENT: return fnfErr;
-    case ENOTDIR: return dirNFErr;
-    case EACCES:
-    case EPERM: return permErr;
-    case EROFS: return wPrErr;
-    case ENOSPC: return dskFulErr;
-    case ENAMETOOLONG: return errFSNameTooLong;
-    case EEXIST: return dupFNErr;
-    case EBUSY: return fBsyErr;
-    default: return ioErr;
-  }
-}
+using files_internal::ErrFromErrno;
 
 std::string Home() {
   char const* home = std::getenv("HOME");
@@ -71,10 +60,22 @@ bool FolderPathFor(short domain, OSType type, std::string& out) {
         out = t && t[0] == '/' ? t : "/tmp";
         return true;
       }
+      case kTaveloComponentsFolderType:
+        out = XdgBase("XDG_DATA_HOME", ".local/share") + "/tavelo";
+        return true;
       default: break;
     }
   }
   if (domain == kSystemDomain && type == kTemporaryFolderType) { out = "/tmp"; return true; }
+  // Frameworks are shared objects: the system's multiarch library folder, and /usr/local/lib.
+  if (type == kFrameworksFolderType && (domain == kSystemDomain || domain == kLocalDomain)) {
+    out = domain == kSystemDomain ? "/usr/lib/" TAVELO_LIBRARY_ARCHITECTURE : "/usr/local/lib";
+    return true;
+  }
+  if (type == kTaveloComponentsFolderType && (domain == kSystemDomain || domain == kLocalDomain)) {
+    out = domain == kSystemDomain ? "/usr/lib/tavelo" : "/usr/local/lib/tavelo";
+    return true;
+  }
   return false;
 }
 

@@ -1,0 +1,132 @@
+// The toolkit bitmap: a rectangle of pixels, rows from the top, with its picture-file
+// representations (JPEG, PNG, TIFF). Owns its pixels or borrows the caller's.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QVariantMap>
+
+#include <cstdint>
+#include <memory>
+
+#include "MacTypes.h"
+
+class QRectF;
+class QWidget;
+using CGDirectDisplayID = std::uint32_t;
+
+enum NSBitmapImageFileType {
+  NSTIFFFileType = 0,
+  NSBMPFileType = 1,
+  NSGIFFileType = 2,
+  NSJPEGFileType = 3,
+  NSPNGFileType = 4,
+  NSJPEG2000FileType = 5,
+};
+
+// Property keys of representationUsingType.
+extern QString const NSImageCompressionFactor;  // number 0.0 (smallest) .. 1.0 (best)
+extern QString const NSImageInterlaced;         // bool; PNG is always written non-interlaced
+
+// Picture types of the quick-save writer.
+using QuikSaveImageType = SInt32;
+enum : QuikSaveImageType {
+  QuikSaveImageType_JPEG = 0,
+  QuikSaveImageType_PNG = 1,
+  QuikSaveImageType_TIFF = 2,
+};
+
+class NSBitmapImageRep {
+ public:
+  NSBitmapImageRep() = default;
+  // Null data: the bitmap allocates (zeroed) and owns its pixels; bytesPerRow 0 means
+  // packed rows. Otherwise the pixels are borrowed and must outlive the bitmap.
+  // Supported: 8 bits per sample, 1 to 4 samples per pixel, chunky.
+  NSBitmapImageRep(unsigned char* data, long width, long height, long bitsPerSample,
+                   long samplesPerPixel, bool hasAlpha, long bytesPerRow, long bitsPerPixel);
+  NSBitmapImageRep(NSBitmapImageRep const&) = delete;
+  NSBitmapImageRep& operator=(NSBitmapImageRep const&) = delete;
+
+  bool Construct(unsigned char* data, long width, long height, long bitsPerSample,
+                 long samplesPerPixel, bool hasAlpha, long bytesPerRow, long bitsPerPixel);
+  void Empty();
+  bool IsConstructed() const { return mData != nullptr; }
+
+  long pixelsWide() const { return mWidth; }
+  long pixelsHigh() const { return mHeight; }
+  long bitsPerSample() const { return mBitsPerSample; }
+  long samplesPerPixel() const { return mSamplesPerPixel; }
+  bool hasAlpha() const { return mHasAlpha; }
+  long bitsPerPixel() const { return mBitsPerPixel; }
+  long bytesPerRow() const { return mBytesPerRow; }
+  unsigned char* bitmapData() const { return mData; }
+  bool ownsData() const { return mOwned != nullptr; }
+
+  // Encoded picture, or a null array when the bitmap cannot be encoded that way.
+  // JPEG and PNG use libjpeg-turbo and libpng directly; TIFF goes through Qt's writer.
+  QByteArray representationUsingType(NSBitmapImageFileType type, QVariantMap const& properties) const;
+  QByteArray TIFFRepresentation() const;
+
+  // Quick-save writer (NSBitmapImageRep_QuickSaveFile.cpp).
+  bool saveAsJPEG(QString const& inOutputFileName) const;
+  bool saveAsJPEG(QString const& inOutputFileName, float compressionFactor) const;
+  bool saveAsPNG(QString const& inOutputFileName) const;
+  bool saveAsTIFF(QString const& inOutputFileName) const;
+  bool saveToPictureFileName(QString const& inFilePathName, QuikSaveImageType type) const;
+  QString nextNumberedFileNameString(char const* inNameFormatString, QuikSaveImageType type) const;
+  bool saveToNextNumberedFileName(char const* inNameFormatString, QuikSaveImageType type) const;
+  bool saveToNextNumberedFileName(char const* inNameFormatString) const;
+
+  static void setQuikCreatorPreviewApp();
+  static void setQuikCreatorQuickTimeApp();
+  static void setQuikCreatorPhotoshopApp();
+  static void setQuikCreatoriPhotoApp();
+  static void setQuikCreatorCode(UInt32 creator);
+  static UInt32 defaultQuikCreatorCode();
+  static void setQuikSaveImageType(QuikSaveImageType type);
+  static QuikSaveImageType defaultQuikSaveImageType();
+  static int defaultQuikSaveLocation();
+  static bool setQuikSaveLocation(int folder);
+  static bool setQuickSaveFolderUnixPathUTF8(char const* quickSaveFolderUnixPath);
+  static bool setQuickSaveFolderUnixPath(QString const& quickSaveFolderUnixPath);
+  static QString quickSaveFolderUnixPath();
+  static bool setGrabFolderSubDirectory(QString const& subDirectory);
+
+  // --- OpenGLAdditions (NSBitmapImageRep_OpenGLCategory.cpp): screen read-back and crop ---
+  // Rectangles are in screen coordinates, origin bottom-left. Read-backs are R, G, B, 255
+  // pixels, 3 samples (4 with alpha) in 32 bits, rows from the top.
+  static std::shared_ptr<NSBitmapImageRep> bitmapWithOpenGLViewportContents(
+      QRectF* outViewportRect, bool hasAlpha, bool flipHorizontal);
+  static std::shared_ptr<NSBitmapImageRep> bitmapWithOpenGLViewportContents(QRectF* outViewportRect,
+                                                                           bool hasAlpha);
+  static std::shared_ptr<NSBitmapImageRep> bitmapWithOpenGLViewportContents();
+  static std::shared_ptr<NSBitmapImageRep> bitmapWithScreenPixels(CGDirectDisplayID displayID,
+                                                                  QRectF* outViewportRect);
+  static std::shared_ptr<NSBitmapImageRep> bitmapWithScreenPixels(CGDirectDisplayID displayID);
+  static std::shared_ptr<NSBitmapImageRep> bitmapWithScreenPixelsGrabViewFrame(QWidget* view);
+  static std::shared_ptr<NSBitmapImageRep> bitmapCroppedWithRect(NSBitmapImageRep const* bitmap,
+                                                                 QRectF const& rect);
+  // Where no X screen can be read, grabs see this window's own pixels (null: none).
+  static void setScreenFallbackWindow(QWidget* window);
+  unsigned char* getStartOfScanLine(long row) const;
+  unsigned char* getStartOfScanLine(long row, long x) const;
+  void flipVerticalAndSwizzle_BGRX_to_RGBA(bool flipHorizontal);
+  // --- end OpenGLAdditions ---
+
+ private:
+  long mWidth = 0;
+  long mHeight = 0;
+  long mBitsPerSample = 0;
+  long mSamplesPerPixel = 0;
+  bool mHasAlpha = false;
+  long mBitsPerPixel = 0;
+  long mBytesPerRow = 0;
+  unsigned char* mData = nullptr;
+  std::unique_ptr<unsigned char[]> mOwned;
+};
+
+// Stamps the file with the classic type of the picture type and the default creator.
+bool SetFileTypeCreatorCode(char const* in_pathname, QuikSaveImageType type);
+
+bool import_NSBitmapImageRep_QuickSaveFile();
+bool import_NSBitmapImageRep_OpenGLCategory();
