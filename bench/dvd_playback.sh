@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# The DVD playback service against ffmpeg and mpv on the authored 60-second NTSC title,
+# side by side in one run: decoding flat out (CPU time), open to first picture (wall time),
+# and real-time playback for 60 s (CPU time). Builds in release mode and authors the test
+# discs into the build tree: bench/dvd_playback.sh [build-dir [extra cmake options...]]
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+dir=${1:-$root/build-bench}
+export CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=1
+cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTAVELO_BENCH=ON \
+      -DTAVELO_TESTS=OFF -DCMAKE_CXX_COMPILER_LAUNCHER=ccache \
+      -DCMAKE_C_COMPILER_LAUNCHER=ccache "${@:2}" >/dev/null
+cmake --build "$dir" --target bench_dvd_playback
+discs=$dir/discs
+"$root/tests/media/author-discs" "$discs"
+export XDG_RUNTIME_DIR=${XDG_RUNTIME_DIR:-$(mktemp -d)}
+python3 - "$dir/bench/bench_dvd_playback" "$discs/long" <<'PY'
+import json, os, resource, statistics, subprocess, sys, time
+
+bench, disc = sys.argv[1], sys.argv[2]
+vob = os.path.join(disc, "VIDEO_TS", "VTS_01_1.VOB")
+
+def child_cpu(cmd):
+    """Runs cmd to the end; answers its CPU seconds (user + system) and its output."""
+    before = resource.getrusage(resource.RUSAGE_CHILDREN)
+    out = subprocess.run(cmd, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                         stdin=subprocess.DEVNULL, text=True).stdout
+    after = resource.getrusage(resource.RUSAGE_CHILDREN)
+    cpu = (after.ru_utime - before.ru_utime) + (after.ru_stime - before.ru_stime)
+    return cpu, out
+
+def wall(cmd):
+    start = time.monotonic()
+    out = subprocess.run(cmd, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                         stdin=subprocess.DEVNULL, text=True).stdout
+    return time.monotonic() - start, out
+
+# 1. Decoding flat out: demultiplex + MPEG-2 + AC-3, one thread, whole 60 s title.
+env = dict(os.environ, TAVELO_BENCH_VOB=vob)
+report = json.loads(subprocess.run([bench, "--benchmark_format=json"], check=True, env=env,
+                                   stdout=subprocess.PIPE, text=True).stdout)
+run = report["benchmarks"][0]
+ours = run["cpu_time"] / 1000.0
+ffmpeg = statistics.median(child_cpu(["ffmpeg", "-nostdin", "-threads", "1", "-i", vob,
+                                      "-f", "null", "-"])[0] for _ in range(3))
+print(f"decode 60 s title, CPU s: ours {ours:.3f} ({int(run['pictures'])} pictures), "
+      f"ffmpeg -threads 1 {ffmpeg:.3f}, ratio ours/ffmpeg {ours / ffmpeg:.2f}")
+
+# 2. Open to first picture, whole processes (ours also reports open->picture inside).
+inner, ours_wall, ff_wall = [], [], []
+for _ in range(5):
+    t, out = wall([bench, "first-picture", disc])
+    ours_wall.append(t)
+    inner.append(float(out.split()[0]))
+    ff_wall.append(wall(["ffmpeg", "-nostdin", "-i", vob, "-frames:v", "1", "-f", "null", "-"])[0])
+o, f = statistics.median(ours_wall), statistics.median(ff_wall)
+print(f"open to first picture, wall ms (median of 5): ours {o * 1000:.1f} "
+      f"(DVDOpenMediaFile to picture {statistics.median(inner):.1f}), "
+      f"ffmpeg -frames:v 1 {f * 1000:.1f}, ratio ours/ffmpeg {o / f:.2f}")
+
+# 3. Real-time playback for 60 s.
+cpu, out = child_cpu([bench, "play", disc, "60"])
+pictures = int(out.split()[1])
+mpv, _ = child_cpu(["mpv", "--no-config", "--ao=null", "--vo=null", "--really-quiet", vob])
+print(f"real-time playback 60 s, CPU s: ours {cpu:.3f} ({pictures} pictures presented), "
+      f"mpv {mpv:.3f}, ratio ours/mpv {cpu / mpv:.2f}")
+PY

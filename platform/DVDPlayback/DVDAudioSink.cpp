@@ -1,0 +1,226 @@
+#include "DVDAudioSink.h"
+
+#include "DVDNullAudioSink.h"
+
+#include <pulse/error.h>
+#include <pulse/simple.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace dvd {
+
+namespace {
+
+constexpr int kDefaultRate = 48000;
+// Sound later than this is dropped rather than played out of step with the picture.
+constexpr int64_t kLateLimit = DVDClock::kTicksPerSecond * 40 / 1000;
+// The device may steer the clock by this much; further off (starting, a stall) the sound
+// is placed again on the clock instead.
+constexpr int64_t kSteerLimit = DVDClock::kTicksPerSecond / 10;
+
+pa_simple* OpenStream(int rate) {
+  pa_sample_spec spec{};
+  spec.format = PA_SAMPLE_S16LE;
+  spec.rate = uint32_t(rate);
+  spec.channels = 2;
+  // A short device buffer keeps pause and jumps prompt.
+  pa_buffer_attr attr{};
+  attr.maxlength = uint32_t(-1);
+  attr.tlength = uint32_t(rate / 10 * 4);
+  attr.prebuf = uint32_t(-1);
+  attr.minreq = uint32_t(-1);
+  attr.fragsize = uint32_t(-1);
+  int error = 0;
+  return pa_simple_new(nullptr, "Tavelo", PA_STREAM_PLAYBACK, nullptr, "DVD", &spec, nullptr,
+                       &attr, &error);
+}
+
+class DVDPulseAudioSink : public DVDAudioSink {
+ public:
+  DVDPulseAudioSink(DVDClock& clock, pa_simple* stream)
+      : mClock(clock), mStream(stream), mThread([this] { Run(); }) {}
+
+  ~DVDPulseAudioSink() override {
+    {
+      std::lock_guard<std::mutex> g(mMutex);
+      mQuit = true;
+    }
+    mWake.notify_all();
+    mThread.join();
+    if (mStream) pa_simple_free(mStream);
+  }
+
+  void Push(int64_t at, int rate, int16_t const* samples, size_t frames) override {
+    std::lock_guard<std::mutex> g(mMutex);
+    mQueue.push_back({at, rate, std::vector<int16_t>(samples, samples + frames * 2)});
+    mWake.notify_all();
+  }
+
+  void Flush() override {
+    std::lock_guard<std::mutex> g(mMutex);
+    mQueue.clear();
+    mFlushDevice = true;
+    mWake.notify_all();
+  }
+
+  void Hold(bool hold) override {
+    std::lock_guard<std::mutex> g(mMutex);
+    mHeld = hold;
+    // Pausing stops what the device still holds at once.
+    if (hold) mFlushDevice = true;
+    mWake.notify_all();
+  }
+
+  void Shift(int64_t ticks) override {
+    std::lock_guard<std::mutex> g(mMutex);
+    for (auto& p : mQueue) p.at += ticks;
+  }
+
+  void SetVolume(UInt16 volume, bool muted) override {
+    std::lock_guard<std::mutex> g(mMutex);
+    mVolume = volume;
+    mMuted = muted;
+  }
+
+  int64_t Delivered() override {
+    std::lock_guard<std::mutex> g(mMutex);
+    return mDelivered;
+  }
+
+  bool IsDevice() const override { return true; }
+
+ private:
+  struct Piece {
+    int64_t at;
+    int rate;
+    std::vector<int16_t> samples;
+  };
+
+  void Run() {
+    std::unique_lock<std::mutex> lk(mMutex);
+    int rate = kDefaultRate;
+    int64_t writtenUntil = -1;  // clock time the device's buffer runs to
+    while (!mQuit) {
+      if (mFlushDevice) {
+        mFlushDevice = false;
+        writtenUntil = -1;
+        lk.unlock();
+        pa_simple_flush(mStream, nullptr);
+        lk.lock();
+        mClock.FollowAudio(false, 0);
+        continue;
+      }
+      if (mHeld || mQueue.empty()) {
+        // Run dry: the system clock takes over until sound comes again.
+        if (writtenUntil >= 0 && mClock.Now() > writtenUntil) {
+          writtenUntil = -1;
+          mClock.FollowAudio(false, 0);
+        }
+        mWake.wait_for(lk, std::chrono::milliseconds(20));
+        continue;
+      }
+      Piece& head = mQueue.front();
+      int64_t const now = mClock.Now();
+      int64_t const duration = int64_t(head.samples.size() / 2) * DVDClock::kTicksPerSecond /
+                               head.rate;
+      if (head.at + duration < now - kLateLimit) {
+        mQueue.pop_front();
+        continue;
+      }
+      if (writtenUntil < 0) {
+        // Starting from idle: the first sample should be heard at its time.
+        int64_t const lead = DVDClock::kTicksPerSecond / 20;
+        if (head.at - lead > now) {
+          mWake.wait_for(lk, std::chrono::microseconds((head.at - lead - now) * 100 / 9));
+          continue;
+        }
+      }
+      Piece piece = std::move(head);
+      mQueue.pop_front();
+      UInt16 const volume = mVolume;
+      bool const muted = mMuted;
+      lk.unlock();
+      if (piece.rate != rate) {
+        pa_simple_drain(mStream, nullptr);
+        pa_simple_free(mStream);
+        rate = piece.rate;
+        mStream = OpenStream(rate);
+      }
+      bool ok = mStream != nullptr;
+      if (ok) {
+        ApplyVolume(piece.samples.data(), piece.samples.size(), volume, muted);
+        ok = pa_simple_write(mStream, piece.samples.data(), piece.samples.size() * 2, nullptr) >= 0;
+      }
+      pa_usec_t latency = 0;
+      if (ok) latency = pa_simple_get_latency(mStream, nullptr);
+      lk.lock();
+      if (!ok) {
+        // The server went away: keep time on the system clock, drop the sound.
+        mClock.FollowAudio(false, 0);
+        writtenUntil = -1;
+        mQueue.clear();
+        if (!mStream) mWake.wait_for(lk, std::chrono::milliseconds(200));
+        if (!mStream) {
+          lk.unlock();
+          mStream = OpenStream(rate);
+          lk.lock();
+        }
+        continue;
+      }
+      int64_t const start = writtenUntil >= 0 ? std::max(writtenUntil, piece.at) : piece.at;
+      writtenUntil = start + duration;
+      mDelivered += int64_t(piece.samples.size() / 2);
+      // What is heard now is what was written, less what the device still holds.
+      int64_t const held = int64_t(latency) * 9 / 100;
+      int64_t const heard = writtenUntil - held;
+      int64_t const error = heard - mClock.Now();
+      if (error > kSteerLimit || error < -kSteerLimit) {
+        writtenUntil = mClock.Now() + held;
+        mClock.FollowAudio(false, 0);
+      } else {
+        mClock.FollowAudio(!muted && !mHeld, heard);
+      }
+    }
+  }
+
+  DVDClock& mClock;
+  pa_simple* mStream;
+  std::mutex mMutex;
+  std::condition_variable mWake;
+  std::deque<Piece> mQueue;
+  bool mQuit = false;
+  bool mHeld = false;
+  bool mFlushDevice = false;
+  UInt16 mVolume = 255;
+  bool mMuted = false;
+  int64_t mDelivered = 0;
+  std::thread mThread;
+};
+
+}  // namespace
+
+void DVDAudioSink::ApplyVolume(int16_t* samples, size_t count, UInt16 volume, bool muted) {
+  if (muted) {
+    std::fill_n(samples, count, int16_t(0));
+    return;
+  }
+  if (volume >= 255) return;
+  for (size_t i = 0; i < count; ++i) samples[i] = int16_t(samples[i] * int(volume) / 255);
+}
+
+std::unique_ptr<DVDAudioSink> DVDAudioSink::Create(DVDClock& clock) {
+  // A device cannot follow the manual clock.
+  if (!clock.IsManual()) {
+    if (pa_simple* const stream = OpenStream(kDefaultRate)) {
+      return std::make_unique<DVDPulseAudioSink>(clock, stream);
+    }
+  }
+  return std::make_unique<DVDNullAudioSink>(clock);
+}
+
+}  // namespace dvd

@@ -1,0 +1,52 @@
+// The clock that playback is paced against, in 90 kHz ticks (the stream's time unit).
+// The system clock runs in real time and, while sound plays, follows the audio device so
+// that picture and navigation keep step with what is heard; the manual clock moves only
+// when told to, so tests play a title through without waiting for it.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+
+namespace dvd {
+
+class DVDClock {
+ public:
+  static constexpr int64_t kTicksPerSecond = 90000;
+
+  explicit DVDClock(bool manual);
+
+  bool IsManual() const { return mManual; }
+  int64_t Now() const;
+
+  // Blocks on cv (locked by lk) until Now() reaches deadline or stop() is true; true
+  // when the deadline was reached.
+  bool WaitUntil(std::unique_lock<std::mutex>& lk, std::condition_variable& cv, int64_t deadline,
+                 std::function<bool()> const& stop) const;
+
+  // Manual clock only: moves time forward and calls the listeners so waiters look again.
+  void Advance(int64_t ticks);
+  int AddListener(std::function<void()> listener);
+  void RemoveListener(int id);
+
+  // System clock only: while following, heard is the clock time of the sound being heard
+  // now and the clock is steered towards it (callers pass small differences only); not
+  // following leaves the clock where it is.
+  void FollowAudio(bool following, int64_t heard);
+  bool IsFollowingAudio() const { return mFollowing.load(); }
+
+ private:
+  bool mManual;
+  int64_t mOrigin;  // steady-clock nanoseconds at construction
+  std::atomic<int64_t> mOffset{0};
+  std::atomic<bool> mFollowing{false};
+  mutable std::mutex mMutex;
+  int64_t mManualNow = 0;
+  int mNextListener = 1;
+  std::map<int, std::function<void()>> mListeners;
+};
+
+}  // namespace dvd

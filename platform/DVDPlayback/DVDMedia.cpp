@@ -1,0 +1,164 @@
+#include "DVDMedia.h"
+
+#include <dvdread/dvd_reader.h>
+#include <dvdread/ifo_read.h>
+
+#include <cstdarg>
+#include <fcntl.h>
+#include <linux/cdrom.h>
+#include <mntent.h>
+#include <strings.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+namespace dvd {
+
+namespace {
+
+void QuietLog(void*, dvd_logger_level_t, char const*, va_list) {}
+dvd_logger_cb const kQuietLogger = {QuietLog};
+
+struct ReaderCloser {
+  void operator()(dvd_reader_t* r) const { DVDClose(r); }
+};
+struct IfoCloser {
+  void operator()(ifo_handle_t* i) const { ifoClose(i); }
+};
+
+bool IsDir(std::string const& p) {
+  struct stat st;
+  return ::stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// The VIDEO_TS folder inside dir, whatever its case.
+std::string FindVideoTS(std::string const& dir) {
+  std::error_code ec;
+  for (auto const& entry : std::filesystem::directory_iterator(dir, ec)) {
+    std::string const name = entry.path().filename().string();
+    if (::strcasecmp(name.c_str(), "VIDEO_TS") == 0 && IsDir(entry.path().string())) {
+      return entry.path().string();
+    }
+  }
+  return {};
+}
+
+// The device mounted at dir, when dir is a mount point.
+std::string MountedDevice(std::string const& dir) {
+  std::string device;
+  FILE* const f = ::setmntent("/proc/self/mounts", "r");
+  if (!f) return device;
+  struct mntent entry;
+  char buf[4096];
+  while (::getmntent_r(f, &entry, buf, sizeof buf)) {
+    if (dir == entry.mnt_dir && std::strncmp(entry.mnt_fsname, "/dev/", 5) == 0) {
+      device = entry.mnt_fsname;
+    }
+  }
+  ::endmntent(f);
+  return device;
+}
+
+// FNV-1a over the information files of the manager and every titleset. A file's backup
+// holds the same bytes, so a disc missing a file hashes as the complete one does.
+bool HashInformationFiles(dvd_reader_t* reader, int titlesets, std::array<UInt8, 8>& id) {
+  uint64_t hash = 0xcbf29ce484222325ull;
+  for (int n = 0; n <= titlesets; ++n) {
+    dvd_file_t* file = ::DVDOpenFile(reader, n, DVD_READ_INFO_FILE);
+    if (!file) file = ::DVDOpenFile(reader, n, DVD_READ_INFO_BACKUP_FILE);
+    if (!file) return false;
+    ssize_t const blocks = ::DVDFileSize(file);
+    std::vector<unsigned char> bytes(size_t(blocks > 0 ? blocks : 0) * DVD_VIDEO_LB_LEN);
+    ssize_t const got = bytes.empty() ? 0 : ::DVDReadBytes(file, bytes.data(), bytes.size());
+    ::DVDCloseFile(file);
+    if (got <= 0) return false;
+    for (ssize_t i = 0; i < got; ++i) {
+      hash = (hash ^ bytes[size_t(i)]) * 0x100000001b3ull;
+    }
+  }
+  for (size_t i = 0; i < id.size(); ++i) id[i] = UInt8(hash >> (56 - 8 * i));
+  return true;
+}
+
+}  // namespace
+
+OSStatus DVDMedia::Construct(std::string const& path) {
+  mPath.clear();
+  mDevice.clear();
+  mUniqueID = {};
+  mDiscRegion = kDVDRegionCodeUninitialized;
+  mNativeHeight = 480;
+  mAspect = kDVDAspectRatio4x3;
+
+  struct stat st;
+  if (path.empty() || ::stat(path.c_str(), &st) != 0) return kDVDErrorInvalidArgument;
+  std::string readerPath = path;
+  if (S_ISBLK(st.st_mode)) {
+    mKind = Kind::Device;
+    mDevice = path;
+  } else if (S_ISREG(st.st_mode)) {
+    // Images are whole sectors and hold at least the volume descriptors.
+    if (st.st_size < 32 * 2048 + 2048 || st.st_size % 2048 != 0) return kDVDErrorMediaNotDVD;
+    mKind = Kind::Image;
+  } else if (S_ISDIR(st.st_mode)) {
+    std::string const name = std::filesystem::path(path).filename().string();
+    if (::strcasecmp(name.c_str(), "VIDEO_TS") == 0) {
+      mKind = Kind::Folder;
+    } else if (FindVideoTS(path).empty()) {
+      return kDVDErrorMediaNotDVD;
+    } else {
+      mDevice = MountedDevice(path);
+      mKind = mDevice.empty() ? Kind::Folder : Kind::Volume;
+    }
+  } else {
+    return kDVDErrorMediaNotDVD;
+  }
+
+  std::unique_ptr<dvd_reader_t, ReaderCloser> reader(
+      ::DVDOpen2(nullptr, &kQuietLogger, readerPath.c_str()));
+  if (!reader) return kDVDErrorMediaNotDVD;
+  // The manager's information (IFO, or its backup) must be readable for a disc to play.
+  std::unique_ptr<ifo_handle_t, IfoCloser> vmg(::ifoOpen(reader.get(), 0));
+  if (!vmg || !vmg->vmgi_mat || !vmg->tt_srpt) return kDVDErrorMediaNotDVD;
+  mDiscRegion = (vmg->vmgi_mat->vmg_category >> 16) & 0xFF;
+
+  if (vmg->vmgi_mat->vmg_nr_of_title_sets > 0) {
+    std::unique_ptr<ifo_handle_t, IfoCloser> vts(::ifoOpen(reader.get(), 1));
+    if (vts && vts->vtsi_mat) {
+      video_attr_t const& video = vts->vtsi_mat->vts_video_attr;
+      mNativeHeight = video.video_format == 1 ? 576 : 480;
+      mAspect = video.display_aspect_ratio == 3 ? kDVDAspectRatio16x9 : kDVDAspectRatio4x3;
+    }
+  }
+
+  if (!HashInformationFiles(reader.get(), vmg->vmgi_mat->vmg_nr_of_title_sets, mUniqueID)) {
+    return kDVDErrorMediaNotDVD;
+  }
+  mPath = path;
+  return noErr;
+}
+
+OSStatus DVDMedia::DriveRegion(DVDRegionCode* code, SInt16* changesLeft) const {
+  *code = kDVDRegionCodeUninitialized;
+  *changesLeft = -1;
+  if (mDevice.empty()) return noErr;
+  int const fd = ::open(mDevice.c_str(), O_RDONLY | O_NONBLOCK);
+  if (fd < 0) return noErr;  // a drive we may not ask counts as no drive
+  dvd_authinfo ai;
+  std::memset(&ai, 0, sizeof ai);
+  ai.type = DVD_LU_SEND_RPC_STATE;
+  int const rc = ::ioctl(fd, DVD_AUTH, &ai);
+  ::close(fd);
+  if (rc != 0) return noErr;  // RPC-1 drives and non-DVD devices have no region state
+  if (ai.lrpcs.type == 0) return kDVDErrorRegionCodeUninitialized;
+  *code = ai.lrpcs.region_mask;
+  *changesLeft = ai.lrpcs.ucca;
+  return noErr;
+}
+
+}  // namespace dvd

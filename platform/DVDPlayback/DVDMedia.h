@@ -1,0 +1,43 @@
+// What a path names as DVD-Video media, and what the disc says about itself: its
+// identity and region, and the region state of the drive it sits in.
+#pragma once
+
+#include "DVDPlayback.h"
+
+#include <array>
+#include <string>
+
+namespace dvd {
+
+class DVDMedia {
+ public:
+  enum class Kind { Folder, Volume, Device, Image };
+
+  // Checks that path is DVD-Video (a VIDEO_TS folder, the folder or volume holding one, a
+  // block device or an image file) and reads its identity and region.
+  OSStatus Construct(std::string const& path);
+
+  std::string const& Path() const { return mPath; }
+  Kind MediaKind() const { return mKind; }
+  std::array<UInt8, 8> const& UniqueID() const { return mUniqueID; }
+  DVDRegionCode DiscRegion() const { return mDiscRegion; }
+  // The first titleset's picture, until playback tells otherwise.
+  UInt16 NativeWidth() const { return 720; }
+  UInt16 NativeHeight() const { return mNativeHeight; }
+  DVDAspectRatio Aspect() const { return mAspect; }
+
+  // 0 and the drive's region mask and changes left; 255 / -1 when no drive holds the media;
+  // kDVDErrorRegionCodeUninitialized for a drive whose region was never set.
+  OSStatus DriveRegion(DVDRegionCode* code, SInt16* changesLeft) const;
+
+ private:
+  std::string mPath;
+  std::string mDevice;  // the block device behind the media, if any
+  Kind mKind = Kind::Folder;
+  std::array<UInt8, 8> mUniqueID{};
+  DVDRegionCode mDiscRegion = kDVDRegionCodeUninitialized;
+  UInt16 mNativeHeight = 480;
+  DVDAspectRatio mAspect = kDVDAspectRatio4x3;
+};
+
+}  // namespace dvd

@@ -1,0 +1,904 @@
+#include "DVDNavigator.h"
+
+#include <dvdnav/dvdnav.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstring>
+
+namespace dvd {
+
+namespace {
+
+constexpr int64_t kTicksPerMs = 90;
+// A reverse scan shows one picture group per half second and steps back rate half-seconds.
+constexpr int64_t kReverseStep = DVDClock::kTicksPerSecond / 2;
+// A picture group never lasts longer than this; anything else is a damaged time stamp.
+constexpr int64_t kMaxVobuSpan = 2 * DVDClock::kTicksPerSecond;
+
+void QuietLog(void*, dvdnav_logger_level_t, char const*, va_list) {}
+dvdnav_logger_cb const kQuietLogger = {QuietLog};
+
+constexpr UInt32 kBookmarkMagic = 0x54564231;  // "TVB1"
+
+struct Bookmark {
+  UInt32 magic;
+  UInt8 discID[8];
+  SInt32 title;
+  SInt32 chapter;
+  UInt32 timeMs;
+  SInt32 angle;
+};
+
+}  // namespace
+
+DVDNavigator::DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPresenter* presenter)
+    : mClock(clock), mEvents(events), mPresenter(presenter), mBlock(DVD_VIDEO_LB_LEN) {}
+
+DVDNavigator::~DVDNavigator() { Close(); }
+
+OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const& discID) {
+  Close();
+  dvdnav_t* nav = nullptr;
+  if (dvdnav_open2(&nav, nullptr, &kQuietLogger, path.c_str()) != DVDNAV_STATUS_OK) {
+    if (nav) dvdnav_close(nav);
+    return kDVDErrorMediaNotDVD;
+  }
+  dvdnav_set_readahead_flag(nav, 1);
+  dvdnav_set_PGC_positioning_flag(nav, 1);
+  // Copies on disk carry no drive to enforce a region; play every region.
+  dvdnav_set_region_mask(nav, 0xFF);
+  dvdnav_menu_language_select(nav, const_cast<char*>("en"));
+  dvdnav_audio_language_select(nav, const_cast<char*>("en"));
+  dvdnav_spu_language_select(nav, const_cast<char*>("en"));
+
+  std::lock_guard<std::mutex> g(mMutex);
+  mNav = nav;
+  mDiscID = discID;
+  mQuit = false;
+  mState = kDVDStateIdle;
+  mReadAhead.clear();
+  mAtCellEnd = false;
+  mPresentedUntil = mReadUntil = 0;
+  mTitle = -1;
+  mChapter = -1;
+  mAspect = kDVDAspectRatioUninitialized;
+  mStandard = kDVDVideoStandardUnknown;
+  mButton = 0;
+  mSpeed = 1;
+  mReverse = false;
+  mStillInfinite = mStillTimed = false;
+  mListener = mClock.AddListener([this] {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mWake.notify_all();
+  });
+  mThread = std::thread([this] { Run(); });
+  return noErr;
+}
+
+void DVDNavigator::Close() {
+  {
+    std::lock_guard<std::mutex> g(mMutex);
+    if (!mNav) return;
+    mQuit = true;
+  }
+  mWake.notify_all();
+  mThread.join();
+  mClock.RemoveListener(mListener);
+  mListener = 0;
+  std::lock_guard<std::mutex> g(mMutex);
+  dvdnav_close(mNav);
+  mNav = nullptr;
+  if (mState != kDVDStateIdle) SetState(kDVDStateIdle);
+}
+
+void DVDNavigator::SetTimeEventRate(UInt32 milliseconds) {
+  std::lock_guard<std::mutex> g(mMutex);
+  mTimeRate = int64_t(milliseconds) * kTicksPerMs;
+  mNextTimeEvent = -1;
+}
+
+void DVDNavigator::Sleep() {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (mSleeping) return;
+  mSleeping = true;
+  mSleptAt = mClock.Now();
+  HoldPresentation();
+  Poke();
+}
+
+void DVDNavigator::WakeUp() {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mSleeping) return;
+  mSleeping = false;
+  int64_t const shift = mClock.Now() - mSleptAt;
+  mPresentedUntil += shift;
+  mReadUntil += shift;
+  mVobuClockStart += shift;
+  if (mNextTimeEvent >= 0) mNextTimeEvent += shift;
+  if (mStillTimed) mStillUntil += shift;
+  if (mPresenter) mPresenter->Shift(shift);
+  HoldPresentation();
+  Poke();
+}
+
+bool DVDNavigator::Active() const {
+  return !mQuit && !mSleeping &&
+         (mState == kDVDStatePlaying || mState == kDVDStateScanning ||
+          mState == kDVDStatePlayingStill);
+}
+
+void DVDNavigator::SetState(DVDState state) {
+  if (state == mState) return;
+  mState = state;
+  HoldPresentation();
+  mEvents.Post(kDVDEventPlayback, DVDEventValue(state));
+}
+
+void DVDNavigator::HoldPresentation() {
+  if (mPresenter) mPresenter->Hold(mSleeping || mState == kDVDStatePaused);
+}
+
+void DVDNavigator::Jumped() {
+  if (mPresenter) mPresenter->Discontinuity();
+  ++mSerial;
+  mReadAhead.clear();
+  mAtCellEnd = false;
+  mPresentedUntil = mClock.Now();
+  mReadUntil = mPresentedUntil;
+  // Title time restarts its once-a-rate rhythm from wherever the jump lands.
+  mNextTimeEvent = -1;
+  Poke();
+}
+
+void DVDNavigator::Restart() {
+  dvdnav_reset(mNav);
+  // Everything is announced again as the disc starts over.
+  mTitle = mChapter = -1;
+  mAspect = kDVDAspectRatioUninitialized;
+  mStandard = kDVDVideoStandardUnknown;
+  mStillInfinite = mStillTimed = false;
+}
+
+void DVDNavigator::Poke() {
+  mQuiet = false;
+  mClockWait = -1;
+  mWake.notify_all();
+}
+
+bool DVDNavigator::IsQuiet() {
+  std::lock_guard<std::mutex> g(mMutex);
+  return !mNav || mQuiet || (mClockWait >= 0 && mClock.Now() < mClockWait);
+}
+
+DVDState DVDNavigator::State() {
+  std::lock_guard<std::mutex> g(mMutex);
+  return mState;
+}
+
+int DVDNavigator::HighlightedButton() {
+  std::lock_guard<std::mutex> g(mMutex);
+  return mButton;
+}
+
+bool DVDNavigator::InTitle() { return mNav && dvdnav_is_domain_vts(mNav) == 1; }
+
+// ---- the thread
+
+void DVDNavigator::WaitForWork(std::unique_lock<std::mutex>& lk) {
+  uint64_t const serial = mSerial;
+  mQuiet = true;
+  mWake.wait(lk, [&] { return mQuit || !mQuiet || mSerial != serial; });
+  mQuiet = false;
+}
+
+void DVDNavigator::Run() {
+  std::unique_lock<std::mutex> lk(mMutex);
+  while (!mQuit) {
+    if (!Active()) {
+      WaitForWork(lk);
+      continue;
+    }
+    if (mStillInfinite) {
+      if (mSerial == mStillSerial) {
+        WaitForWork(lk);
+        continue;
+      }
+      mStillInfinite = false;
+    }
+    if (mStillTimed) {
+      uint64_t const serial = mSerial;
+      mClockWait = mStillUntil;
+      bool const reached = mClock.WaitUntil(lk, mWake, mStillUntil, [&] {
+        return mQuit || !Active() || mSerial != serial || mClockWait < 0;
+      });
+      mClockWait = -1;
+      if (mSerial != serial) {
+        mStillTimed = false;
+        continue;
+      }
+      if (!reached) continue;
+      mStillTimed = false;
+      mPresentedUntil = mStillUntil;
+      // What comes after the still is shown after it.
+      mReadUntil = std::max(mReadUntil, mPresentedUntil);
+      dvdnav_still_skip(mNav);
+      if (mState == kDVDStatePlayingStill) SetState(kDVDStatePlaying);
+      continue;
+    }
+    if (CanReadAhead()) {
+      ReadAhead();
+      continue;
+    }
+    if (mReadAhead.empty()) {
+      // A cell's end: the machine moves on (cell and post commands) only once the cell has
+      // been shown, so that commands given until then act where the viewer is.
+      if (WaitPresented(lk)) mAtCellEnd = false;
+      continue;
+    }
+    // Anything else happens once what was read before it has been shown.
+    if (!WaitPresented(lk)) continue;
+    if (mReverse && mReverseStepDue && InTitle()) {
+      mReverseStepDue = false;
+      int64_t const target = mVobuTitleTime - int64_t(mSpeed) * kReverseStep;
+      // What was read ahead lies forwards.
+      mReadAhead.clear();
+      mAtCellEnd = false;
+      if (mPresenter) mPresenter->Discontinuity();
+      mReadUntil = mPresentedUntil;
+      if (target <= 0) {
+        dvdnav_time_search(mNav, 0);
+        mReverse = false;
+        mSpeed = 1;
+        SetState(kDVDStatePlaying);
+      } else {
+        dvdnav_time_search(mNav, uint64_t(target));
+      }
+      continue;
+    }
+    ReadEvent const event = std::move(mReadAhead.front());
+    mReadAhead.pop_front();
+    Handle(event);
+  }
+}
+
+bool DVDNavigator::CanReadAhead() const {
+  if (mAtCellEnd && mBlocksLeft <= 0) return false;
+  int groups = 0;
+  for (ReadEvent const& e : mReadAhead) {
+    // dvdnav repeats these until they are dealt with.
+    if (e.event == DVDNAV_STILL_FRAME || e.event == DVDNAV_WAIT || e.event == DVDNAV_STOP) {
+      return false;
+    }
+    if (e.event == DVDNAV_NAV_PACKET) ++groups;
+  }
+  return groups < 2;
+}
+
+void DVDNavigator::ReadAhead() {
+  int event = 0;
+  int len = 0;
+  if (dvdnav_get_next_block(mNav, mBlock.data(), &event, &len) != DVDNAV_STATUS_OK) {
+    mEvents.PostError(kDVDErrorReadFailed);
+    mReadAhead.clear();
+    SetState(kDVDStateStopped);
+    return;
+  }
+  if (event == DVDNAV_NOP) return;
+  if (event == DVDNAV_BLOCK_OK) {
+    --mBlocksLeft;
+    // The cell's last group is whole: its last pictures need not wait for the next cell.
+    if (mPresenter && mAtCellEnd && mBlocksLeft == 0) mPresenter->EndOfStream();
+    // Picture and sound data go to the decoders as they come.
+    if (mPresenter && len > 0) mPresenter->Block(mBlock.data(), size_t(len));
+    return;
+  }
+  ReadEvent e;
+  e.event = event;
+  std::memcpy(e.data.data(), mBlock.data(),
+              std::min<size_t>(e.data.size(), size_t(std::max(len, 0))));
+  // What the event means is taken now: by the time it is handled dvdnav has read on.
+  e.position.inTitle = InTitle();
+  if (dvdnav_current_title_info(mNav, &e.position.title, &e.position.part) != DVDNAV_STATUS_OK) {
+    e.position.title = e.position.part = 0;
+  }
+  dvdnav_get_video_resolution(mNav, &e.position.width, &e.position.height);
+  e.position.aspect = dvdnav_get_video_aspect(mNav);
+  switch (event) {
+    case DVDNAV_NAV_PACKET: {
+      pci_t const* const pci = dvdnav_get_current_nav_pci(mNav);
+      if (pci) {
+        e.vobuStart = int64_t(pci->pci_gi.vobu_s_ptm);
+        e.vobuSpan = int64_t(pci->pci_gi.vobu_e_ptm) - e.vobuStart;
+      }
+      if (e.vobuSpan < 0 || e.vobuSpan > kMaxVobuSpan) e.vobuSpan = 0;
+      dsi_t const* const dsi = dvdnav_get_current_nav_dsi(mNav);
+      mBlocksLeft = dsi ? int64_t(dsi->dsi_gi.vobu_ea) : 0;
+      mAtCellEnd = mInLastCell && dsi && dsi->vobu_sri.next_vobu == SRI_END_OF_CELL;
+      e.titleTime = e.position.inTitle ? std::max<int64_t>(0, dvdnav_get_current_time(mNav)) : 0;
+      PlaceVobu(e, pci != nullptr);
+      break;
+    }
+    case DVDNAV_CELL_CHANGE: {
+      dvdnav_cell_change_event_t cell;
+      std::memcpy(&cell, e.data.data(), sizeof cell);
+      // Only the program chain's end runs commands that may take the machine elsewhere.
+      uint32_t position = 0;
+      uint32_t length = 0;
+      mInLastCell = dvdnav_get_position(mNav, &position, &length) == DVDNAV_STATUS_OK &&
+                    cell.cell_start + cell.cell_length >= int64_t(length);
+      break;
+    }
+    case DVDNAV_STILL_FRAME:
+    case DVDNAV_WAIT:
+    case DVDNAV_STOP:
+      // The stream pauses here: the decoder gives out the pictures it holds.
+      if (mPresenter) mPresenter->EndOfStream();
+      break;
+    case DVDNAV_SPU_CLUT_CHANGE:
+      if (mPresenter) {
+        std::array<uint32_t, 16> clut;
+        std::memcpy(clut.data(), e.data.data(), sizeof clut);
+        mPresenter->SetPalette(clut);
+      }
+      break;
+    default:
+      break;
+  }
+  mReadAhead.push_back(e);
+}
+
+void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
+  int64_t const now = mClock.Now();
+  int64_t start = mReadUntil;
+  if (!mClock.IsManual() && now - start > DVDClock::kTicksPerSecond / 2) start = now;
+  mReadUntil = mReverse ? start + kReverseStep : start + e.vobuSpan / mSpeed;
+  if (!mPresenter || !hasPci) return;
+  DVDVobuTiming timing;
+  timing.clockStart = start;
+  timing.ptsStart = e.vobuStart;
+  timing.speed = mReverse ? 1 : mSpeed;
+  timing.keyFramesOnly = mReverse || mSpeed > 2;
+  timing.title = e.position.inTitle ? e.position.title : 0;
+  timing.chapter = e.position.inTitle ? e.position.part : 0;
+  timing.titleTime = e.titleTime;
+  timing.audioStream = dvdnav_get_active_audio_stream(mNav);
+  int const spu = dvdnav_get_active_spu_stream(mNav);
+  // Subtitles switched off still show the pictures the disc forces.
+  timing.subpictureStream = spu < 0 ? 0 : spu & 0x1F;
+  timing.forcedSubpicturesOnly = spu < 0 || (spu & 0x80) != 0;
+  mPresenter->StartVobu(timing);
+}
+
+bool DVDNavigator::WaitPresented(std::unique_lock<std::mutex>& lk) {
+  uint64_t const serial = mSerial;
+  for (;;) {
+    int64_t const now = mClock.Now();
+    EmitDueTimeEvents(std::min(now, mPresentedUntil));
+    if (now >= mPresentedUntil) return true;
+    int64_t target = mPresentedUntil;
+    if (TimeEventsDue() && mNextTimeEvent < target) target = mNextTimeEvent;
+    mClockWait = target;
+    bool const reached = mClock.WaitUntil(lk, mWake, target, [&] {
+      return mQuit || !Active() || mSerial != serial || mClockWait < 0;
+    });
+    mClockWait = -1;
+    if (!reached) return false;
+  }
+}
+
+int64_t DVDNavigator::PresentedTitleTime() {
+  int64_t const now = std::min(mClock.Now(), mPresentedUntil);
+  int64_t delta = mReverse ? 0 : (now - mVobuClockStart) * mSpeed;
+  delta = std::clamp<int64_t>(delta, 0, mVobuSpan);
+  return mVobuTitleTime + delta;
+}
+
+bool DVDNavigator::TimeEventsDue() const {
+  return mTimeRate > 0 && mNextTimeEvent >= 0 && mTitle > 0;
+}
+
+void DVDNavigator::EmitDueTimeEvents(int64_t upTo) {
+  if (!TimeEventsDue()) return;
+  while (mNextTimeEvent <= upTo) {
+    int64_t delta = mReverse ? 0 : (mNextTimeEvent - mVobuClockStart) * mSpeed;
+    delta = std::clamp<int64_t>(delta, 0, mVobuSpan);
+    int64_t const elapsed = mVobuTitleTime + delta;
+    mEvents.Post(kDVDEventTitleTime, DVDEventValue(elapsed / kTicksPerMs),
+                 DVDEventValue(mTitleLength / kTicksPerMs));
+    mNextTimeEvent += mTimeRate;
+  }
+}
+
+void DVDNavigator::Handle(ReadEvent const& e) {
+  switch (e.event) {
+    case DVDNAV_NAV_PACKET:
+      HandleNavPacket(e);
+      break;
+    case DVDNAV_VTS_CHANGE:
+      ReportPosition(e.position);
+      break;
+    case DVDNAV_CELL_CHANGE: {
+      dvdnav_cell_change_event_t cell;
+      std::memcpy(&cell, e.data.data(), sizeof cell);
+      if (e.position.inTitle) mTitleLength = cell.pgc_length;
+      ReportPosition(e.position);
+      break;
+    }
+    case DVDNAV_STILL_FRAME: {
+      dvdnav_still_event_t still;
+      std::memcpy(&still, e.data.data(), sizeof still);
+      SetState(kDVDStatePlayingStill);
+      if (still.length >= 0xFF) {
+        mStillInfinite = true;
+        mStillSerial = mSerial;
+      } else {
+        mStillTimed = true;
+        mStillUntil = mPresentedUntil + int64_t(still.length) * DVDClock::kTicksPerSecond;
+      }
+      break;
+    }
+    case DVDNAV_WAIT:
+      dvdnav_wait_skip(mNav);
+      break;
+    case DVDNAV_HIGHLIGHT: {
+      dvdnav_highlight_event_t highlight;
+      std::memcpy(&highlight, e.data.data(), sizeof highlight);
+      mButton = highlight.display ? int(highlight.buttonN) : 0;
+      ShowHighlight(0);
+      break;
+    }
+    case DVDNAV_STOP:
+      mReverse = false;
+      mSpeed = 1;
+      SetState(kDVDStateStopped);
+      break;
+    default:
+      // Stream, palette and channel-hop changes concern the decoders.
+      break;
+  }
+}
+
+void DVDNavigator::HandleNavPacket(ReadEvent const& e) {
+  int64_t const now = mClock.Now();
+  int64_t start = mPresentedUntil;
+  // On the real clock a late reader catches up instead of rushing through the backlog.
+  if (!mClock.IsManual() && now - start > DVDClock::kTicksPerSecond / 2) start = now;
+  mVobuClockStart = start;
+  mVobuTitleTime = e.titleTime;
+  mVobuSpan = e.vobuSpan;
+  if (mReverse) {
+    mPresentedUntil = start + kReverseStep;
+    mReverseStepDue = true;
+  } else {
+    mPresentedUntil = start + e.vobuSpan / mSpeed;
+  }
+  if (mNextTimeEvent < 0) mNextTimeEvent = start;
+  if (mState == kDVDStatePlayingStill) SetState(kDVDStatePlaying);
+  ShowHighlight(0);
+}
+
+void DVDNavigator::ShowHighlight(int mode) {
+  if (!mPresenter) return;
+  DVDHighlight highlight;
+  pci_t* const pci = dvdnav_get_current_nav_pci(mNav);
+  int32_t button = 0;
+  dvdnav_highlight_area_t area{};
+  if (pci && pci->hli.hl_gi.hli_ss != 0 && pci->hli.hl_gi.btn_ns > 0 &&
+      dvdnav_get_current_highlight(mNav, &button) == DVDNAV_STATUS_OK && button > 0 &&
+      dvdnav_get_highlight_area(pci, button, mode, &area) == DVDNAV_STATUS_OK) {
+    highlight.visible = true;
+    highlight.x0 = area.sx;
+    highlight.y0 = area.sy;
+    highlight.x1 = area.ex;
+    highlight.y1 = area.ey;
+    highlight.palette = area.palette;
+  }
+  mPresenter->SetHighlight(highlight);
+}
+
+void DVDNavigator::ReportPosition(Position const& position) {
+  int32_t title = position.title;
+  int32_t const part = position.part;
+  bool const inTitle = position.inTitle;
+  if (!inTitle) title = 0;
+  uint32_t const height = position.height;
+  DVDVideoStandard const standard =
+      height == 0 ? mStandard : (height == 576 || height == 288 ? kDVDVideoStandardPAL
+                                                                : kDVDVideoStandardNTSC);
+  DVDAspectRatio const aspect =
+      position.aspect == 3 ? kDVDAspectRatio16x9 : kDVDAspectRatio4x3;
+
+  bool const titleChanged = title != mTitle;
+  if (titleChanged) {
+    mTitle = title;
+    mEvents.Post(kDVDEventTitle, DVDEventValue(title));
+    // Title time starts again with the title's first picture group.
+    mNextTimeEvent = -1;
+  }
+  if (standard != mStandard) {
+    mStandard = standard;
+    mEvents.Post(kDVDEventVideoStandard, DVDEventValue(standard));
+  }
+  if (aspect != mAspect) {
+    mAspect = aspect;
+    mEvents.Post(kDVDEventDisplayMode, DVDEventValue(aspect));
+  }
+  if (inTitle && (titleChanged || part != mChapter)) {
+    mChapter = part;
+    mEvents.Post(kDVDEventPTT, DVDEventValue(part));
+  }
+  if (!inTitle) mChapter = -1;
+}
+
+// ---- commands
+
+OSStatus DVDNavigator::Play() {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  int64_t const now = mClock.Now();
+  switch (mState) {
+    case kDVDStatePlaying:
+    case kDVDStatePlayingStill:
+      return noErr;
+    case kDVDStatePaused: {
+      int64_t const shift = now - mPausedAt;
+      mPresentedUntil += shift;
+      mReadUntil += shift;
+      mVobuClockStart += shift;
+      if (mNextTimeEvent >= 0) mNextTimeEvent += shift;
+      if (mStillTimed) mStillUntil += shift;
+      if (mPresenter) mPresenter->Shift(shift);
+      SetState(mPausedFrom);
+      HoldPresentation();
+      break;
+    }
+    case kDVDStateScanning: {
+      int const oldSpeed = mSpeed;
+      bool const wasReverse = mReverse;
+      mSpeed = 1;
+      mReverse = false;
+      mReverseStepDue = false;
+      mPresentedUntil = std::min(mPresentedUntil, mVobuClockStart + mVobuSpan);
+      if (wasReverse) {
+        // What was read ahead was placed for stepping back.
+        mReadAhead.clear();
+        mAtCellEnd = false;
+        mReadUntil = mPresentedUntil;
+        if (mPresenter) mPresenter->Discontinuity();
+      } else if (mReadUntil > mPresentedUntil) {
+        // What was read ahead plays at normal speed after the group on screen.
+        mReadUntil = mPresentedUntil + (mReadUntil - mPresentedUntil) * oldSpeed;
+        if (mPresenter) mPresenter->Retime(mPresentedUntil, oldSpeed, 1, false);
+      }
+      SetState(kDVDStatePlaying);
+      break;
+    }
+    case kDVDStateStopped:
+      // Playing again after a stop starts the disc from the beginning.
+      Restart();
+      Jumped();
+      SetState(kDVDStatePlaying);
+      break;
+    default:
+      Jumped();
+      SetState(kDVDStatePlaying);
+      break;
+  }
+  Poke();
+  return noErr;
+}
+
+OSStatus DVDNavigator::Pause() {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (mState == kDVDStatePaused) return noErr;
+  if (mState == kDVDStateIdle || mState == kDVDStateStopped) return kDVDErrorNotAllowedNow;
+  mPausedFrom = mState == kDVDStatePlayingStill ? kDVDStatePlayingStill : kDVDStatePlaying;
+  if (mState == kDVDStateScanning) {
+    mSpeed = 1;
+    mReverse = false;
+    mReverseStepDue = false;
+  }
+  mPausedAt = mClock.Now();
+  SetState(kDVDStatePaused);
+  HoldPresentation();
+  Poke();
+  return noErr;
+}
+
+OSStatus DVDNavigator::Stop() {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (mState == kDVDStateStopped) return noErr;
+  mSpeed = 1;
+  mReverse = false;
+  mReverseStepDue = false;
+  Jumped();
+  SetState(kDVDStateStopped);
+  return noErr;
+}
+
+OSStatus DVDNavigator::Scan(DVDScanRate rate, DVDScanDirection direction) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  static constexpr DVDScanRate kRates[] = {1, 2, 4, 8, 16, 32};
+  if (std::find(std::begin(kRates), std::end(kRates), rate) == std::end(kRates) ||
+      (direction != kDVDScanDirectionForward && direction != kDVDScanDirectionBackward)) {
+    return kDVDErrorInvalidArgument;
+  }
+  if ((mState != kDVDStatePlaying && mState != kDVDStateScanning) || !InTitle()) {
+    return kDVDErrorNotAllowedNow;
+  }
+  int const oldSpeed = mSpeed;
+  bool const wasReverse = mReverse;
+  mSpeed = rate;
+  mReverse = direction == kDVDScanDirectionBackward;
+  mReverseStepDue = false;
+  int64_t const now = mClock.Now();
+  if (mReverse || wasReverse) {
+    // The picture group on screen ends at the new speed.
+    if (mPresentedUntil > now) {
+      mPresentedUntil = mReverse ? now : now + (mPresentedUntil - now) / rate;
+    }
+    mReadUntil = mPresentedUntil;
+    // Pictures queued in the other direction would hold the new ones back.
+    if (mPresenter) mPresenter->Discontinuity();
+  } else {
+    // From now on everything read, shown or not, runs at the new speed.
+    auto const retime = [&](int64_t t) {
+      return t > now ? now + (t - now) * oldSpeed / rate : t;
+    };
+    mPresentedUntil = retime(mPresentedUntil);
+    mReadUntil = retime(mReadUntil);
+    if (mPresenter) mPresenter->Retime(now, oldSpeed, rate, rate > 2);
+  }
+  SetState(kDVDStateScanning);
+  Poke();
+  return noErr;
+}
+
+OSStatus DVDNavigator::NextChapter() {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle() || mState == kDVDStateIdle || mState == kDVDStateStopped) {
+    return kDVDErrorNotAllowedNow;
+  }
+  if (dvdnav_next_pg_search(mNav) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
+  Jumped();
+  return noErr;
+}
+
+OSStatus DVDNavigator::PreviousChapter() {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle() || mState == kDVDStateIdle || mState == kDVDStateStopped) {
+    return kDVDErrorNotAllowedNow;
+  }
+  // The first chapter has no previous one: it starts again.
+  if (dvdnav_prev_pg_search(mNav) != DVDNAV_STATUS_OK &&
+      dvdnav_top_pg_search(mNav) != DVDNAV_STATUS_OK) {
+    return kDVDErrorNotAllowedNow;
+  }
+  Jumped();
+  return noErr;
+}
+
+OSStatus DVDNavigator::IsOnMenu(Boolean* onMenu, DVDMenu* menu) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  bool const inMenu = mState != kDVDStateIdle && mState != kDVDStateStopped &&
+                      (dvdnav_is_domain_vmgm(mNav) == 1 || dvdnav_is_domain_vtsm(mNav) == 1);
+  *onMenu = inMenu;
+  *menu = kDVDMenuNone;
+  if (!inMenu) return noErr;
+  int32_t title = 0;
+  int32_t part = 0;
+  dvdnav_current_title_info(mNav, &title, &part);
+  switch (part) {
+    case DVD_MENU_Title: *menu = kDVDMenuTitle; break;
+    case DVD_MENU_Root: *menu = kDVDMenuRoot; break;
+    case DVD_MENU_Subpicture: *menu = kDVDMenuSubPicture; break;
+    case DVD_MENU_Audio: *menu = kDVDMenuAudio; break;
+    case DVD_MENU_Angle: *menu = kDVDMenuAngle; break;
+    case DVD_MENU_Part: *menu = kDVDMenuPTT; break;
+    default: *menu = dvdnav_is_domain_vmgm(mNav) == 1 ? kDVDMenuTitle : kDVDMenuRoot; break;
+  }
+  return noErr;
+}
+
+OSStatus DVDNavigator::GoToMenu(DVDMenu menu) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  DVDMenuID_t id;
+  switch (menu) {
+    case kDVDMenuTitle: id = DVD_MENU_Title; break;
+    case kDVDMenuRoot: id = DVD_MENU_Root; break;
+    case kDVDMenuSubPicture: id = DVD_MENU_Subpicture; break;
+    case kDVDMenuAudio: id = DVD_MENU_Audio; break;
+    case kDVDMenuAngle: id = DVD_MENU_Angle; break;
+    case kDVDMenuPTT: id = DVD_MENU_Part; break;
+    default: return kDVDErrorInvalidArgument;
+  }
+  if (mState == kDVDStateIdle || mState == kDVDStateStopped) return kDVDErrorNotAllowedNow;
+  if (dvdnav_menu_call(mNav, id) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
+  mSpeed = 1;
+  mReverse = false;
+  if (mState == kDVDStateScanning) SetState(kDVDStatePlaying);
+  Jumped();
+  return noErr;
+}
+
+OSStatus DVDNavigator::ReturnToTitle() {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (mState == kDVDStateIdle || mState == kDVDStateStopped) return kDVDErrorNotAllowedNow;
+  if (dvdnav_is_domain_vmgm(mNav) != 1 && dvdnav_is_domain_vtsm(mNav) != 1) {
+    return kDVDErrorNotAllowedNow;
+  }
+  // Resume the title the menu was called from; a disc that starts on its menu has none,
+  // so play its first title.
+  bool const resumed = dvdnav_menu_call(mNav, DVD_MENU_Escape) == DVDNAV_STATUS_OK &&
+                       dvdnav_is_domain_vts(mNav) == 1;
+  if (!resumed && dvdnav_title_play(mNav, 1) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
+  Jumped();
+  return noErr;
+}
+
+OSStatus DVDNavigator::GetAngleInfo(UInt16* numAngles, UInt16* angle) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  int32_t current = 0;
+  int32_t count = 0;
+  if (!InTitle() || dvdnav_get_angle_info(mNav, &current, &count) != DVDNAV_STATUS_OK) {
+    return kDVDErrorNotAllowedNow;
+  }
+  if (numAngles) *numAngles = UInt16(count);
+  if (angle) *angle = UInt16(current);
+  return noErr;
+}
+
+OSStatus DVDNavigator::SetAngle(UInt16 angle) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  int32_t current = 0;
+  int32_t count = 0;
+  if (!InTitle() || dvdnav_get_angle_info(mNav, &current, &count) != DVDNAV_STATUS_OK) {
+    return kDVDErrorNotAllowedNow;
+  }
+  if (angle < 1 || angle > count) return kDVDErrorInvalidArgument;
+  if (angle == current) return noErr;
+  if (dvdnav_angle_change(mNav, angle) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
+  return noErr;
+}
+
+OSStatus DVDNavigator::UserNavigation(DVDUserNavigation navigation) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (navigation < kDVDUserNavigationMoveUp || navigation > kDVDUserNavigationEnter) {
+    return kDVDErrorInvalidArgument;
+  }
+  pci_t* const pci = dvdnav_get_current_nav_pci(mNav);
+  if (mState == kDVDStateIdle || mState == kDVDStateStopped || !pci ||
+      pci->hli.hl_gi.btn_ns == 0) {
+    return kDVDErrorNotAllowedNow;
+  }
+  dvdnav_status_t status = DVDNAV_STATUS_ERR;
+  switch (navigation) {
+    case kDVDUserNavigationMoveUp: status = dvdnav_upper_button_select(mNav, pci); break;
+    case kDVDUserNavigationMoveDown: status = dvdnav_lower_button_select(mNav, pci); break;
+    case kDVDUserNavigationMoveLeft: status = dvdnav_left_button_select(mNav, pci); break;
+    case kDVDUserNavigationMoveRight: status = dvdnav_right_button_select(mNav, pci); break;
+    default: status = dvdnav_button_activate(mNav, pci); break;
+  }
+  if (status != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
+  int32_t button = 0;
+  if (dvdnav_get_current_highlight(mNav, &button) == DVDNAV_STATUS_OK) mButton = button;
+  ShowHighlight(navigation == kDVDUserNavigationEnter ? 1 : 0);
+  if (navigation == kDVDUserNavigationEnter) Jumped();
+  return noErr;
+}
+
+OSStatus DVDNavigator::MenuPoint(int x, int y, bool activate, SInt32* index) {
+  std::lock_guard<std::mutex> g(mMutex);
+  *index = -1;
+  if (!mNav) return kDVDErrorNoMedia;
+  pci_t* const pci = dvdnav_get_current_nav_pci(mNav);
+  if (mState == kDVDStateIdle || mState == kDVDStateStopped || !pci) return noErr;
+  int const count = std::min<int>(pci->hli.hl_gi.btn_ns, 36);
+  for (int i = 0; i < count; ++i) {
+    btni_t const& b = pci->hli.btnit[i];
+    if (x >= int(b.x_start) && x <= int(b.x_end) && y >= int(b.y_start) && y <= int(b.y_end)) {
+      *index = i + 1;
+      break;
+    }
+  }
+  if (*index < 0) return noErr;
+  if (activate) {
+    if (dvdnav_button_select_and_activate(mNav, pci, *index) != DVDNAV_STATUS_OK) {
+      return kDVDErrorNotAllowedNow;
+    }
+    mButton = *index;
+    ShowHighlight(1);
+    Jumped();
+  } else if (*index != mButton) {
+    if (dvdnav_button_select(mNav, pci, *index) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
+    mButton = *index;
+    ShowHighlight(0);
+  }
+  return noErr;
+}
+
+OSStatus DVDNavigator::GetBookmark(std::vector<UInt8>& data) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle() || mState == kDVDStateIdle || mState == kDVDStateStopped) {
+    return kDVDErrorNotAllowedNow;
+  }
+  Bookmark mark{};
+  mark.magic = kBookmarkMagic;
+  std::memcpy(mark.discID, mDiscID.data(), sizeof mark.discID);
+  int32_t title = 0;
+  int32_t part = 0;
+  dvdnav_current_title_info(mNav, &title, &part);
+  mark.title = title;
+  mark.chapter = part;
+  mark.timeMs = UInt32(PresentedTitleTime() / kTicksPerMs);
+  int32_t angle = 1;
+  int32_t count = 1;
+  dvdnav_get_angle_info(mNav, &angle, &count);
+  mark.angle = angle;
+  data.resize(sizeof mark);
+  std::memcpy(data.data(), &mark, sizeof mark);
+  return noErr;
+}
+
+OSStatus DVDNavigator::GotoBookmark(UInt8 const* data, UInt32 size) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  Bookmark mark{};
+  if (!data || size != sizeof mark) return kDVDErrorInvalidArgument;
+  std::memcpy(&mark, data, sizeof mark);
+  if (mark.magic != kBookmarkMagic ||
+      std::memcmp(mark.discID, mDiscID.data(), sizeof mark.discID) != 0) {
+    return kDVDErrorInvalidArgument;
+  }
+  if (mState == kDVDStateIdle || mState == kDVDStateStopped) {
+    // The machine must have started before it can jump.
+    int event = 0;
+    int len = 0;
+    Restart();
+    if (dvdnav_get_next_block(mNav, mBlock.data(), &event, &len) != DVDNAV_STATUS_OK) {
+      return kDVDErrorReadFailed;
+    }
+  }
+  if (dvdnav_part_play(mNav, mark.title, mark.chapter) != DVDNAV_STATUS_OK) {
+    return kDVDErrorInvalidArgument;
+  }
+  dvdnav_time_search(mNav, uint64_t(mark.timeMs) * kTicksPerMs);
+  if (mark.angle > 1) dvdnav_angle_change(mNav, mark.angle);
+  mSpeed = 1;
+  mReverse = false;
+  Jumped();
+  if (mState != kDVDStatePaused) SetState(kDVDStatePlaying);
+  return noErr;
+}
+
+DVDAspectRatio DVDNavigator::AspectRatio() {
+  std::lock_guard<std::mutex> g(mMutex);
+  return mAspect;
+}
+
+void DVDNavigator::NativeSize(UInt16* width, UInt16* height) {
+  std::lock_guard<std::mutex> g(mMutex);
+  uint32_t w = 0;
+  uint32_t h = 0;
+  if (mNav && mStandard != kDVDVideoStandardUnknown &&
+      dvdnav_get_video_resolution(mNav, &w, &h) == DVDNAV_STATUS_OK && w && h) {
+    *width = UInt16(w);
+    *height = UInt16(h);
+  }
+}
+
+}  // namespace dvd

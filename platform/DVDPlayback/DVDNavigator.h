@@ -1,0 +1,171 @@
+// Navigation over libdvdnav on a thread of its own: reads the disc block by block, paces
+// it against the clock by the stream's time stamps, follows cells, programs, stills and
+// jumps, keeps the menu highlight, and reports title, chapter, display, playback-state and
+// time events. Commands come from the application's thread and take effect at once.
+#pragma once
+
+#include "DVDClock.h"
+#include "DVDEventQueue.h"
+#include "DVDPlayback.h"
+#include "DVDPresenter.h"
+
+#include <array>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+struct dvdnav_s;
+
+namespace dvd {
+
+class DVDNavigator {
+ public:
+  // presenter (may be null) receives what is read, in order, with its place on the clock.
+  DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPresenter* presenter = nullptr);
+  ~DVDNavigator();
+  DVDNavigator(DVDNavigator const&) = delete;
+  DVDNavigator& operator=(DVDNavigator const&) = delete;
+
+  OSStatus Open(std::string const& path, std::array<UInt8, 8> const& discID);
+  void Close();
+
+  void SetTimeEventRate(UInt32 milliseconds);
+  void Sleep();
+  void WakeUp();
+
+  OSStatus Play();
+  OSStatus Pause();
+  OSStatus Stop();
+  OSStatus Scan(DVDScanRate rate, DVDScanDirection direction);
+  OSStatus NextChapter();
+  OSStatus PreviousChapter();
+  OSStatus IsOnMenu(Boolean* onMenu, DVDMenu* menu);
+  OSStatus GoToMenu(DVDMenu menu);
+  OSStatus ReturnToTitle();
+  OSStatus GetAngleInfo(UInt16* numAngles, UInt16* angle);
+  OSStatus SetAngle(UInt16 angle);
+  OSStatus UserNavigation(DVDUserNavigation navigation);
+  // x, y in the disc's picture coordinates; index is the button under the point or -1.
+  OSStatus MenuPoint(int x, int y, bool activate, SInt32* index);
+  OSStatus GetBookmark(std::vector<UInt8>& data);
+  OSStatus GotoBookmark(UInt8 const* data, UInt32 size);
+
+  // Uninitialized / unchanged until playback has reached a picture.
+  DVDAspectRatio AspectRatio();
+  void NativeSize(UInt16* width, UInt16* height);
+  DVDState State();
+  // The highlighted menu button (1-based, 0 when none), kept for drawing.
+  int HighlightedButton();
+
+  // True while the thread waits for the clock or a command with nothing else to do.
+  bool IsQuiet();
+
+ private:
+  // dvdnav's position when an event was read.
+  struct Position {
+    bool inTitle = false;
+    int32_t title = 0;
+    int32_t part = 0;
+    uint32_t width = 0;
+    uint32_t height = 0;
+    int aspect = 0;
+  };
+  // An event read ahead of presentation, with what it meant when it was read.
+  struct ReadEvent {
+    int event = 0;
+    std::array<uint8_t, 128> data{};
+    Position position;
+    int64_t vobuStart = 0;  // picture groups: first time stamp, length, title time
+    int64_t vobuSpan = 0;
+    int64_t titleTime = 0;
+  };
+
+  void Run();
+  // Reading runs one picture group ahead of presentation so that the sound multiplexed
+  // after its pictures arrives in time.
+  bool CanReadAhead() const;
+  void ReadAhead();
+  // Where a group read ahead will be presented.
+  void PlaceVobu(ReadEvent const& e, bool hasPci);
+  bool Active() const;
+  void SetState(DVDState state);
+  // A command moved the position: what was read ahead no longer counts.
+  void Jumped();
+  // Back to the disc's first-play state.
+  void Restart();
+  // A command changed something the thread waits on.
+  void Poke();
+  bool WaitPresented(std::unique_lock<std::mutex>& lk);
+  void WaitForWork(std::unique_lock<std::mutex>& lk);
+  // Title time is reported in titles only, at the rate asked for.
+  bool TimeEventsDue() const;
+  void EmitDueTimeEvents(int64_t upTo);
+  void Handle(ReadEvent const& e);
+  void HandleNavPacket(ReadEvent const& e);
+  void ReportPosition(Position const& position);
+  int64_t PresentedTitleTime();
+  bool InTitle();
+  // Tells the presenter the selected button's rectangle and colours (mode 0 selected,
+  // 1 activated), or that none shows.
+  void ShowHighlight(int mode);
+  // Pictures and sound stop while paused or asleep.
+  void HoldPresentation();
+
+  DVDClock& mClock;
+  DVDEventQueue& mEvents;
+  DVDPresenter* mPresenter;
+  int mListener = 0;
+  std::mutex mMutex;
+  std::condition_variable mWake;
+  dvdnav_s* mNav = nullptr;
+  std::array<UInt8, 8> mDiscID{};
+  std::thread mThread;
+  bool mQuit = false;
+  bool mQuiet = false;       // waiting for a command
+  int64_t mClockWait = -1;   // waiting for the clock to reach this
+  bool mSleeping = false;
+  int64_t mSleptAt = 0;
+
+  DVDState mState = kDVDStateIdle;
+  DVDState mPausedFrom = kDVDStatePlaying;
+  int64_t mPausedAt = 0;
+  uint64_t mSerial = 0;
+
+  // Events read ahead, handled once their turn on the clock comes.
+  std::deque<ReadEvent> mReadAhead;
+  int64_t mReadUntil = 0;  // clock time the groups read so far run to
+  bool mInLastCell = false;  // reading the program chain's last cell
+  bool mAtCellEnd = false;   // the group read last ends that cell
+  int64_t mBlocksLeft = 0;  // data blocks of that group still to read
+  std::vector<uint8_t> mBlock;
+
+  // Presentation timeline in clock ticks; title times in 90 kHz ticks.
+  int64_t mPresentedUntil = 0;
+  int64_t mVobuClockStart = 0;
+  int64_t mVobuTitleTime = 0;
+  int64_t mVobuSpan = 0;
+  int mSpeed = 1;
+  bool mReverse = false;
+  bool mReverseStepDue = false;
+  bool mStillInfinite = false;
+  bool mStillTimed = false;
+  int64_t mStillUntil = 0;
+  uint64_t mStillSerial = 0;
+
+  int64_t mTimeRate = 0;
+  int64_t mNextTimeEvent = -1;
+  int64_t mTitleLength = 0;
+
+  // What the application was told last.
+  int32_t mTitle = -1;
+  int32_t mChapter = -1;
+  DVDAspectRatio mAspect = kDVDAspectRatioUninitialized;
+  DVDVideoStandard mStandard = kDVDVideoStandardUnknown;
+  int mButton = 0;
+};
+
+}  // namespace dvd

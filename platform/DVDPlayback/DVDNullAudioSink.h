@@ -1,0 +1,46 @@
+// The sink without a device: it plays each piece at its due time on the service clock,
+// at the stream's rate, back to back like a device would, and counts what it played.
+#pragma once
+
+#include "DVDAudioSink.h"
+
+#include <deque>
+#include <mutex>
+
+namespace dvd {
+
+class DVDNullAudioSink : public DVDAudioSink {
+ public:
+  explicit DVDNullAudioSink(DVDClock& clock) : mClock(clock) {}
+
+  void Push(int64_t at, int rate, int16_t const* samples, size_t frames) override;
+  void Flush() override;
+  void Hold(bool hold) override;
+  void Shift(int64_t ticks) override;
+  void SetVolume(UInt16 volume, bool muted) override;
+  int64_t Delivered() override;
+  bool IsDevice() const override { return false; }
+
+ private:
+  struct Piece {
+    int64_t at;
+    int rate;
+    int64_t frames;
+  };
+  // Plays everything due up to now.
+  void Advance(int64_t now);
+
+  DVDClock& mClock;
+  std::mutex mMutex;
+  std::deque<Piece> mQueue;
+  bool mPlayed = false;       // something played since the last flush
+  int64_t mCursor = 0;       // where the last piece played ended
+  bool mHeadStarted = false;
+  int64_t mHeadStart = 0;    // when the piece at the head began
+  int64_t mHeadPlayed = 0;
+  int64_t mDelivered = 0;
+  bool mHeld = false;
+  int64_t mHeldAt = 0;
+};
+
+}  // namespace dvd

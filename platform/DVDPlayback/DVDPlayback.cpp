@@ -1,0 +1,472 @@
+// The service's C interface over the process's one session.
+#include "DVDPlayback.h"
+
+#include "DVDService.h"
+
+#include <chrono>
+#include <thread>
+#include <vector>
+
+namespace dvd {
+
+namespace {
+std::mutex gMutex;
+std::unique_ptr<DVDService> gService;
+bool gManualClock = false;
+}  // namespace
+
+DVDService* Service() { return gService.get(); }
+std::mutex& ServiceMutex() { return gMutex; }
+
+void UseManualClock(bool manual) {
+  std::lock_guard<std::mutex> g(gMutex);
+  gManualClock = manual;
+}
+
+void AdvanceManualClock(UInt32 milliseconds) {
+  std::lock_guard<std::mutex> g(gMutex);
+  if (gService && gService->mClock.IsManual()) {
+    gService->mClock.Advance(int64_t(milliseconds) * DVDClock::kTicksPerSecond / 1000);
+  }
+}
+
+bool WaitUntilQuiet(UInt32 timeoutMs) {
+  auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+  for (;;) {
+    {
+      std::lock_guard<std::mutex> g(gMutex);
+      if (!gService) return true;
+      bool const navQuiet = !gService->mNavigator || gService->mNavigator->IsQuiet();
+      bool const shown = !gService->mPresenter || gService->mPresenter->IsQuiet();
+      if (navQuiet && shown && gService->mEvents.IsDrained()) return true;
+    }
+    if (std::chrono::steady_clock::now() > until) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+int HighlightedButton() {
+  std::lock_guard<std::mutex> g(gMutex);
+  if (!gService || !gService->mNavigator) return 0;
+  return gService->mNavigator->HighlightedButton();
+}
+
+int64_t AudioFramesDelivered(bool* isDevice) {
+  std::lock_guard<std::mutex> g(gMutex);
+  if (!gService || !gService->mPresenter) return -1;
+  if (isDevice) *isDevice = gService->mPresenter->AudioIsDevice();
+  return gService->mPresenter->AudioDelivered();
+}
+
+}  // namespace dvd
+
+using dvd::DVDService;
+
+namespace {
+
+// Runs f with the session, or answers that there is none.
+template <class F>
+OSStatus WithService(F&& f) {
+  std::lock_guard<std::mutex> g(dvd::ServiceMutex());
+  DVDService* const s = dvd::Service();
+  if (!s) return kDVDErrorNotInitialized;
+  return f(*s);
+}
+
+// Runs f with the open media's navigator.
+template <class F>
+OSStatus WithNavigator(F&& f) {
+  return WithService([&](DVDService& s) -> OSStatus {
+    if (!s.mNavigator) return kDVDErrorNoMedia;
+    return f(*s.mNavigator);
+  });
+}
+
+OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
+  if (!ref) return kDVDErrorInvalidArgument;
+  if (FSRefValidate(ref) != noErr) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    if (s.mMedia) return kDVDErrorMediaAlreadyOpen;
+    auto media = std::make_unique<dvd::DVDMedia>();
+    if (OSStatus const status = media->Construct(ref->path); status != noErr) return status;
+    DVDRegionCode code = 0;
+    SInt16 changes = 0;
+    if (OSStatus const status = media->DriveRegion(&code, &changes); status != noErr) {
+      return status;
+    }
+    auto presenter =
+        std::make_unique<dvd::DVDPresenter>(s.mClock, dvd::DVDAudioSink::Create(s.mClock));
+    if (!presenter->Construct()) return kDVDErrorReadFailed;
+    presenter->SetVolume(s.mVolume, s.mMuted);
+    presenter->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
+    auto navigator = std::make_unique<dvd::DVDNavigator>(s.mClock, s.mEvents, presenter.get());
+    if (OSStatus const status = navigator->Open(media->Path(), media->UniqueID());
+        status != noErr) {
+      return status;
+    }
+    navigator->SetTimeEventRate(s.mTimeEventRate);
+    if (s.mSleeping) navigator->Sleep();
+    s.mMedia = std::move(media);
+    s.mPresenter = std::move(presenter);
+    s.mNavigator = std::move(navigator);
+    s.mMediaIsVolume = isVolume;
+    return noErr;
+  });
+}
+
+OSStatus CloseMedia(bool isVolume) {
+  return WithService([&](DVDService& s) -> OSStatus {
+    if (!s.mMedia) return kDVDErrorNoMedia;
+    if (s.mMediaIsVolume != isVolume) return kDVDErrorNotAllowedNow;
+    s.mNavigator.reset();
+    s.mPresenter.reset();
+    s.mMedia.reset();
+    return noErr;
+  });
+}
+
+}  // namespace
+
+OSStatus DVDInitialize() {
+  std::lock_guard<std::mutex> g(dvd::ServiceMutex());
+  if (dvd::gService) return kDVDErrorNotAllowedNow;
+  auto service = std::make_unique<DVDService>(dvd::gManualClock);
+  if (!service->mLock.Lock()) return kDVDErrorServiceBusy;
+  dvd::gService = std::move(service);
+  return noErr;
+}
+
+OSStatus DVDDispose() {
+  std::unique_ptr<DVDService> service;
+  {
+    std::lock_guard<std::mutex> g(dvd::ServiceMutex());
+    if (!dvd::gService) return kDVDErrorNotInitialized;
+    // Navigation stops first so that it posts nothing to a queue being torn down.
+    dvd::gService->mNavigator.reset();
+    dvd::gService->mPresenter.reset();
+    dvd::gService->mMedia.reset();
+    service = std::move(dvd::gService);
+  }
+  // Torn down unlocked: a callback still running may call into the service.
+  service.reset();
+  return noErr;
+}
+
+OSStatus DVDRegisterEventCallBack(DVDEventCallBackFunctionPtr inCallBackProc,
+                                  DVDEventCode const* inCode, UInt32 inCodeCount,
+                                  void* inRefCon, DVDEventCallBackRef* outCallBackID) {
+  if (!inCallBackProc || !inCode || inCodeCount == 0 || !outCallBackID) {
+    return kDVDErrorInvalidArgument;
+  }
+  return WithService([&](DVDService& s) -> OSStatus {
+    *outCallBackID = s.mEvents.Register(
+        inCallBackProc, std::vector<DVDEventCode>(inCode, inCode + inCodeCount), inRefCon);
+    return noErr;
+  });
+}
+
+OSStatus DVDUnregisterEventCallBack(DVDEventCallBackRef inCallBackID) {
+  return WithService([&](DVDService& s) -> OSStatus {
+    return s.mEvents.Unregister(inCallBackID) ? noErr : kDVDErrorInvalidArgument;
+  });
+}
+
+OSStatus DVDSetFatalErrorCallBack(DVDFatalErrCallBackFunctionPtr inCallBackProc, void* inRefCon) {
+  return WithService([&](DVDService& s) -> OSStatus {
+    s.mEvents.SetFatalErrorCallBack(inCallBackProc, inRefCon);
+    return noErr;
+  });
+}
+
+OSStatus DVDSetTimeEventRate(UInt32 inMilliseconds) {
+  return WithService([&](DVDService& s) -> OSStatus {
+    s.mTimeEventRate = inMilliseconds;
+    if (s.mNavigator) s.mNavigator->SetTimeEventRate(inMilliseconds);
+    return noErr;
+  });
+}
+
+OSStatus DVDSleep() {
+  return WithService([&](DVDService& s) -> OSStatus {
+    if (s.mSleeping) return kDVDErrorNotAllowedNow;
+    s.mSleeping = true;
+    if (s.mNavigator) s.mNavigator->Sleep();
+    return noErr;
+  });
+}
+
+OSStatus DVDWakeUp() {
+  return WithService([&](DVDService& s) -> OSStatus {
+    if (!s.mSleeping) return kDVDErrorNotAllowedNow;
+    s.mSleeping = false;
+    if (s.mNavigator) s.mNavigator->WakeUp();
+    return noErr;
+  });
+}
+
+OSStatus DVDHasMedia(Boolean* outHasMedia) {
+  if (!outHasMedia) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    *outHasMedia = s.mMedia != nullptr;
+    return noErr;
+  });
+}
+
+OSStatus DVDOpenMediaVolume(FSRef const* inRef) { return OpenMedia(inRef, true); }
+OSStatus DVDOpenMediaFile(FSRef const* inRef) { return OpenMedia(inRef, false); }
+OSStatus DVDCloseMediaVolume() { return CloseMedia(true); }
+OSStatus DVDCloseMediaFile() { return CloseMedia(false); }
+
+OSStatus DVDGetMediaUniqueID(DVDMediaUniqueID outDiscID) {
+  if (!outDiscID) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    if (!s.mMedia) return kDVDErrorNoMedia;
+    std::copy(s.mMedia->UniqueID().begin(), s.mMedia->UniqueID().end(), outDiscID);
+    return noErr;
+  });
+}
+
+OSStatus DVDGetDiscRegionCode(DVDRegionCode* outCode) {
+  if (!outCode) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    if (!s.mMedia) return kDVDErrorNoMedia;
+    *outCode = s.mMedia->DiscRegion();
+    return noErr;
+  });
+}
+
+OSStatus DVDGetDriveRegionCode(DVDRegionCode* outCode, SInt16* outNumberChangesLeft) {
+  if (!outCode || !outNumberChangesLeft) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    *outCode = kDVDRegionCodeUninitialized;
+    *outNumberChangesLeft = -1;
+    if (!s.mMedia) return noErr;  // no media, no drive
+    return s.mMedia->DriveRegion(outCode, outNumberChangesLeft);
+  });
+}
+
+OSStatus DVDIsMuted(Boolean* outIsMuted) {
+  if (!outIsMuted) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    *outIsMuted = s.mMuted;
+    return noErr;
+  });
+}
+
+OSStatus DVDMute(Boolean inMute) {
+  return WithService([&](DVDService& s) -> OSStatus {
+    s.mMuted = inMute ? 1 : 0;
+    if (s.mPresenter) s.mPresenter->SetVolume(s.mVolume, s.mMuted);
+    return noErr;
+  });
+}
+
+OSStatus DVDGetAudioVolumeInfo(UInt16* outMinVolume, UInt16* outCurVolume, UInt16* outMaxVolume) {
+  if (!outMinVolume || !outCurVolume || !outMaxVolume) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    *outMinVolume = 0;
+    *outCurVolume = s.mVolume;
+    *outMaxVolume = 255;
+    return noErr;
+  });
+}
+
+OSStatus DVDSetAudioVolume(UInt16 inVolume) {
+  if (inVolume > 255) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    s.mVolume = inVolume;
+    if (s.mPresenter) s.mPresenter->SetVolume(s.mVolume, s.mMuted);
+    return noErr;
+  });
+}
+
+OSStatus DVDPlay() {
+  return WithNavigator([](dvd::DVDNavigator& n) { return n.Play(); });
+}
+OSStatus DVDPause() {
+  return WithNavigator([](dvd::DVDNavigator& n) { return n.Pause(); });
+}
+OSStatus DVDStop() {
+  return WithNavigator([](dvd::DVDNavigator& n) { return n.Stop(); });
+}
+OSStatus DVDScan(DVDScanRate inRate, DVDScanDirection inDirection) {
+  return WithNavigator([&](dvd::DVDNavigator& n) { return n.Scan(inRate, inDirection); });
+}
+OSStatus DVDNextChapter() {
+  return WithNavigator([](dvd::DVDNavigator& n) { return n.NextChapter(); });
+}
+OSStatus DVDPreviousChapter() {
+  return WithNavigator([](dvd::DVDNavigator& n) { return n.PreviousChapter(); });
+}
+
+OSStatus DVDIsOnMenu(Boolean* outOnMenu, DVDMenu* outMenu) {
+  if (!outOnMenu || !outMenu) return kDVDErrorInvalidArgument;
+  return WithNavigator([&](dvd::DVDNavigator& n) { return n.IsOnMenu(outOnMenu, outMenu); });
+}
+OSStatus DVDReturnToTitle() {
+  return WithNavigator([](dvd::DVDNavigator& n) { return n.ReturnToTitle(); });
+}
+OSStatus DVDGoToMenu(DVDMenu inMenu) {
+  return WithNavigator([&](dvd::DVDNavigator& n) { return n.GoToMenu(inMenu); });
+}
+
+OSStatus DVDGetNumAngles(UInt16* outNumAngles) {
+  if (!outNumAngles) return kDVDErrorInvalidArgument;
+  return WithNavigator([&](dvd::DVDNavigator& n) { return n.GetAngleInfo(outNumAngles, nullptr); });
+}
+OSStatus DVDGetAngle(UInt16* outAngle) {
+  if (!outAngle) return kDVDErrorInvalidArgument;
+  return WithNavigator([&](dvd::DVDNavigator& n) { return n.GetAngleInfo(nullptr, outAngle); });
+}
+OSStatus DVDSetAngle(UInt16 inAngle) {
+  return WithNavigator([&](dvd::DVDNavigator& n) { return n.SetAngle(inAngle); });
+}
+OSStatus DVDDoUserNavigation(DVDUserNavigation inNavigation) {
+  return WithNavigator([&](dvd::DVDNavigator& n) { return n.UserNavigation(inNavigation); });
+}
+
+OSStatus DVDGetBookmark(void* outBookmarkData, UInt32* ioBookmarkDataSize) {
+  if (!ioBookmarkDataSize) return kDVDErrorInvalidArgument;
+  return WithNavigator([&](dvd::DVDNavigator& n) -> OSStatus {
+    std::vector<UInt8> data;
+    if (OSStatus const status = n.GetBookmark(data); status != noErr) return status;
+    if (!outBookmarkData) {
+      *ioBookmarkDataSize = UInt32(data.size());
+      return noErr;
+    }
+    if (*ioBookmarkDataSize < data.size()) return kDVDErrorInvalidArgument;
+    std::copy(data.begin(), data.end(), static_cast<UInt8*>(outBookmarkData));
+    *ioBookmarkDataSize = UInt32(data.size());
+    return noErr;
+  });
+}
+
+OSStatus DVDGotoBookmark(void const* inBookmarkData, UInt32 inBookmarkDataSize) {
+  if (!inBookmarkData) return kDVDErrorInvalidArgument;
+  return WithNavigator([&](dvd::DVDNavigator& n) {
+    return n.GotoBookmark(static_cast<UInt8 const*>(inBookmarkData), inBookmarkDataSize);
+  });
+}
+
+OSStatus DVDSetVideoWindowID(UInt32 inWindowID) {
+  return WithService([&](DVDService& s) -> OSStatus {
+    s.mWindowID = inWindowID;
+    return noErr;
+  });
+}
+
+OSStatus DVDSetVideoBounds(Rect const* inRect) {
+  if (!inRect || inRect->bottom < inRect->top || inRect->right < inRect->left) {
+    return kDVDErrorInvalidArgument;
+  }
+  return WithService([&](DVDService& s) -> OSStatus {
+    s.mBounds = *inRect;
+    return noErr;
+  });
+}
+
+OSStatus DVDSwitchToDisplay(UInt32 inDisplay, Boolean* outSupported) {
+  if (!outSupported) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    // Pictures are drawn by the window's own toolkit, which reaches every display.
+    s.mDisplay = inDisplay;
+    *outSupported = true;
+    return noErr;
+  });
+}
+
+OSStatus DVDGetAspectRatio(DVDAspectRatio* outRatio) {
+  if (!outRatio) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    if (!s.mNavigator) return kDVDErrorNoMedia;
+    *outRatio = s.mNavigator->AspectRatio();
+    if (*outRatio == kDVDAspectRatioUninitialized) *outRatio = s.mMedia->Aspect();
+    return noErr;
+  });
+}
+
+OSStatus DVDGetNativeVideoSize(UInt16* outWidth, UInt16* outHeight) {
+  if (!outWidth || !outHeight) return kDVDErrorInvalidArgument;
+  return WithService([&](DVDService& s) -> OSStatus {
+    if (!s.mNavigator) return kDVDErrorNoMedia;
+    *outWidth = s.mMedia->NativeWidth();
+    *outHeight = s.mMedia->NativeHeight();
+    s.mNavigator->NativeSize(outWidth, outHeight);
+    return noErr;
+  });
+}
+
+namespace {
+
+// Maps a window point through the video rectangle onto the disc's picture; without a
+// rectangle the window is the picture.
+OSStatus MenuPoint(Point pt, SInt32* outIndex, bool activate) {
+  if (!outIndex) return kDVDErrorInvalidArgument;
+  *outIndex = -1;
+  return WithNavigator([&](dvd::DVDNavigator& n) -> OSStatus {
+    DVDService& s = *dvd::Service();
+    UInt16 width = s.mMedia->NativeWidth();
+    UInt16 height = s.mMedia->NativeHeight();
+    n.NativeSize(&width, &height);
+    int x = pt.h;
+    int y = pt.v;
+    Rect const& b = s.mBounds;
+    int const bw = b.right - b.left;
+    int const bh = b.bottom - b.top;
+    if (bw > 0 && bh > 0) {
+      if (pt.h < b.left || pt.h >= b.right || pt.v < b.top || pt.v >= b.bottom) return noErr;
+      x = (pt.h - b.left) * width / bw;
+      y = (pt.v - b.top) * height / bh;
+    }
+    return n.MenuPoint(x, y, activate, outIndex);
+  });
+}
+
+}  // namespace
+
+OSStatus DVDDoMenuClick(Point inPortPt, SInt32* outIndex) {
+  return MenuPoint(inPortPt, outIndex, true);
+}
+
+OSStatus DVDDoMenuMouseOver(Point inPortPt, SInt32* outIndex) {
+  return MenuPoint(inPortPt, outIndex, false);
+}
+
+OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* outInfo, void* outPixels,
+                               UInt32* ioPixelsSize) {
+  if (!outInfo || !ioPixelsSize) return kDVDErrorInvalidArgument;
+  // Not under the session's lock: the frame-ready callback may call this while the
+  // session is closing.
+  dvd::DVDPicture picture;
+  bool const have = outPixels ? dvd::DVDPresenter::CopyLatest(picture)
+                              : dvd::DVDPresenter::LatestInfo(picture);
+  if (!have) return kDVDErrorNotAllowedNow;
+  UInt32 const rowBytes = UInt32(picture.width) * 3;
+  UInt32 const size = rowBytes * UInt32(picture.height);
+  if (outPixels && *ioPixelsSize < size) return kDVDErrorInvalidArgument;
+  outInfo->width = UInt16(picture.width);
+  outInfo->height = UInt16(picture.height);
+  outInfo->displayHeight = UInt16(picture.height);
+  outInfo->displayWidth = UInt16(picture.aspect == kDVDAspectRatio16x9
+                                     ? (picture.height * 16 + 4) / 9
+                                     : (picture.height * 4 + 1) / 3);
+  outInfo->rowBytes = rowBytes;
+  outInfo->aspect = picture.aspect;
+  outInfo->title = UInt16(picture.title);
+  outInfo->chapter = UInt16(picture.chapter);
+  outInfo->elapsedMs = UInt32(picture.titleTime / 90);
+  outInfo->frameNumber = picture.number;
+  *ioPixelsSize = size;
+  if (outPixels) std::copy(picture.rgb.begin(), picture.rgb.end(), static_cast<UInt8*>(outPixels));
+  return noErr;
+}
+
+OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr inCallBackProc,
+                                  void* inRefCon) {
+  return WithService([&](DVDService& s) -> OSStatus {
+    s.mFrameReadyProc = inCallBackProc;
+    s.mFrameReadyRefCon = inRefCon;
+    if (s.mPresenter) s.mPresenter->SetFrameReadyCallBack(inCallBackProc, inRefCon);
+    return noErr;
+  });
+}

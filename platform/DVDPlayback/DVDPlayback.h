@@ -1,0 +1,206 @@
+// The DVD playback service: one session per process (and per user, across processes),
+// media, playback commands, disc menus and the events the service reports.
+// Calls are made from any one application thread; events arrive on the service's own
+// event thread.
+#pragma once
+
+#include "Files/Files.h"
+#include "MacTypes.h"
+
+// Screen-style coordinates: origin at the top-left, v grows downwards.
+struct Point {
+  SInt16 v;
+  SInt16 h;
+};
+struct Rect {
+  SInt16 top;
+  SInt16 left;
+  SInt16 bottom;
+  SInt16 right;
+};
+
+// Status codes.
+constexpr OSStatus kDVDErrorServiceBusy = -70002;              // another process holds the service
+constexpr OSStatus kDVDErrorNotInitialized = -70003;           // DVDInitialize has not been called
+constexpr OSStatus kDVDErrorNotAllowedNow = -70004;            // not in this playback state / domain
+constexpr OSStatus kDVDErrorNoMedia = -70005;                  // no media open
+constexpr OSStatus kDVDErrorMediaNotDVD = -70015;              // the object is not DVD-Video
+constexpr OSStatus kDVDErrorInvalidArgument = -70016;          // null pointer, bad reference or value
+constexpr OSStatus kDVDErrorMediaAlreadyOpen = -70017;         // close the open media first
+constexpr OSStatus kDVDErrorReadFailed = -70018;               // the disc could not be read
+constexpr OSStatus kDVDErrorRegionCodeUninitialized = -70024;  // the drive's region was never set
+
+using DVDEventCode = UInt32;
+using DVDEventValue = UInt32;
+using DVDEventCallBackRef = UInt32;
+
+enum : DVDEventCode {
+  kDVDEventTitle = 1,            // data1 = title number (0 on a menu)
+  kDVDEventPTT = 2,              // data1 = chapter (part of title)
+  kDVDEventDisplayMode = 7,      // data1 = DVDAspectRatio
+  kDVDEventPlayback = 11,        // data1 = DVDState
+  kDVDEventVideoStandard = 12,   // data1 = DVDVideoStandard
+  kDVDEventTitleTime = 20,       // data1 = elapsed ms, data2 = title length ms
+  kDVDEventError = 24,           // data1 = status
+};
+
+using DVDState = SInt32;
+enum : DVDState {
+  kDVDStateUnknown = 0,
+  kDVDStatePlaying = 1,
+  kDVDStatePlayingStill = 2,
+  kDVDStatePaused = 3,
+  kDVDStateStopped = 4,
+  kDVDStateScanning = 5,
+  kDVDStateIdle = 6,
+};
+
+using DVDAspectRatio = SInt16;
+enum : DVDAspectRatio {
+  kDVDAspectRatioUninitialized = 0,
+  kDVDAspectRatio4x3 = 1,
+  kDVDAspectRatio4x3PanAndScan = 2,
+  kDVDAspectRatio16x9 = 3,
+  kDVDAspectRatioLetterBox = 4,
+};
+
+using DVDUserNavigation = SInt32;
+enum : DVDUserNavigation {
+  kDVDUserNavigationMoveUp = 1,
+  kDVDUserNavigationMoveDown = 2,
+  kDVDUserNavigationMoveLeft = 3,
+  kDVDUserNavigationMoveRight = 4,
+  kDVDUserNavigationEnter = 5,
+};
+
+using DVDMenu = SInt32;
+enum : DVDMenu {
+  kDVDMenuTitle = 0,
+  kDVDMenuRoot = 1,
+  kDVDMenuSubPicture = 2,
+  kDVDMenuAudio = 3,
+  kDVDMenuAngle = 4,
+  kDVDMenuPTT = 5,
+  kDVDMenuNone = 6,
+};
+
+using DVDScanRate = SInt16;
+enum : DVDScanRate {
+  kDVDScanRateOne = 1,
+  kDVDScanRate2x = 2,
+  kDVDScanRate4x = 4,
+  kDVDScanRate8x = 8,
+  kDVDScanRate16x = 16,
+  kDVDScanRate32x = 32,
+};
+
+using DVDScanDirection = SInt8;
+enum : DVDScanDirection {
+  kDVDScanDirectionForward = 0,
+  kDVDScanDirectionBackward = 1,
+};
+
+using DVDVideoStandard = SInt32;
+enum : DVDVideoStandard {
+  kDVDVideoStandardUnknown = 0,
+  kDVDVideoStandardNTSC = 1,
+  kDVDVideoStandardPAL = 2,
+};
+
+// Region codes are the disc's restriction mask: a clear bit n is a playable region n+1.
+using DVDRegionCode = UInt32;
+enum : DVDRegionCode { kDVDRegionCodeUninitialized = 0xFF };
+
+using DVDMediaUniqueID = UInt8[8];
+
+using DVDEventCallBackFunctionPtr = void (*)(DVDEventCode inEventCode, DVDEventValue inEventData1,
+                                             DVDEventValue inEventData2, void* inRefCon);
+using DVDFatalErrCallBackFunctionPtr = void (*)(OSStatus inError, void* inRefCon);
+
+// Session.
+OSStatus DVDInitialize();
+OSStatus DVDDispose();
+OSStatus DVDRegisterEventCallBack(DVDEventCallBackFunctionPtr inCallBackProc,
+                                  DVDEventCode const* inCode, UInt32 inCodeCount,
+                                  void* inRefCon, DVDEventCallBackRef* outCallBackID);
+OSStatus DVDUnregisterEventCallBack(DVDEventCallBackRef inCallBackID);
+OSStatus DVDSetFatalErrorCallBack(DVDFatalErrCallBackFunctionPtr inCallBackProc, void* inRefCon);
+OSStatus DVDSetTimeEventRate(UInt32 inMilliseconds);
+OSStatus DVDSleep();
+OSStatus DVDWakeUp();
+
+// Media.
+OSStatus DVDHasMedia(Boolean* outHasMedia);
+OSStatus DVDOpenMediaVolume(FSRef const* inRef);
+OSStatus DVDOpenMediaFile(FSRef const* inRef);
+OSStatus DVDCloseMediaVolume();
+OSStatus DVDCloseMediaFile();
+OSStatus DVDGetMediaUniqueID(DVDMediaUniqueID outDiscID);
+OSStatus DVDGetDiscRegionCode(DVDRegionCode* outCode);
+OSStatus DVDGetDriveRegionCode(DVDRegionCode* outCode, SInt16* outNumberChangesLeft);
+
+// Audio (0..255).
+OSStatus DVDIsMuted(Boolean* outIsMuted);
+OSStatus DVDMute(Boolean inMute);
+OSStatus DVDGetAudioVolumeInfo(UInt16* outMinVolume, UInt16* outCurVolume, UInt16* outMaxVolume);
+OSStatus DVDSetAudioVolume(UInt16 inVolume);
+
+// Playback and navigation.
+OSStatus DVDPlay();
+OSStatus DVDPause();
+OSStatus DVDStop();
+OSStatus DVDScan(DVDScanRate inRate, DVDScanDirection inDirection);
+OSStatus DVDNextChapter();
+OSStatus DVDPreviousChapter();
+OSStatus DVDIsOnMenu(Boolean* outOnMenu, DVDMenu* outMenu);
+OSStatus DVDReturnToTitle();
+OSStatus DVDGoToMenu(DVDMenu inMenu);
+OSStatus DVDGetNumAngles(UInt16* outNumAngles);
+OSStatus DVDGetAngle(UInt16* outAngle);
+OSStatus DVDSetAngle(UInt16 inAngle);
+OSStatus DVDDoUserNavigation(DVDUserNavigation inNavigation);
+
+// Bookmarks: with a null block the size is answered; then the block is filled.
+OSStatus DVDGetBookmark(void* outBookmarkData, UInt32* ioBookmarkDataSize);
+OSStatus DVDGotoBookmark(void const* inBookmarkData, UInt32 inBookmarkDataSize);
+
+// Video output and disc-menu pointing. Points and bounds are in window coordinates; the
+// video rectangle maps onto the disc's 720-wide picture.
+OSStatus DVDSetVideoWindowID(UInt32 inWindowID);
+OSStatus DVDSetVideoBounds(Rect const* inRect);
+OSStatus DVDSwitchToDisplay(UInt32 inDisplay, Boolean* outSupported);
+OSStatus DVDGetAspectRatio(DVDAspectRatio* outRatio);
+OSStatus DVDGetNativeVideoSize(UInt16* outWidth, UInt16* outHeight);
+OSStatus DVDDoMenuClick(Point inPortPt, SInt32* outIndex);
+OSStatus DVDDoMenuMouseOver(Point inPortPt, SInt32* outIndex);
+
+// The picture as presented: what the video view draws and what stills are taken from.
+// Pixels are RGB, 3 bytes each, rows top down without padding, at the stream's coded size,
+// with the subpicture and the menu highlight drawn; shown, it is stretched to
+// displayWidth x displayHeight (the display aspect).
+struct DVDPresentedFrameInfo {
+  UInt16 width;           // 720
+  UInt16 height;          // 480 or 576
+  UInt16 displayWidth;    // width at the display aspect, same height
+  UInt16 displayHeight;
+  UInt32 rowBytes;
+  DVDAspectRatio aspect;  // kDVDAspectRatio4x3 or kDVDAspectRatio16x9
+  UInt16 title;           // 0 on a menu
+  UInt16 chapter;
+  UInt32 elapsedMs;       // title time of the picture
+  UInt32 frameNumber;     // pictures presented since the media was opened, from 1
+};
+
+// With null pixels only the information and the size needed are answered; then the
+// pixels are copied. kDVDErrorNotAllowedNow until a picture has been presented.
+OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* outInfo, void* outPixels,
+                               UInt32* ioPixelsSize);
+
+// Called on the service's presentation thread each time a new picture is presented (or
+// the one shown is drawn again, e.g. when the highlight moves). The callback only hands on
+// to the application's thread, which then calls DVDCopyPresentedFrame; it calls nothing
+// else of the service (closing the media waits for it). Once this returns, the callback
+// it replaced is no longer running.
+using DVDFrameReadyCallBackFunctionPtr = void (*)(UInt32 inFrameNumber, void* inRefCon);
+OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr inCallBackProc,
+                                  void* inRefCon);

@@ -1,0 +1,58 @@
+// The process's one session with the DVD playback service: the busy lock, the event
+// thread, the open media and its navigator, and the output settings the application gave.
+#pragma once
+
+#include "DVDClock.h"
+#include "DVDEventQueue.h"
+#include "DVDMedia.h"
+#include "DVDNavigator.h"
+#include "DVDPlayback.h"
+#include "DVDPresenter.h"
+#include "DVDServiceLock.h"
+
+#include <memory>
+#include <mutex>
+
+namespace dvd {
+
+struct DVDService {
+  explicit DVDService(bool manualClock) : mClock(manualClock) {}
+
+  DVDServiceLock mLock;
+  DVDClock mClock;
+  DVDEventQueue mEvents;
+  std::unique_ptr<DVDMedia> mMedia;
+  // Declared before the navigator, which feeds it, so that it goes after it.
+  std::unique_ptr<DVDPresenter> mPresenter;
+  std::unique_ptr<DVDNavigator> mNavigator;
+  bool mMediaIsVolume = false;
+  bool mSleeping = false;
+  UInt32 mTimeEventRate = 0;
+  Boolean mMuted = false;
+  UInt16 mVolume = 255;
+  UInt32 mWindowID = 0;
+  Rect mBounds{0, 0, 0, 0};
+  UInt32 mDisplay = 0;
+  DVDFrameReadyCallBackFunctionPtr mFrameReadyProc = nullptr;
+  void* mFrameReadyRefCon = nullptr;
+};
+
+// The session, or null before DVDInitialize; callers hold ServiceMutex().
+DVDService* Service();
+std::mutex& ServiceMutex();
+
+// Playback paced by a clock that only moves when told (for tests); takes effect at the
+// next DVDInitialize.
+void UseManualClock(bool manual);
+// Moves the manual clock forward.
+void AdvanceManualClock(UInt32 milliseconds);
+// Waits (in real time, at most timeoutMs) until navigation waits for the clock or a
+// command and every event has been delivered; false on timeout.
+bool WaitUntilQuiet(UInt32 timeoutMs);
+// The menu button highlighted now (0 when none).
+int HighlightedButton();
+// Sample frames the audio sink has played since the media opened, and whether that sink
+// is a sound device (false: the null sink); -1 without media.
+int64_t AudioFramesDelivered(bool* isDevice = nullptr);
+
+}  // namespace dvd

@@ -1,0 +1,64 @@
+// A service session for one test: its own runtime folder (so parallel test processes do
+// not share the busy lock), the manual clock, and a recorder of every event.
+#pragma once
+
+#include "DVDPlayback.h"
+#include "DVDService.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace tavelo_test {
+
+struct DVDEventRecord {
+  DVDEventCode code;
+  DVDEventValue data1;
+  DVDEventValue data2;
+  bool operator==(DVDEventRecord const&) const = default;
+};
+
+// Prints as "code:data1" (and ":data2" for title time) so that failures read easily.
+void PrintTo(DVDEventRecord const& e, std::ostream* os);
+
+class DVDEventRecorder {
+ public:
+  static void CallBack(DVDEventCode code, DVDEventValue data1, DVDEventValue data2, void* refCon);
+  std::vector<DVDEventRecord> Events() const;
+  // Every event but title time.
+  std::vector<DVDEventRecord> Changes() const;
+  std::vector<DVDEventRecord> Of(DVDEventCode code) const;
+  void Clear();
+
+ private:
+  mutable std::mutex mMutex;
+  std::vector<DVDEventRecord> mEvents;
+};
+
+std::string DiscPath(char const* name);
+FSRef MakeRef(std::string const& path);
+
+class DVDSessionTest : public testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // Opens media as a folder; the test fails when that does not succeed.
+  void OpenFile(std::string const& path);
+  // Moves the clock and waits until the service has caught up with it.
+  void Advance(UInt32 ms);
+  void Settle();
+  // The last playback state reported, once every event has arrived.
+  DVDState LastState();
+  // data1 of the last event with this code; kNone when there was none.
+  static constexpr DVDEventValue kNone = 0xFFFFFFFF;
+  DVDEventValue Last(DVDEventCode code);
+
+  DVDEventRecorder mRecorder;
+  DVDEventCallBackRef mCallBackID = 0;
+  bool mInitialized = false;
+};
+
+}  // namespace tavelo_test
