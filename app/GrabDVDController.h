@@ -1,0 +1,134 @@
+// The application's one controller: the session with the DVD playback service, media,
+// events, alerts and every playback command. The application's delegate.
+#pragma once
+
+#include <QPointer>
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+#include "DVDBookmark.h"
+#include "DVDEvent.h"
+#include "DVDPlayback.h"
+#include "GrabWindowController.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QLabel>
+#include <QMenu>
+#include <QSlider>
+#include <QWidget>
+
+#include "DVDVideoWindow.h"
+#include "PlaybackTime.h"
+
+class QKeyEvent;
+
+class GrabDVDController : public GrabWindowController {
+  Q_OBJECT
+
+ public:
+  explicit GrabDVDController(QObject* parent = nullptr);
+  ~GrabDVDController() override;
+
+  // Outlets, connected when the main menu is loaded.
+  QPointer<QWidget> mAboutBox;
+  QPointer<QAction> mMenuItemAboutApp;
+  QPointer<QLabel> mLastGrabImageView;
+  QPointer<QAbstractButton> mQuickGrabButton;
+  QPointer<QMenu> mGrabDefaultsMenu;
+  QPointer<QAbstractButton> mPlayPauseButton;
+  QPointer<QSlider> mAudioControl;
+  QPointer<QLabel> mSceneText;
+  QPointer<QLabel> mTitleText;
+  QPointer<QWidget> mControlWindow;
+  QPointer<PlaybackTime> mTimeText;
+  QPointer<DVDVideoWindow> mVideoWindow;
+
+  // The bookmarks of the open media, in the order they were made.
+  std::vector<std::unique_ptr<DVDBookmark>> mBookmarks;
+  QString mVolumePath;  // null when a folder or nothing is open
+  SInt32 mDVDState = 0;
+  DVDEventCallBackRef mEventCallBackID = 0;
+
+  // The process-wide bookmark cursor, shared by all media.
+  static SInt32 sBookmarkCursor;
+
+  void awakeFromNib();
+  void awakeFromNibGrab();
+  void applicationDidFinishLaunching();
+  bool applicationShouldTerminate() const { return true; }
+  void applicationWillTerminate();
+
+  void beginSession();
+  void endSession();
+  bool searchMountedDVDDisc() { return false; }
+  bool isValidMedia(QString const& path, FSRef* folder) const;
+  bool openMedia(QString const& path, bool isVolume);
+  void closeMedia();
+  bool hasMedia() const;
+  void resetUI();
+  void logMediaInfo();
+  SInt32 displayAlertWithMessage(QString const& messageKey, QString const& infoKey);
+  void handleDVDEvent(std::shared_ptr<DVDEvent const> const& event);
+  void handleDVDError(SInt32 error);
+
+  UInt16 setAudioVolume(bool up);
+  bool onKeyDown(QKeyEvent* event);
+  void launchAppWebPageByID(QString const& page);
+
+  bool validateMenuItem(QAction* item) override;
+  bool validateMenuItemGrab(QAction* item);
+
+  // The web address of a page on a host; empty host: the bundled offline help page.
+  static QString AppWebPageAddress(QString const& page, QString const& host);
+  // The characters of a key press: Qt's arrow, return, enter and space keys as the
+  // toolkit's function-key characters.
+  static QString KeyEventCharacters(QKeyEvent const* event);
+
+  // The two service callbacks; the reference value is the controller.
+  static void DVDEventCallBack(DVDEventCode code, DVDEventValue data1, DVDEventValue data2,
+                               void* refCon);
+  static void DVDFatalErrorCallBack(OSStatus error, void* refCon);
+
+ public slots:
+  void onMediaFolder(QObject* sender);
+  void onPlay(QObject* sender);
+  void onPause(QObject* sender);
+  void onPlayPause(QObject* sender);
+  void onStop(QObject* sender);
+  void onScanForward(QObject* sender);
+  void onScanBackward(QObject* sender);
+  void onNextScene(QObject* sender);
+  void onPreviousScene(QObject* sender);
+  void onToggleMenu(QObject* sender);
+  void onNextAngle(QObject* sender);
+  void onVolumeUp(QObject* sender);
+  void onVolumeDown(QObject* sender);
+  void onAudioVolume(QObject* sender);
+  void onMute(QObject* sender);
+  void onShowController(QObject* sender);
+  void onVideoMax(QObject* sender);
+  void onVideoNormal(QObject* sender);
+  void onVideoSmall(QObject* sender);
+  void onEject(QObject* sender);
+  void onNewBookmark(QObject* sender);
+  void onNextBookmark(QObject* sender);
+  void menuHelpApplicationHelp(QObject* sender);
+  void menuHelpCheckUpdates(QObject* sender);
+  void menuHelpSharePictures(QObject* sender);
+  void orderFrontStandardAboutPanel(QObject* sender);
+
+  void deviceDidMount(QObject* sender);
+  void machineWillSleep(QObject* sender);
+  void machineDidWake(QObject* sender);
+
+ signals:
+  // Media were opened or closed: menu items and their key equivalents change.
+  void mediaChanged();
+
+ private:
+  // Chooses the folder for onMediaFolder; empty when the user cancels.
+  QString runOpenPanel();
+};

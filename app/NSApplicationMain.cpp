@@ -1,0 +1,50 @@
+#include "NSApplicationMain.h"
+
+#include <QFileInfo>
+#include <QIcon>
+#include <QStringList>
+
+#include "CoreMachDebugLog.h"
+#include "DVDControlWindow.h"
+#include "DVDVideoWindow.h"
+#include "GrabDVDController.h"
+#include "MainMenuNib.h"
+#include "NSApplication.h"
+
+int NSApplicationMain(int argc, char** argv) {
+  NSApplication app(argc, argv);
+  QCoreApplication::setOrganizationName(QStringLiteral("Tavelo"));
+  QCoreApplication::setApplicationName(QStringLiteral("Tavelo"));
+  QGuiApplication::setDesktopFileName(QStringLiteral("tavelo"));
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/tavelo.png")));
+
+  MainMenuNib nib;
+  if (!nib.Construct()) return 1;
+  GrabDVDController* const controller = nib.controller();
+  QObject::connect(&app, &QCoreApplication::aboutToQuit, controller,
+                   [controller] { controller->applicationWillTerminate(); });
+
+  DVDVideoWindow* const videoWindow = nib.videoWindow();
+  videoWindow->show();
+  if (DVDControlWindow* control = nib.controlWindow()) {
+    // The controller starts below the video, where it hides none of it.
+    control->move(videoWindow->frameGeometry().left(), videoWindow->frameGeometry().bottom() + 8);
+    control->show();
+  }
+
+  // `tavelo PATH` opens a folder or disc image once launched, as a drop would.
+  QStringList const arguments = QCoreApplication::arguments();
+  QString const path = arguments.size() > 1 ? arguments.at(1) : QString();
+  QMetaObject::invokeMethod(
+      controller,
+      [&nib, controller, path] {
+        controller->applicationDidFinishLaunching();
+        nib.validateMenuItems();
+        if (!path.isEmpty()) {
+          QFileInfo const info(path);
+          controller->openMedia(info.absoluteFilePath(), info.isFile());
+        }
+      },
+      Qt::QueuedConnection);
+  return app.exec();
+}

@@ -1,0 +1,138 @@
+#include <QAction>
+#include <QKeySequence>
+#include <QMenu>
+#include <gtest/gtest.h>
+
+#include "AppTestSupport.h"
+#include "FakeDVDPlayback.h"
+#include "GrabDVDController.h"
+#include "MainMenuNib.h"
+#include "NSMenuItemAction.h"
+#include "TestLog.h"
+
+namespace {
+
+class MainMenuTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    tavelo_app_test::ProcessEvents();
+    fake_dvd::Reset();
+    tavelo_test::LogTail tail;
+    ASSERT_TRUE(mNib.Construct());
+    // Loading the nibs and every awake step pass their checks.
+    EXPECT_TRUE(tail.Lines().empty());
+    mNib.controller()->applicationDidFinishLaunching();
+    mNib.validateMenuItems();
+  }
+  QAction* Item(char const* selector) {
+    QAction* item = mNib.menuItemWithAction(selector);
+    EXPECT_NE(item, nullptr) << selector;
+    return item;
+  }
+
+  MainMenuNib mNib;
+};
+
+}  // namespace
+
+TEST_F(MainMenuTest, EveryCommandHasAnItemWithItsShortcut) {
+  struct { char const* selector; char const* shortcut; } const items[] = {
+      {"onMediaFolder:", "Ctrl+O"}, {"grabCurrentFrame:", "Ctrl+G"},
+      {"grabCurrentFrameSaveNumberedFile:", "Ctrl+Shift+G"}, {"copy:", "Ctrl+C"},
+      {"saveAs:", "Ctrl+Shift+S"}, {"onVideoSmall:", "Ctrl+1"}, {"onVideoNormal:", "Ctrl+2"},
+      {"onVideoMax:", "Ctrl+3"}, {"onShowController:", "Ctrl+K"}, {"onNextScene:", "Ctrl+Right"},
+      {"onPreviousScene:", "Ctrl+Left"}, {"onToggleMenu:", "Ctrl+M"}, {"onNewBookmark:", "Ctrl+B"},
+      {"terminate:", "Ctrl+Q"},
+  };
+  for (auto const& [selector, shortcut] : items) {
+    QAction* item = Item(selector);
+    if (!item) continue;
+    EXPECT_EQ(item->shortcut(), QKeySequence(QString::fromLatin1(shortcut))) << selector;
+    EXPECT_EQ(item->shortcutContext(), Qt::ApplicationShortcut) << selector;
+  }
+  for (char const* selector :
+       {"onPlay:", "onPause:", "onPlayPause:", "onStop:", "onScanForward:", "onScanBackward:",
+        "onNextAngle:", "onVolumeUp:", "onVolumeDown:", "onMute:", "onEject:", "onNextBookmark:",
+        "menuHelpApplicationHelp:", "menuHelpCheckUpdates:", "menuHelpSharePictures:",
+        "orderFrontStandardAboutPanel:", "grabScreen:", "grabScreenQuickSave:",
+        "grabAndCopy:", "grabScreenAndCopy:", "grabAndSave_JPEG:", "grabAndSave_PNG:",
+        "grabAndSave_TIFF:", "saveGrabAs_JPEG:", "saveGrabAs_PNG:", "saveGrabAs_TIFF:"}) {
+    Item(selector);
+  }
+}
+
+TEST_F(MainMenuTest, PlaybackCommandsAreEnabledAndGrabCommandsWaitForTheGrabController) {
+  for (char const* selector : {"onMediaFolder:", "onPlay:", "onNextScene:", "onVideoMax:",
+                               "onShowController:", "menuHelpApplicationHelp:", "terminate:",
+                               "orderFrontStandardAboutPanel:"}) {
+    if (QAction* item = Item(selector)) {
+      EXPECT_TRUE(item->isEnabled()) << selector;
+    }
+  }
+  // Nothing implements the grab and save actions yet: their items stay disabled.
+  for (char const* selector : {"grabCurrentFrame:", "grabCurrentFrameSaveNumberedFile:", "copy:",
+                               "saveAs:", "grabScreen:", "selectDefault_SaveJPEG:"}) {
+    QAction* item = Item(selector);
+    if (!item) continue;
+    EXPECT_FALSE(NSMenuItemAction::respondsToSelector(mNib.controller(), selector)) << selector;
+    EXPECT_FALSE(item->isEnabled()) << selector;
+  }
+}
+
+TEST_F(MainMenuTest, GrabMenuItemsValidateOnMediaAndAPicture) {
+  GrabDVDController* c = mNib.controller();
+  QAction* grab = Item("grabCurrentFrame:");
+  QAction* copy = Item("copy:");
+  ASSERT_TRUE(grab && copy);
+  // The controller's own answer, whatever the target can do.
+  EXPECT_FALSE(c->validateMenuItem(grab));
+  EXPECT_FALSE(c->validateMenuItem(copy));
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  EXPECT_TRUE(c->validateMenuItem(grab));
+  EXPECT_FALSE(c->validateMenuItem(copy));
+  c->setGrabbedBitmapImageRep(std::make_shared<NSBitmapImageRep>(nullptr, 4, 4, 8, 3, false, 0, 24));
+  EXPECT_TRUE(c->validateMenuItem(copy));
+  EXPECT_TRUE(c->validateMenuItem(Item("onPlay:")));
+}
+
+TEST_F(MainMenuTest, GrabDefaultsMenuHoldsTypeFolderAndCreatorItems) {
+  QMenu* menu = mNib.controller()->mGrabDefaultsMenu;
+  ASSERT_NE(menu, nullptr);
+  QStringList selectors;
+  for (QAction* item : menu->actions()) {
+    if (!item->isSeparator()) selectors << QString::fromLatin1(NSMenuItemAction::action(item));
+  }
+  EXPECT_EQ(selectors, (QStringList{"selectDefault_SaveJPEG:", "selectDefault_SaveTIFF:", "selectDefault_SavePNG:",
+                                    "selectDefault_PicturesFolder:", "selectDefault_DesktopFolder:",
+                                    "selectDefault_DocumentsFolder:", "selectDefault_CreatorPreview:",
+                                    "selectDefault_CreatorQuickTime:", "selectDefault_CreatorPhotoShop:",
+                                    "selectDefault_CreatoriPhoto:"}));
+}
+
+TEST_F(MainMenuTest, OutletsAreConnected) {
+  GrabDVDController* c = mNib.controller();
+  EXPECT_NE(c->mAboutBox, nullptr);
+  EXPECT_NE(c->mMenuItemAboutApp, nullptr);
+  EXPECT_NE(c->mLastGrabImageView, nullptr);
+  EXPECT_NE(c->mQuickGrabButton, nullptr);
+  EXPECT_NE(c->mGrabDefaultsMenu, nullptr);
+  EXPECT_NE(c->mPlayPauseButton, nullptr);
+  EXPECT_NE(c->mAudioControl, nullptr);
+  EXPECT_NE(c->mSceneText, nullptr);
+  EXPECT_NE(c->mTitleText, nullptr);
+  EXPECT_NE(c->mControlWindow, nullptr);
+  EXPECT_NE(c->mTimeText, nullptr);
+  EXPECT_NE(c->mVideoWindow, nullptr);
+  EXPECT_EQ(c->grabWindow(), c->mVideoWindow.data());
+}
+
+TEST_F(MainMenuTest, ControllerButtonsPerformTheirActions) {
+  GrabDVDController* c = mNib.controller();
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  fake_dvd::S().calls.clear();
+  c->mDVDState = kDVDStatePlaying;
+  c->mPlayPauseButton->click();
+  EXPECT_EQ(fake_dvd::Calls("DVDPause"), 1);
+  // The quick-grab button waits for the grab controller too.
+  EXPECT_FALSE(c->mQuickGrabButton->isEnabled());
+}

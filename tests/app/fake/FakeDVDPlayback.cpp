@@ -1,0 +1,248 @@
+#include "FakeDVDPlayback.h"
+
+#include <cstring>
+
+namespace fake_dvd {
+
+State& S() {
+  static State state;
+  return state;
+}
+
+void Reset() { S() = State(); }
+
+int Calls(char const* name) {
+  auto const it = S().calls.find(name);
+  return it == S().calls.end() ? 0 : it->second;
+}
+
+}  // namespace fake_dvd
+
+using fake_dvd::S;
+
+namespace {
+
+OSStatus Call(char const* name) {
+  ++S().calls[name];
+  auto const it = S().status.find(name);
+  return it == S().status.end() ? noErr : it->second;
+}
+
+}  // namespace
+
+OSStatus DVDInitialize() {
+  OSStatus const r = Call("DVDInitialize");
+  if (r == noErr) S().initialized = true;
+  return r;
+}
+OSStatus DVDDispose() {
+  S().initialized = false;
+  return Call("DVDDispose");
+}
+OSStatus DVDRegisterEventCallBack(DVDEventCallBackFunctionPtr proc, DVDEventCode const* codes,
+                                  UInt32 count, void* refCon, DVDEventCallBackRef* outID) {
+  OSStatus const r = Call("DVDRegisterEventCallBack");
+  if (r != noErr) return r;
+  S().registeredCodes.assign(codes, codes + count);
+  S().eventCallBack = proc;
+  S().eventRefCon = refCon;
+  *outID = 77;
+  return r;
+}
+OSStatus DVDUnregisterEventCallBack(DVDEventCallBackRef) {
+  S().eventCallBack = nullptr;
+  return Call("DVDUnregisterEventCallBack");
+}
+OSStatus DVDSetFatalErrorCallBack(DVDFatalErrCallBackFunctionPtr proc, void* refCon) {
+  S().fatalCallBack = proc;
+  S().fatalRefCon = refCon;
+  return Call("DVDSetFatalErrorCallBack");
+}
+OSStatus DVDSetTimeEventRate(UInt32 ms) {
+  S().timeEventRate = ms;
+  return Call("DVDSetTimeEventRate");
+}
+OSStatus DVDSleep() { return Call("DVDSleep"); }
+OSStatus DVDWakeUp() { return Call("DVDWakeUp"); }
+
+OSStatus DVDHasMedia(Boolean* out) {
+  OSStatus const r = Call("DVDHasMedia");
+  *out = S().hasMedia;
+  return r;
+}
+OSStatus DVDOpenMediaVolume(FSRef const* ref) {
+  OSStatus const r = Call("DVDOpenMediaVolume");
+  if (r == noErr) {
+    S().hasMedia = true;
+    S().mediaIsVolume = true;
+    S().openedPath = ref->path;
+  }
+  return r;
+}
+OSStatus DVDOpenMediaFile(FSRef const* ref) {
+  OSStatus const r = Call("DVDOpenMediaFile");
+  if (r == noErr) {
+    S().hasMedia = true;
+    S().mediaIsVolume = false;
+    S().openedPath = ref->path;
+  }
+  return r;
+}
+OSStatus DVDCloseMediaVolume() {
+  S().hasMedia = false;
+  return Call("DVDCloseMediaVolume");
+}
+OSStatus DVDCloseMediaFile() {
+  S().hasMedia = false;
+  return Call("DVDCloseMediaFile");
+}
+OSStatus DVDGetMediaUniqueID(DVDMediaUniqueID id) {
+  std::memset(id, 0x5A, sizeof(DVDMediaUniqueID));
+  return Call("DVDGetMediaUniqueID");
+}
+OSStatus DVDGetDiscRegionCode(DVDRegionCode* code) {
+  *code = 0xFE;
+  return Call("DVDGetDiscRegionCode");
+}
+OSStatus DVDGetDriveRegionCode(DVDRegionCode* code, SInt16* changes) {
+  *code = 0xFE;
+  *changes = 4;
+  return Call("DVDGetDriveRegionCode");
+}
+
+OSStatus DVDIsMuted(Boolean* out) {
+  *out = S().muted;
+  return Call("DVDIsMuted");
+}
+OSStatus DVDMute(Boolean mute) {
+  OSStatus const r = Call("DVDMute");
+  if (r == noErr) S().muted = mute;
+  return r;
+}
+OSStatus DVDGetAudioVolumeInfo(UInt16* minV, UInt16* curV, UInt16* maxV) {
+  *minV = S().minVolume;
+  *curV = S().curVolume;
+  *maxV = S().maxVolume;
+  return Call("DVDGetAudioVolumeInfo");
+}
+OSStatus DVDSetAudioVolume(UInt16 v) {
+  S().setVolume = v;
+  return Call("DVDSetAudioVolume");
+}
+
+OSStatus DVDPlay() { return Call("DVDPlay"); }
+OSStatus DVDPause() { return Call("DVDPause"); }
+OSStatus DVDStop() { return Call("DVDStop"); }
+OSStatus DVDScan(DVDScanRate rate, DVDScanDirection direction) {
+  S().scanRate = rate;
+  S().scanDirection = direction;
+  return Call("DVDScan");
+}
+OSStatus DVDNextChapter() { return Call("DVDNextChapter"); }
+OSStatus DVDPreviousChapter() { return Call("DVDPreviousChapter"); }
+OSStatus DVDIsOnMenu(Boolean* onMenu, DVDMenu* which) {
+  *onMenu = S().onMenu;
+  *which = S().onMenu ? kDVDMenuRoot : kDVDMenuNone;
+  return Call("DVDIsOnMenu");
+}
+OSStatus DVDReturnToTitle() { return Call("DVDReturnToTitle"); }
+OSStatus DVDGoToMenu(DVDMenu menu) {
+  S().goToMenu = menu;
+  return Call("DVDGoToMenu");
+}
+OSStatus DVDGetNumAngles(UInt16* n) {
+  *n = S().numAngles;
+  return Call("DVDGetNumAngles");
+}
+OSStatus DVDGetAngle(UInt16* a) {
+  *a = S().angle;
+  return Call("DVDGetAngle");
+}
+OSStatus DVDSetAngle(UInt16 a) {
+  S().setAngle = a;
+  return Call("DVDSetAngle");
+}
+OSStatus DVDDoUserNavigation(DVDUserNavigation n) {
+  S().navigation.push_back(n);
+  return Call("DVDDoUserNavigation");
+}
+
+OSStatus DVDGetBookmark(void* data, UInt32* size) {
+  OSStatus const r = Call("DVDGetBookmark");
+  if (r != noErr) return r;
+  if (!data) {
+    *size = S().bookmarkSize;
+  } else if (*size >= sizeof(UInt32)) {
+    UInt32 const number = S().bookmarkCounter++;
+    std::memcpy(data, &number, sizeof number);
+    *size = sizeof number;
+  }
+  return r;
+}
+OSStatus DVDGotoBookmark(void const* data, UInt32 size) {
+  UInt32 number = 0xFFFFFFFF;
+  if (data && size >= sizeof number) std::memcpy(&number, data, sizeof number);
+  S().gotoBookmarks.push_back(number);
+  return Call("DVDGotoBookmark");
+}
+
+OSStatus DVDSetVideoWindowID(UInt32 id) {
+  S().windowID = id;
+  return Call("DVDSetVideoWindowID");
+}
+OSStatus DVDSetVideoBounds(Rect const* r) {
+  S().videoBounds = *r;
+  return Call("DVDSetVideoBounds");
+}
+OSStatus DVDSwitchToDisplay(UInt32 display, Boolean* supported) {
+  S().switchedDisplay = display;
+  *supported = S().displaySupported;
+  return Call("DVDSwitchToDisplay");
+}
+OSStatus DVDGetAspectRatio(DVDAspectRatio* ratio) {
+  OSStatus const r = Call("DVDGetAspectRatio");
+  if (r == noErr) *ratio = S().aspect;
+  return r;
+}
+OSStatus DVDGetNativeVideoSize(UInt16* w, UInt16* h) {
+  *w = S().nativeWidth;
+  *h = S().nativeHeight;
+  return Call("DVDGetNativeVideoSize");
+}
+OSStatus DVDDoMenuClick(Point pt, SInt32* index) {
+  S().menuPoint = pt;
+  *index = S().menuIndex;
+  return Call("DVDDoMenuClick");
+}
+OSStatus DVDDoMenuMouseOver(Point pt, SInt32* index) {
+  S().menuPoint = pt;
+  *index = S().menuIndex;
+  return Call("DVDDoMenuMouseOver");
+}
+
+OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* info, void* pixels, UInt32* size) {
+  OSStatus const r = Call("DVDCopyPresentedFrame");
+  if (r != noErr) return r;
+  if (!S().hasFrame) return kDVDErrorNotAllowedNow;
+  *info = DVDPresentedFrameInfo{};
+  info->width = 720;
+  info->height = 480;
+  info->displayWidth = 640;
+  info->displayHeight = 480;
+  info->rowBytes = 720 * 3;
+  info->aspect = kDVDAspectRatio4x3;
+  UInt32 const needed = info->rowBytes * info->height;
+  if (!pixels) {
+    *size = needed;
+    return noErr;
+  }
+  if (*size < needed) return kDVDErrorInvalidArgument;
+  auto* out = static_cast<unsigned char*>(pixels);
+  for (UInt32 i = 0; i < needed; i += 3) std::memcpy(out + i, S().frameRGB, 3);
+  return noErr;
+}
+OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr proc, void* refCon) {
+  S().frameReady = proc;
+  S().frameRefCon = refCon;
+  return Call("DVDSetFrameReadyCallBack");
+}

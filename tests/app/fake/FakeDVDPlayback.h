@@ -1,0 +1,59 @@
+// A link-time stand-in for the DVD playback service: records every call and answers
+// what the test set up.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "DVDPlayback.h"
+
+namespace fake_dvd {
+
+struct State {
+  // Status answered by a call, by function name; calls not listed answer 0.
+  std::map<std::string, OSStatus> status;
+  std::map<std::string, int> calls;
+
+  bool initialized = false;
+  Boolean hasMedia = false;
+  bool mediaIsVolume = false;
+  std::string openedPath;
+  Boolean muted = false;
+  UInt16 minVolume = 0, curVolume = 128, maxVolume = 255;
+  UInt16 setVolume = 0;
+  UInt16 numAngles = 1, angle = 1, setAngle = 0;
+  DVDAspectRatio aspect = kDVDAspectRatio4x3;
+  UInt16 nativeWidth = 720, nativeHeight = 480;
+  Boolean onMenu = false;
+  DVDMenu goToMenu = kDVDMenuNone;
+  DVDScanRate scanRate = 0;
+  DVDScanDirection scanDirection = 0;
+  std::vector<DVDUserNavigation> navigation;
+  UInt32 bookmarkSize = 8;
+  UInt32 bookmarkCounter = 0;  // each new bookmark holds the next number
+  std::vector<UInt32> gotoBookmarks;  // the numbers of the bookmarks gone to
+  UInt32 windowID = 0;
+  Rect videoBounds{};
+  UInt32 switchedDisplay = 0;
+  Boolean displaySupported = true;
+  Point menuPoint{};
+  SInt32 menuIndex = -1;  // what a menu click or mouse-over answers
+  std::vector<DVDEventCode> registeredCodes;
+  DVDEventCallBackFunctionPtr eventCallBack = nullptr;
+  void* eventRefCon = nullptr;
+  DVDFatalErrCallBackFunctionPtr fatalCallBack = nullptr;
+  void* fatalRefCon = nullptr;
+  UInt32 timeEventRate = 0;
+  // The presented picture: none until a colour is set.
+  bool hasFrame = false;
+  unsigned char frameRGB[3] = {0, 0, 0};
+  DVDFrameReadyCallBackFunctionPtr frameReady = nullptr;
+  void* frameRefCon = nullptr;
+};
+
+State& S();
+void Reset();
+int Calls(char const* name);
+
+}  // namespace fake_dvd
