@@ -128,7 +128,7 @@ struct FSCatalogInfo {
   UInt64 rsrcPhysicalSize;
 };
 
-struct FSSpec;  // the classic specification is not provided; its parameters must be null
+struct FSSpec;  // classic file specs are not provided; parameters of that type must be null
 
 // Catalog information, name and parent of an object. Finder information comes from the
 // attribute user.com.apple.FinderInfo (all zero when absent); a file system without user

@@ -148,7 +148,7 @@ bool XFileName::IsNewerThan(XFileName const& rhs) const {
 }
 
 std::FILE* XFileName::fopen(char const* open_mode) const {
-  // The reference stands in for the classic specification.
+  // The reference stands in for a classic file spec.
   LFSRef theSpec;
   if (!CoreVerify(GetSystemRepresentation(theSpec))) return nullptr;
   std::FILE* file;

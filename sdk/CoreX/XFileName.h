@@ -23,7 +23,7 @@ class XFileName {
   bool Construct(LFSRef const& copyOf);
   bool Construct(XFileName const& copyOf);
 
-  // A POSIX path can be made (the classic specification is not provided here).
+  // A POSIX path can be made (classic file specs are not provided here).
   bool IsConstructed() const;
   void Empty() { m_filename.Empty(); }
   bool FileExists() const { return m_filename.FileExists(); }
