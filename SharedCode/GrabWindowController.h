@@ -2,16 +2,28 @@
 // the window whose screen is grabbed. The application's controller derives from it.
 #pragma once
 
+#include <QImage>
 #include <QObject>
 #include <QPointer>
+#include <QRectF>
 #include <QSizeF>
 #include <QWidget>
 
 #include <memory>
 
 #include "NSBitmapImageRep.h"
+#include "NSUISelectorGroup.h"
 
 class QAction;
+class QClipboard;
+class QMenu;
+
+// A picture ready to be drawn or encoded: its size in points (which may be empty) and its
+// pixels (null when the size is empty).
+struct GrabImage {
+  QSizeF size;
+  QImage pixels;
+};
 
 class GrabWindowController : public QObject {
   Q_OBJECT
@@ -22,6 +34,15 @@ class GrabWindowController : public QObject {
 
   // Saved and copied pictures keep their grabbed size while the save size is this one.
   static QSizeF const kDefaultSaveImageSize;
+  // Name format of quick-saved and proposed file names.
+  static char const kNumberedFileFormatString[];
+
+  // Grab options.
+  enum : UInt32 {
+    kGrabCropToView = 0x01,
+    kGrabRaiseWindow = 0x10,
+    kGrabHideWindow = 0x20,
+  };
 
   QWidget* grabWindow() const { return mGrabWindow; }
   void setGrabWindow(QWidget* window) { mGrabWindow = window; }
@@ -42,6 +63,65 @@ class GrabWindowController : public QObject {
 
   // Save, save-as and copy need a grabbed picture; every other item is enabled here.
   virtual bool validateMenuItem(QAction* item);
+
+  void savePreferences(QMenu* menu);
+  void restorePreferences(QMenu* menu);
+
+  // The grab view's rectangle on its screen, origin bottom-left.
+  QRectF grabRectScreenCoordinates() const;
+  // The view a grab crops to: the window's grab view, else its content view; may be null.
+  static QWidget* GrabViewOfWindow(QWidget* window);
+
+  void grabGrabberWindowScreen(UInt32 options);
+  void grabScreenDisplayID(CGDirectDisplayID displayID, UInt32 options);
+
+  // The last grab as an image; without one, null pixels and an invalid size (nil).
+  GrabImage grabbedImage() const;
+  // The picture as it is saved: scaled to the save size when one is set. Null pixels and
+  // an invalid size (nil) when there is no picture.
+  GrabImage imageForSaving() const;
+  std::shared_ptr<NSBitmapImageRep> imageRepForSaving() const;
+  void copyToPasteboard(QClipboard* pasteboard);
+
+  void saveGrabImageType(QuikSaveImageType grabImageType);
+  void saveGrabImageType(QuikSaveImageType grabImageType, QString const& withNamedFilePath);
+  void saveAsGrabImageType(QuikSaveImageType grabImageType);
+  void saveAsDefaultGrabImageType();
+  void saveAsFileExtension(QString const& extension, QuikSaveImageType grabImageType);
+  void grabAndSaveType(QObject* sender, QuikSaveImageType grabImageType);
+
+  // The save panel: runs modally, answers the chosen file path or an empty string.
+  // Tests and other front ends may replace it.
+  virtual QString runSavePanel(QString const& requiredFileType, QString const& directory,
+                               QString const& fileName);
+
+ public slots:
+  void grab(QObject* sender);
+  void grabScreen(QObject* sender);
+  void grabQuickSave(QObject* sender);
+  void grabScreenQuickSave(QObject* sender);
+  void grabAndCopy(QObject* sender);
+  void grabScreenAndCopy(QObject* sender);
+  void copy(QObject* sender);
+  void grabAndSave_JPEG(QObject* sender);
+  void grabAndSave_PNG(QObject* sender);
+  void grabAndSave_TIFF(QObject* sender);
+  void saveGrabAs_JPEG(QObject* sender);
+  void saveGrabAs_PNG(QObject* sender);
+  void saveGrabAs_TIFF(QObject* sender);
+  void saveAs(QObject* sender);
+  void selectDefault_SaveJPEG(QObject* sender);
+  void selectDefault_SaveTIFF(QObject* sender);
+  void selectDefault_SavePNG(QObject* sender);
+  void selectDefault_PicturesFolder(QObject* sender);
+  // Makes the "Tavelo" folder inside the user's Pictures folder the quick-save folder.
+  static bool useUserPicturesTaveloFolder();
+  void selectDefault_DesktopFolder(QObject* sender);
+  void selectDefault_DocumentsFolder(QObject* sender);
+  void selectDefault_CreatorPreview(QObject* sender);
+  void selectDefault_CreatorQuickTime(QObject* sender);
+  void selectDefault_CreatorPhotoShop(QObject* sender);
+  void selectDefault_CreatoriPhoto(QObject* sender);
 
  protected:
   QPointer<QWidget> mGrabWindow;

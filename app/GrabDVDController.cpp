@@ -95,9 +95,7 @@ void GrabDVDController::applicationDidFinishLaunching() {
 
 void GrabDVDController::applicationWillTerminate() {
   endSession();
-  // Saving the grab defaults menu's choices needs the menu selector groups, which the
-  // library does not have yet: only the outlet is checked.
-  CoreMachDebugVerify(mGrabDefaultsMenu);
+  if (CoreVerify(mGrabDefaultsMenu)) savePreferences(mGrabDefaultsMenu);
 }
 
 void GrabDVDController::beginSession() {
@@ -549,30 +547,7 @@ bool GrabDVDController::validateMenuItem(QAction* item) {
   return validateMenuItemGrab(item);
 }
 
-bool GrabDVDController::validateMenuItemGrab(QAction* item) {
-  QByteArray const action = NSMenuItemAction::action(item);
-  if (action == "grabCurrentFrame:" || action == "grabCurrentFrameSaveNumberedFile:") return hasMedia();
-  return GrabWindowController::validateMenuItem(item);
-}
-
 // ---- About box and web pages
-
-void GrabDVDController::awakeFromNibGrab() {
-  // Quick saves go to a "Tavelo" folder in the user's Pictures folder.
-  CoreUserFolder UserPicturesTavelo("Tavelo", kPictureDocumentsFolderType, kUserDomain);
-  CoreUnixPath sUserPictureTaveloPath;
-  if (CoreVerify(UserPicturesTavelo.GetUnixPath(sUserPictureTaveloPath))) {
-    NSBitmapImageRep::setQuickSaveFolderUnixPathUTF8(static_cast<char const*>(sUserPictureTaveloPath));
-  }
-  if (mMenuItemAboutApp) {
-    char title[128];
-    std::snprintf(title, sizeof title, "About %s %s\n", kShortName, kVersionText);
-    mMenuItemAboutApp->setText(QString::fromUtf8(title));
-  }
-  CoreMachDebugVerify(mLastGrabImageView);
-  // Restoring the grab defaults arrives with the menu selector groups; the outlet is checked.
-  CoreMachDebugVerify(mGrabDefaultsMenu);
-}
 
 QString GrabDVDController::AppWebPageAddress(QString const& page, QString const& host) {
   if (host.isEmpty()) return QUrl::fromLocalFile(OfflineHelpPagePath()).toString();

@@ -80,6 +80,8 @@ class GrabDVDController : public GrabWindowController {
 
   bool validateMenuItem(QAction* item) override;
   bool validateMenuItemGrab(QAction* item);
+  // Shows the last grab in the controller window.
+  void grabbedFrameUpdated();
 
   // The web address of a page on a host; empty host: the bundled offline help page.
   static QString AppWebPageAddress(QString const& page, QString const& host);
@@ -119,6 +121,11 @@ class GrabDVDController : public GrabWindowController {
   void menuHelpCheckUpdates(QObject* sender);
   void menuHelpSharePictures(QObject* sender);
   void orderFrontStandardAboutPanel(QObject* sender);
+
+  // Grab commands. They are wired crosswise on purpose: the first quick-saves, the
+  // second only grabs and shows the picture.
+  void grabCurrentFrame(QObject* sender);
+  void grabCurrentFrameSaveNumberedFile(QObject* sender);
 
   void deviceDidMount(QObject* sender);
   void machineWillSleep(QObject* sender);

@@ -1,0 +1,68 @@
+// The grab commands of the DVD controller, the preview of the last grab and the grab
+// set-up done when the main menu is loaded.
+#include "GrabDVDController.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QMenu>
+#include <QPixmap>
+
+#include <cstdio>
+
+#include "CoreMachDebugLog.h"
+#include "NSMenuItemAction.h"
+#include "NSUISelectorGroup.h"
+
+namespace {
+
+char const kGrabVersionText[] = "1.005";
+char const kGrabShortName[] = "Tavelo";
+
+}  // namespace
+
+void GrabDVDController::grabCurrentFrame(QObject* sender) {
+  grabQuickSave(sender);
+  grabbedFrameUpdated();
+}
+
+void GrabDVDController::grabCurrentFrameSaveNumberedFile(QObject* sender) {
+  grab(sender);
+  grabbedFrameUpdated();
+}
+
+void GrabDVDController::grabbedFrameUpdated() {
+  if (!mLastGrabImageView) return;
+  GrabImage const image = hasGrabbedImage() ? grabbedImage() : GrabImage();
+  if (image.pixels.isNull()) {
+    mLastGrabImageView->clear();
+    return;
+  }
+  mLastGrabImageView->setPixmap(QPixmap::fromImage(image.pixels.scaled(
+      mLastGrabImageView->size(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+}
+
+bool GrabDVDController::validateMenuItemGrab(QAction* item) {
+  QByteArray const action = NSMenuItemAction::action(item);
+  if (action == "grabCurrentFrame:" || action == "grabCurrentFrameSaveNumberedFile:") return hasMedia();
+  return GrabWindowController::validateMenuItem(item);
+}
+
+void GrabDVDController::awakeFromNibGrab() {
+  // Quick saves go to a "Tavelo" folder in the user's Pictures folder.
+  useUserPicturesTaveloFolder();
+  if (mMenuItemAboutApp) {
+    char title[128];
+    std::snprintf(title, sizeof title, "About %s %s\n", kGrabShortName, kGrabVersionText);
+    mMenuItemAboutApp->setText(QString::fromUtf8(title));
+  }
+  if (CoreVerify(mLastGrabImageView)) {
+    // The preview offers its picture for copying like any other view.
+    mLastGrabImageView->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+  }
+  if (!CoreVerify(mGrabDefaultsMenu)) return;
+  // The nib gives the items only their action; restores perform on the target.
+  for (QAction* item : mGrabDefaultsMenu->actions()) {
+    if (!NSMenuItemAction::action(item).isEmpty()) NSMenuItem_NSUISelectorGroup::setTarget(item, this);
+  }
+  restorePreferences(mGrabDefaultsMenu);
+}

@@ -1,0 +1,197 @@
+#!/usr/bin/env bash
+# End-to-end grabbing on a private X server: play a test disc to chapter 2, quick-grab with
+# the menu command and the controller button, check the pictures and their type and
+# creator, change the grab defaults, relaunch, copy and save as.
+#
+#   tavelo_grab_e2e.sh TAVELO_BINARY TEST_DISCS_FOLDER
+set -euo pipefail
+
+tavelo=$1
+discs=${2:-}
+if [ -z "$discs" ] || [ ! -d "$discs/ntsc43/VIDEO_TS" ]; then echo "SKIP: no test discs"; exit 0; fi
+disc=$discs/ntsc43
+work=$(mktemp -d "${TMPDIR:-/tmp}/tavelo-grab-e2e.XXXXXX")
+xvfb_pid=
+app_pid=
+cleanup() {
+  [ -n "$app_pid" ] && kill "$app_pid" 2>/dev/null || true
+  [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null || true
+  if [ "${TAVELO_E2E_KEEP:-}" = "" ]; then rm -rf "$work"; else echo "kept $work"; fi
+}
+trap cleanup EXIT
+
+fail() { echo "FAIL: $*" >&2; [ -f "$work/app.err" ] && sed 's/^/  app: /' "$work/app.err" >&2; exit 1; }
+step() { echo "-- $*"; }
+
+exec 3> "$work/display"
+Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
+xvfb_pid=$!
+for _ in $(seq 100); do [ -s "$work/display" ] && break; sleep 0.05; done
+[ -s "$work/display" ] || fail "Xvfb did not start"
+export DISPLAY=":$(head -n1 "$work/display")"
+
+export HOME=$work/home XDG_STATE_HOME=$work/state XDG_CONFIG_HOME=$work/config
+export XDG_DATA_HOME=$work/data XDG_CACHE_HOME=$work/cache XDG_RUNTIME_DIR=$work/runtime
+mkdir -p "$HOME" "$XDG_RUNTIME_DIR" "$XDG_CONFIG_HOME" && chmod 700 "$XDG_RUNTIME_DIR"
+export XDG_PICTURES_DIR=$HOME/Pictures
+mkdir -p "$XDG_PICTURES_DIR"
+echo "XDG_PICTURES_DIR=\"\$HOME/Pictures\"" >"$XDG_CONFIG_HOME/user-dirs.dirs"
+export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$work/no-system-bus
+unset DBUS_SESSION_BUS_ADDRESS
+export QT_QPA_PLATFORM=xcb
+export LSAN_OPTIONS="${LSAN_OPTIONS:+$LSAN_OPTIONS:}suppressions=$(cd "$(dirname "$0")" && pwd)/lsan.supp"
+log=$XDG_STATE_HOME/org.tavelo.Tavelo.log
+# Quick saves collect in the "Tavelo" folder inside Pictures while Pictures is the folder choice.
+grabs=$XDG_PICTURES_DIR/Tavelo
+
+launch() {
+  step "launch $*"
+  "$tavelo" "$@" >"$work/app.out" 2>"$work/app.err" &
+  app_pid=$!
+  video=$(timeout 30 xdotool search --sync --onlyvisible --name '^Tavelo$' | head -n1) || fail "no video window"
+  control=$(timeout 30 xdotool search --sync --onlyvisible --name '^Controller$' | head -n1) || fail "no controller window"
+  xdotool windowfocus --sync "$video" 2>/dev/null || true
+}
+geometry() {  # WIDTH HEIGHT X Y of a window
+  xdotool getwindowgeometry --shell "$1" | awk -F= '/^(WIDTH|HEIGHT|X|Y)=/{v[$1]=$2} END{print v["WIDTH"], v["HEIGHT"], v["X"], v["Y"]}'
+}
+keys() {
+  xdotool windowfocus --sync "$video" 2>/dev/null || true
+  xdotool key --clearmodifiers "$@"
+  sleep 0.3
+}
+pixel() {  # pixel IMAGE X Y: R G B
+  convert "$1" -crop "1x1+$2+$3" -depth 8 txt:- 2>/dev/null |
+    sed -n 's/.*(\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p' | head -n1
+}
+is_colour() {  # is_colour NAME R G B
+  local r=$2 g=$3 b=$4
+  case $1 in
+    red) [ "$r" -gt 150 ] && [ "$g" -lt 90 ] && [ "$b" -lt 90 ] ;;
+    green) [ "$g" -gt 90 ] && [ "$r" -lt 90 ] && [ "$b" -lt 90 ] ;;
+    *) return 1 ;;
+  esac
+}
+video_colour() {
+  local g w h
+  g=$(geometry "$video"); w=${g%% *}; h=$(echo "$g" | cut -d' ' -f2)
+  import -window "$video" "$work/now.png" 2>/dev/null || return 0
+  pixel "$work/now.png" $((w / 2)) $((h * 3 / 4))
+}
+wait_colour() {  # wait_colour NAME TENTHS
+  local c=
+  for _ in $(seq "$2"); do
+    c=$(video_colour); [ -n "$c" ] && is_colour "$1" $c && return 0; sleep 0.1
+  done
+  fail "the video shows ($c), not $1"
+}
+wait_file() {  # wait_file PATH: up to 10 s
+  for _ in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.1; done
+  fail "no file $1 (have: $(ls -R "$XDG_PICTURES_DIR" | tr '\n' ' '))"
+}
+finder_info() {  # type and creator of a file, 8 characters
+  getfattr --only-values -n user.com.apple.FinderInfo "$1" 2>/dev/null | head -c 8
+}
+check_grab() {  # check_grab FILE TYPECREATOR: the video view's size, the chapter's colour
+  local f=$1 size c
+  wait_file "$f"
+  size=$(identify -format '%wx%h' "$f")
+  [ "$size" = "${view_w}x${view_h}" ] || fail "$f is $size, the video view ${view_w}x${view_h}"
+  c=$(pixel "$f" $((view_w / 2)) $((view_h / 2)))
+  is_colour green $c || fail "$f centre is ($c), not green"
+  [ "$(finder_info "$f")" = "$2" ] || fail "$f has type/creator '$(finder_info "$f")', not $2"
+}
+quit_app() {
+  step "quit (Ctrl+Q)"
+  keys ctrl+q
+  for _ in $(seq 100); do kill -0 "$app_pid" 2>/dev/null || break; sleep 0.1; done
+  kill -0 "$app_pid" 2>/dev/null && fail "still running after Ctrl+Q"
+  local status=0; wait "$app_pid" || status=$?
+  app_pid=
+  [ "$status" = 0 ] || fail "exit status $status"
+}
+# Chooses an item of the Grab menu's defaults submenu: grab_default N (0 = the first item,
+# separators not counted) through the keyboard, from the first menu of the menu bar.
+grab_default() {
+  xdotool windowfocus --sync "$video" 2>/dev/null || true
+  xdotool mousemove --window "$video" 20 $((menubar / 2)) click 1
+  sleep 0.4
+  # Tavelo, File, Edit, Controls, Video, Grab: five to the right; the submenu is last.
+  xdotool key Right Right Right Right Right; sleep 0.3
+  xdotool key Up Right; sleep 0.3
+  for _ in $(seq "$1"); do xdotool key Down; done
+  xdotool key Return
+  sleep 0.4
+}
+play_to_chapter_2() {
+  keys ctrl+2
+  wait_colour red 200
+  keys ctrl+Right
+  wait_colour green 30
+  keys space  # paused on chapter 2
+  sleep 0.5
+  read -r w h _ _ <<<"$(geometry "$video")"
+  menubar=$((h - 480))
+  view_w=640 view_h=480
+}
+
+launch "$disc"
+step "play to chapter 2"
+play_to_chapter_2
+[ -d "$XDG_PICTURES_DIR/Tavelo" ] || fail "no Tavelo folder in Pictures"
+
+step "quick grab with the menu command (Ctrl+G)"
+keys ctrl+g
+check_grab "$grabs/Tavelo 0000.jpg" JPEGprvw
+
+step "quick grab with the controller button"
+read -r cw ch _ _ <<<"$(geometry "$control")"
+# The button sits left of the 80x60 thumbnail at the right end of the lower row.
+xdotool mousemove --window "$control" $((cw - 130)) $((ch - 40)) click 1 mousemove 1270 1010
+check_grab "$grabs/Tavelo 0001.jpg" JPEGprvw
+
+step "the thumbnail shows the last grab"
+import -window "$control" "$work/control.png"
+c=$(pixel "$work/control.png" $((cw - 48)) $((ch - 40)))
+is_colour green $c || fail "thumbnail centre is ($c), not green"
+
+step "copy puts TIFF and PNG on the clipboard"
+keys ctrl+c
+targets=$(timeout 5 xclip -selection clipboard -t TARGETS -o) || fail "no clipboard targets"
+echo "$targets" | grep -qx image/tiff || fail "no image/tiff in: $targets"
+echo "$targets" | grep -qx image/png || fail "no image/png in: $targets"
+timeout 5 xclip -selection clipboard -t image/png -o >"$work/clip.png"
+[ "$(identify -format '%wx%h' "$work/clip.png")" = "${view_w}x${view_h}" ] || fail "clipboard picture size"
+
+step "save as writes where the dialog was pointed"
+mkdir -p "$work/chosen"
+keys ctrl+shift+s
+panel=$(timeout 10 xdotool search --sync --onlyvisible --name 'Save' | head -n1) || fail "no save panel"
+xdotool windowfocus --sync "$panel" 2>/dev/null || true
+sleep 0.3
+xdotool key ctrl+a
+xdotool type --delay 5 "$work/chosen/picked"
+xdotool key Return
+wait_file "$work/chosen/picked.jpg"
+[ "$(identify -format '%wx%h' "$work/chosen/picked.jpg")" = "${view_w}x${view_h}" ] || fail "saved picture size"
+
+step "default type PNG and creator Photoshop"
+grab_default 2   # Save as PNG
+grab_default 8   # Open with PhotoShop
+quit_app
+grep -q 'DefaultFileTypeSelectorGroup=selectDefault_SavePNG:' "$XDG_CONFIG_HOME/Tavelo/Tavelo.conf" ||
+  fail "the type choice was not saved: $(cat "$XDG_CONFIG_HOME/Tavelo/Tavelo.conf")"
+
+step "relaunch: the choices are restored"
+rm -f "$grabs"/Tavelo\ *
+launch "$disc"
+play_to_chapter_2
+keys ctrl+g
+check_grab "$grabs/Tavelo 0000.png" PNGf8BIM
+quit_app
+
+if [ -f "$log" ] && grep -q "FAILED" "$log"; then
+  sed 's/^/  log: /' "$log" >&2
+  fail "the log has failed checks"
+fi
+echo "PASS"
