@@ -14,7 +14,9 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
+#include <QPointer>
 #include <QScreen>
+#include <QWindow>
 
 #include <cmath>
 #include <cstring>
@@ -53,14 +55,7 @@ QImage ImageOfBitmap(NSBitmapImageRep const& bitmap) {
 std::shared_ptr<NSBitmapImageRep> BitmapImageRepWithData(QByteArray const& data) {
   QImage image;
   if (data.isEmpty() || !image.loadFromData(data)) return nullptr;
-  image = image.convertToFormat(QImage::Format_RGBX8888);
-  auto bitmap = std::make_shared<NSBitmapImageRep>();
-  if (!bitmap->Construct(nullptr, image.width(), image.height(), 8, 3, false, 0, 32)) return nullptr;
-  for (int y = 0; y < image.height(); ++y) {
-    std::memcpy(bitmap->bitmapData() + std::size_t(y) * std::size_t(bitmap->bytesPerRow()),
-                image.constScanLine(y), std::size_t(image.width()) * 4);
-  }
-  return bitmap;
+  return GrabWindowController::BitmapImageRepWithImage(image);
 }
 
 // Encoded image, or a null array for an image without pixels.
@@ -90,6 +85,34 @@ double ScreenHeightOfView(QWidget const* view) {
   QScreen const* const screen = window ? window->screen() : nullptr;
   return screen ? screen->geometry().height() : 0.0;
 }
+
+// Puts the grab window back after the read, however the read ends: at its saved level
+// when it was raised, shown again when it was taken off screen.
+class GrabWindowRestorer {
+ public:
+  GrabWindowRestorer() = default;
+  GrabWindowRestorer(GrabWindowRestorer const&) = delete;
+  GrabWindowRestorer& operator=(GrabWindowRestorer const&) = delete;
+  ~GrabWindowRestorer() { restore(); }
+
+  void raised(QWidget* window, Qt::WindowFlags savedLevel) {
+    mWindow = window;
+    mSavedLevel = savedLevel;
+    mRaised = true;
+  }
+  void hidden(QWidget* window) { mWindow = window; mHidden = true; }
+  void restore() {
+    if (mRaised && mWindow) GrabWindowController::SetWindowLevel(mWindow, mSavedLevel);
+    else if (mHidden && mWindow) mWindow->show();
+    mRaised = mHidden = false;
+  }
+
+ private:
+  QPointer<QWidget> mWindow;
+  Qt::WindowFlags mSavedLevel;
+  bool mRaised = false;
+  bool mHidden = false;
+};
 
 }  // namespace
 
@@ -154,6 +177,24 @@ void GrabWindowController::grabGrabberWindowScreen(UInt32 options) {
   grabScreenDisplayID(CGDirectDisplayID(grabScreenID()), options);
 }
 
+Qt::WindowFlags GrabWindowController::WindowLevel(QWidget const* window) {
+  if (!window) return {};
+  QWindow const* const native = window->windowHandle();
+  return native ? native->flags() : window->windowFlags();
+}
+
+void GrabWindowController::SetWindowLevel(QWidget* window, Qt::WindowFlags level) {
+  if (!window) return;
+  // On X11 the native window asks the window manager for _NET_WM_STATE_ABOVE in place;
+  // the widget's own flags stay as they are, so nothing re-creates the window.
+  if (QWindow* const native = window->windowHandle()) native->setFlags(level);
+  else window->setWindowFlags(level);
+}
+
+std::shared_ptr<NSBitmapImageRep> GrabWindowController::readScreenContents(QRectF* viewportRect) {
+  return NSBitmapImageRep::bitmapWithOpenGLViewportContents(viewportRect, false);
+}
+
 void GrabWindowController::grabScreenDisplayID(CGDirectDisplayID inCGScreenDisplayID, UInt32 options) {
   // Where the screen cannot be read, the grab window's own pixels stand for it.
   NSBitmapImageRep::setScreenFallbackWindow(mGrabWindow);
@@ -162,22 +203,31 @@ void GrabWindowController::grabScreenDisplayID(CGDirectDisplayID inCGScreenDispl
   if (!CoreVerify(oglContext.Construct(inCGScreenDisplayID))) return;
 
   QWidget* const window = mGrabWindow;
+  GrabWindowRestorer restorer;
   if (window) {
-    // Without window levels, raising is what keeps the window above the others for the read.
     if (options & kGrabRaiseWindow) {
+      Qt::WindowFlags const savedLevel = WindowLevel(window);
+      restorer.raised(window, savedLevel);
+      SetWindowLevel(window, savedLevel | Qt::WindowStaysOnTopHint);
+      // Without a window manager, or one that ignores the request, this stacks it on top.
       window->raise();
     } else if (options & kGrabHideWindow) {
+      restorer.hidden(window);
       window->hide();
     }
-    // Painted now, so that the screen holds what is read.
-    if ((options & (kGrabRaiseWindow | kGrabHideWindow)) && window->isVisible()) window->repaint();
+    if (options & (kGrabRaiseWindow | kGrabHideWindow)) {
+      if (window->isVisible()) window->repaint();
+      // The screen is read through another connection: the server must have drawn
+      // everything this one asked for (a round trip) before the read.
+      QGuiApplication::sync();
+    }
   }
   CoreMachDebugVerify(oglContext.MakeCurrent(true));
 
   QRectF glViewportRect;
-  setGrabbedBitmapImageRep(NSBitmapImageRep::bitmapWithOpenGLViewportContents(&glViewportRect, false));
+  setGrabbedBitmapImageRep(readScreenContents(&glViewportRect));
 
-  if (window && !(options & kGrabRaiseWindow) && (options & kGrabHideWindow)) window->show();
+  restorer.restore();
 
   if (window && (options & kGrabCropToView)) {
     QWidget* const grabThisView = GrabViewOfWindow(window);
@@ -248,12 +298,29 @@ std::shared_ptr<NSBitmapImageRep> GrabWindowController::imageRepForSaving() cons
 
 void GrabWindowController::copyToPasteboard(QClipboard* pasteboard) {
   std::shared_ptr<NSBitmapImageRep> const bitmap = imageRepForSaving();
-  if (!pasteboard || !bitmap) return;
+  if (bitmap) PutBitmapOnPasteboard(*bitmap, pasteboard);
+}
+
+bool GrabWindowController::PutBitmapOnPasteboard(NSBitmapImageRep const& bitmap, QClipboard* pasteboard) {
+  if (!pasteboard) return false;
   auto* data = new QMimeData();
-  data->setData(QStringLiteral("image/tiff"), bitmap->TIFFRepresentation());
+  data->setData(QStringLiteral("image/tiff"), bitmap.TIFFRepresentation());
   // Linux programs paste PNG rather than TIFF.
-  data->setData(QStringLiteral("image/png"), bitmap->representationUsingType(NSPNGFileType, {}));
+  data->setData(QStringLiteral("image/png"), bitmap.representationUsingType(NSPNGFileType, {}));
   pasteboard->setMimeData(data);
+  return true;
+}
+
+std::shared_ptr<NSBitmapImageRep> GrabWindowController::BitmapImageRepWithImage(QImage const& source) {
+  if (source.isNull()) return nullptr;
+  QImage const image = source.convertToFormat(QImage::Format_RGBX8888);
+  auto bitmap = std::make_shared<NSBitmapImageRep>();
+  if (!bitmap->Construct(nullptr, image.width(), image.height(), 8, 3, false, 0, 32)) return nullptr;
+  for (int y = 0; y < image.height(); ++y) {
+    std::memcpy(bitmap->bitmapData() + std::size_t(y) * std::size_t(bitmap->bytesPerRow()),
+                image.constScanLine(y), std::size_t(image.width()) * 4);
+  }
+  return bitmap;
 }
 
 // ---- saving

@@ -75,6 +75,15 @@ class GrabWindowController : public QObject {
   void grabGrabberWindowScreen(UInt32 options);
   void grabScreenDisplayID(CGDirectDisplayID displayID, UInt32 options);
 
+  // A window's level: the flags of its native window, where staying on top lives. Set there
+  // rather than on the widget, which would hide and re-create a shown window.
+  static Qt::WindowFlags WindowLevel(QWidget const* window);
+  static void SetWindowLevel(QWidget* window, Qt::WindowFlags level);
+
+  // Reads the whole screen of the grab context; answers its rectangle in viewportRect.
+  // Tests may replace it to look at the grab window at the moment of the read.
+  virtual std::shared_ptr<NSBitmapImageRep> readScreenContents(QRectF* viewportRect);
+
   // The last grab as an image; without one, null pixels and an invalid size (nil).
   GrabImage grabbedImage() const;
   // The picture as it is saved: scaled to the save size when one is set. Null pixels and
@@ -82,6 +91,10 @@ class GrabWindowController : public QObject {
   GrabImage imageForSaving() const;
   std::shared_ptr<NSBitmapImageRep> imageRepForSaving() const;
   void copyToPasteboard(QClipboard* pasteboard);
+  // Puts a bitmap on a pasteboard as TIFF and PNG; false without a pasteboard.
+  static bool PutBitmapOnPasteboard(NSBitmapImageRep const& bitmap, QClipboard* pasteboard);
+  // A 32-bit R, G, B bitmap of an image's pixels; null for a null image.
+  static std::shared_ptr<NSBitmapImageRep> BitmapImageRepWithImage(QImage const& image);
 
   void saveGrabImageType(QuikSaveImageType grabImageType);
   void saveGrabImageType(QuikSaveImageType grabImageType, QString const& withNamedFilePath);

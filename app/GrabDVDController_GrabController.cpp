@@ -5,11 +5,11 @@
 #include <QAction>
 #include <QLabel>
 #include <QMenu>
-#include <QPixmap>
 
 #include <cstdio>
 
 #include "CoreMachDebugLog.h"
+#include "GrabThumbnailEditor.h"
 #include "NSMenuItemAction.h"
 #include "NSUISelectorGroup.h"
 
@@ -17,6 +17,12 @@ namespace {
 
 char const kGrabVersionText[] = "1.005";
 char const kGrabShortName[] = "Tavelo";
+
+// The thumbnail's editor; made the first time it is needed. The view owns it.
+GrabThumbnailEditor* ThumbnailEditor(QLabel* view, GrabWindowController* controller) {
+  if (GrabThumbnailEditor* editor = GrabThumbnailEditor::OfView(view)) return editor;
+  return new GrabThumbnailEditor(view, controller);
+}
 
 }  // namespace
 
@@ -32,13 +38,7 @@ void GrabDVDController::grabCurrentFrameSaveNumberedFile(QObject* sender) {
 
 void GrabDVDController::grabbedFrameUpdated() {
   if (!mLastGrabImageView) return;
-  GrabImage const image = hasGrabbedImage() ? grabbedImage() : GrabImage();
-  if (image.pixels.isNull()) {
-    mLastGrabImageView->clear();
-    return;
-  }
-  mLastGrabImageView->setPixmap(QPixmap::fromImage(image.pixels.scaled(
-      mLastGrabImageView->size(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+  ThumbnailEditor(mLastGrabImageView, this)->showBitmap(hasGrabbedImage() ? mBitmapImageRep : nullptr);
 }
 
 bool GrabDVDController::validateMenuItemGrab(QAction* item) {
@@ -56,8 +56,8 @@ void GrabDVDController::awakeFromNibGrab() {
     mMenuItemAboutApp->setText(QString::fromUtf8(title));
   }
   if (CoreVerify(mLastGrabImageView)) {
-    // The preview offers its picture for copying like any other view.
-    mLastGrabImageView->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    // Cut, copy and paste through its context menu and, with the focus, the standard keys.
+    ThumbnailEditor(mLastGrabImageView, this);
   }
   if (!CoreVerify(mGrabDefaultsMenu)) return;
   // The nib gives the items only their action; restores perform on the target.

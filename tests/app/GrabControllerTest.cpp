@@ -1,4 +1,7 @@
 #include <QAction>
+#include <QApplication>
+#include <QBuffer>
+#include <QPainter>
 #include <QClipboard>
 #include <QDir>
 #include <QFileDialog>
@@ -12,6 +15,8 @@
 #include <QMimeData>
 #include <QScreen>
 #include <QSettings>
+#include <QTest>
+#include <QWindow>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -19,7 +24,9 @@
 
 #include "AppTestSupport.h"
 #include "FakeDVDPlayback.h"
+#include "CoreMachDebugLog.h"
 #include "GrabDVDController.h"
+#include "GrabThumbnailEditor.h"
 #include "GrabWindowController.h"
 #include "MainMenuNib.h"
 #include "NSMenuItemAction.h"
@@ -404,6 +411,138 @@ TEST_F(GrabControllerTest, GrabScreenTakesTheWholeScreenAndShowsTheWindowAgain) 
   EXPECT_TRUE(window->isVisible());
 }
 
+// ---- the grab window during the read
+
+// A one-colour window that counts its paints.
+class CountingWindow : public QWidget {
+ public:
+  int paints = 0;
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    ++paints;
+    QPainter(this).fillRect(rect(), kViewColour);
+  }
+};
+
+// Looks at the grab window at the moment of the read, then reads, fails or throws.
+class WatchingGrabController : public PanelGrabController {
+ public:
+  enum class Read { kScreen, kFail, kThrow };
+  struct Moment {
+    Qt::WindowFlags level;
+    bool visible = false;
+    WId nativeWindow = 0;
+    int paints = 0;
+  };
+  std::shared_ptr<NSBitmapImageRep> readScreenContents(QRectF* viewportRect) override {
+    auto* const window = static_cast<CountingWindow*>(grabWindow());
+    moments.push_back({WindowLevel(window), window->isVisible(),
+                       window->windowHandle() ? window->windowHandle()->winId() : 0, window->paints});
+    if (read == Read::kThrow) throw CoreException("read failed");
+    if (read == Read::kFail) return nullptr;
+    return PanelGrabController::readScreenContents(viewportRect);
+  }
+  Read read = Read::kScreen;
+  std::vector<Moment> moments;
+};
+
+std::unique_ptr<CountingWindow> ShownCountingWindow(Qt::WindowFlags flags) {
+  auto window = std::make_unique<CountingWindow>();
+  window->setWindowFlags(flags);
+  window->resize(96, 64);
+  window->move(40, 30);
+  window->show();
+  tavelo_app_test::ProcessEvents();
+  return window;
+}
+
+TEST_F(GrabControllerTest, GrabRaisesTheWindowAboveAllForTheReadAndRestoresItsLevel) {
+  auto window = ShownCountingWindow(Qt::Window | Qt::FramelessWindowHint);
+  Qt::WindowFlags const saved = GrabWindowController::WindowLevel(window.get());
+  ASSERT_FALSE(saved.testFlag(Qt::WindowStaysOnTopHint));
+  Qt::WindowFlags const widgetFlags = window->windowFlags();
+  WId const nativeWindow = window->winId();
+  int const paintsBefore = window->paints;
+  WatchingGrabController c;
+  c.setGrabWindow(window.get());
+  tavelo_test::LogTail tail;
+  c.grab(nullptr);
+  ASSERT_EQ(c.moments.size(), 1u);
+  // At the read: above everything, still shown, freshly painted, the same native window.
+  EXPECT_EQ(c.moments[0].level, saved | Qt::WindowStaysOnTopHint);
+  EXPECT_TRUE(c.moments[0].visible);
+  EXPECT_GT(c.moments[0].paints, paintsBefore);
+  EXPECT_EQ(c.moments[0].nativeWindow, nativeWindow);
+  // After it: the saved level exactly, nothing re-created, and the crop of the view.
+  EXPECT_EQ(GrabWindowController::WindowLevel(window.get()), saved);
+  EXPECT_EQ(window->windowFlags(), widgetFlags);
+  EXPECT_EQ(window->winId(), nativeWindow);
+  EXPECT_TRUE(window->isVisible());
+  ASSERT_TRUE(c.hasGrabbedImage());
+  EXPECT_EQ(c.grabbedBitmapImageRep()->pixelsWide(), 96);
+  EXPECT_EQ(CentreColour(*c.grabbedBitmapImageRep()), kViewColour);
+  EXPECT_THAT(tail.Lines(), IsEmpty());
+}
+
+TEST_F(GrabControllerTest, AWindowAlreadyOnTopStaysOnTopAfterTheGrab) {
+  auto window = ShownCountingWindow(Qt::Tool | Qt::WindowStaysOnTopHint);
+  Qt::WindowFlags const saved = GrabWindowController::WindowLevel(window.get());
+  ASSERT_TRUE(saved.testFlag(Qt::WindowStaysOnTopHint));
+  WatchingGrabController c;
+  c.setGrabWindow(window.get());
+  c.grab(nullptr);
+  ASSERT_EQ(c.moments.size(), 1u);
+  EXPECT_EQ(c.moments[0].level, saved);
+  EXPECT_EQ(GrabWindowController::WindowLevel(window.get()), saved);
+}
+
+TEST_F(GrabControllerTest, AFailedReadStillRestoresTheLevel) {
+  auto window = ShownCountingWindow(Qt::Window);
+  Qt::WindowFlags const saved = GrabWindowController::WindowLevel(window.get());
+  WatchingGrabController c;
+  c.setGrabWindow(window.get());
+  c.setGrabbedBitmapImageRep(SolidBitmap(4, 4, kViewColour));
+  c.read = WatchingGrabController::Read::kFail;
+  c.grab(nullptr);
+  ASSERT_EQ(c.moments.size(), 1u);
+  EXPECT_TRUE(c.moments[0].level.testFlag(Qt::WindowStaysOnTopHint));
+  // The failed read replaced the old picture with nothing.
+  EXPECT_FALSE(c.hasGrabbedImage());
+  EXPECT_EQ(GrabWindowController::WindowLevel(window.get()), saved);
+  EXPECT_TRUE(window->isVisible());
+}
+
+TEST_F(GrabControllerTest, AReadThatThrowsStillRestoresTheLevel) {
+  auto window = ShownCountingWindow(Qt::Window);
+  Qt::WindowFlags const saved = GrabWindowController::WindowLevel(window.get());
+  WatchingGrabController c;
+  c.setGrabWindow(window.get());
+  c.read = WatchingGrabController::Read::kThrow;
+  EXPECT_THROW(c.grab(nullptr), CoreException);
+  ASSERT_EQ(c.moments.size(), 1u);
+  EXPECT_TRUE(c.moments[0].level.testFlag(Qt::WindowStaysOnTopHint));
+  EXPECT_EQ(GrabWindowController::WindowLevel(window.get()), saved);
+}
+
+TEST_F(GrabControllerTest, GrabScreenTakesTheWindowOffScreenOnlyForTheRead) {
+  auto window = ShownCountingWindow(Qt::Window);
+  Qt::WindowFlags const saved = GrabWindowController::WindowLevel(window.get());
+  WatchingGrabController c;
+  c.setGrabWindow(window.get());
+  c.read = WatchingGrabController::Read::kThrow;
+  EXPECT_THROW(c.grabScreen(nullptr), CoreException);
+  c.read = WatchingGrabController::Read::kScreen;
+  c.grabScreen(nullptr);
+  ASSERT_EQ(c.moments.size(), 2u);
+  for (auto const& moment : c.moments) {
+    EXPECT_FALSE(moment.visible);
+    EXPECT_EQ(moment.level, saved);
+  }
+  EXPECT_TRUE(window->isVisible());
+  EXPECT_EQ(GrabWindowController::WindowLevel(window.get()), saved);
+}
+
 // ---- the DVD controller's grab commands
 
 class DVDGrabTest : public GrabControllerTest {
@@ -463,4 +602,142 @@ TEST_F(DVDGrabTest, GrabDefaultsAreRestoredAtLoadAndSavedAtTermination) {
   settings.remove(QStringLiteral("DefaultFileTypeSelectorGroup"));
   settings.remove(QStringLiteral("DefaultFolderSelectorGroup"));
   settings.remove(QStringLiteral("DefaultCreatorSelectorGroup"));
+}
+
+// ---- cut, copy and paste on the thumbnail
+
+// The picture of an image-typed clipboard entry, or a null image.
+QImage ClipboardImage(char const* type) {
+  QMimeData const* data = QGuiApplication::clipboard()->mimeData();
+  QImage image;
+  if (data) image.loadFromData(data->data(QString::fromLatin1(type)));
+  return image;
+}
+
+class ThumbnailTest : public DVDGrabTest {
+ protected:
+  void SetUp() override {
+    DVDGrabTest::SetUp();
+    QGuiApplication::clipboard()->clear();
+    mView = mNib.controller()->mLastGrabImageView;
+    ASSERT_NE(mView, nullptr);
+    mEditor = GrabThumbnailEditor::OfView(mView);
+    ASSERT_NE(mEditor, nullptr);
+  }
+  // Focus on the thumbnail, as a click on it gives.
+  void Focus() {
+    QWidget* window = mView->window();
+    window->show();
+    window->activateWindow();
+    QApplication::setActiveWindow(window);
+    mView->setFocus(Qt::MouseFocusReason);
+    tavelo_app_test::ProcessEvents();
+    ASSERT_TRUE(mView->hasFocus());
+  }
+  // A picture on the clipboard as another program puts it there.
+  static void PutImage(QImage const& image) {
+    auto* data = new QMimeData();
+    data->setImageData(image);
+    QGuiApplication::clipboard()->setMimeData(data);
+  }
+  QLabel* mView = nullptr;
+  GrabThumbnailEditor* mEditor = nullptr;
+};
+
+TEST_F(ThumbnailTest, ItsContextMenuOffersCutCopyAndPaste) {
+  EXPECT_EQ(mView->contextMenuPolicy(), Qt::ActionsContextMenu);
+  QList<QAction*> const actions = mView->actions();
+  EXPECT_TRUE(actions.contains(mEditor->cutAction()));
+  EXPECT_TRUE(actions.contains(mEditor->copyAction()));
+  EXPECT_TRUE(actions.contains(mEditor->pasteAction()));
+  EXPECT_EQ(mEditor->copyAction()->shortcut(), QKeySequence(QKeySequence::Copy));
+  // Nothing shown yet: nothing to copy.
+  EXPECT_FALSE(mEditor->copyAction()->isEnabled());
+  EXPECT_FALSE(mEditor->cutAction()->isEnabled());
+}
+
+TEST_F(ThumbnailTest, CopyPutsTheShownGrabOnTheClipboardAsPNGAndTIFF) {
+  GrabDVDController* c = mNib.controller();
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  c->grabCurrentFrameSaveNumberedFile(nullptr);
+  ASSERT_TRUE(c->hasGrabbedImage());
+  EXPECT_EQ(mEditor->shownBitmap(), c->grabbedBitmapImageRep());
+  ASSERT_TRUE(mEditor->copyAction()->isEnabled());
+  QSize const grabSize(int(c->grabbedBitmapImageRep()->pixelsWide()), int(c->grabbedBitmapImageRep()->pixelsHigh()));
+  mEditor->copyAction()->trigger();
+  EXPECT_EQ(ClipboardImage("image/png").size(), grabSize);
+  EXPECT_EQ(ClipboardImage("image/tiff").size(), grabSize);
+  // The standard key does the same while the thumbnail has the focus.
+  QGuiApplication::clipboard()->clear();
+  ASSERT_TRUE(ClipboardImage("image/png").isNull());
+  Focus();
+  QTest::keySequence(mView, QKeySequence::Copy);
+  EXPECT_EQ(ClipboardImage("image/png").size(), grabSize);
+  EXPECT_EQ(ClipboardImage("image/tiff").size(), grabSize);
+}
+
+TEST_F(ThumbnailTest, CutCopiesAndTheThumbnailKeepsShowingTheGrab) {
+  GrabDVDController* c = mNib.controller();
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  c->grabCurrentFrameSaveNumberedFile(nullptr);
+  auto const grab = c->grabbedBitmapImageRep();
+  ASSERT_TRUE(grab);
+  Focus();
+  QTest::keySequence(mView, QKeySequence::Cut);
+  EXPECT_EQ(ClipboardImage("image/png").size(), QSize(int(grab->pixelsWide()), int(grab->pixelsHigh())));
+  EXPECT_EQ(c->grabbedBitmapImageRep(), grab);
+  EXPECT_EQ(mEditor->shownBitmap(), grab);
+  EXPECT_FALSE(mView->pixmap().isNull());
+  QGuiApplication::clipboard()->clear();
+  mEditor->cutAction()->trigger();
+  EXPECT_FALSE(ClipboardImage("image/tiff").isNull());
+  EXPECT_EQ(mEditor->shownBitmap(), grab);
+}
+
+TEST_F(ThumbnailTest, PasteShowsTheClipboardPictureAndCopyGivesItBack) {
+  GrabDVDController* c = mNib.controller();
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  c->grabCurrentFrameSaveNumberedFile(nullptr);
+  auto const grab = c->grabbedBitmapImageRep();
+  QImage pasted(30, 20, QImage::Format_RGB32);
+  pasted.fill(QColor(200, 20, 40));
+  PutImage(pasted);
+  Focus();
+  QTest::keySequence(mView, QKeySequence::Paste);
+  ASSERT_NE(mEditor->shownBitmap(), nullptr);
+  EXPECT_EQ(mEditor->shownBitmap()->pixelsWide(), 30);
+  EXPECT_EQ(mEditor->shownBitmap()->pixelsHigh(), 20);
+  EXPECT_EQ(CentreColour(*mEditor->shownBitmap()), QColor(200, 20, 40));
+  EXPECT_EQ(mView->pixmap().toImage().pixelColor(mView->pixmap().width() / 2, mView->pixmap().height() / 2),
+            QColor(200, 20, 40));
+  // Pasting shows a picture; it does not replace the grab.
+  EXPECT_EQ(c->grabbedBitmapImageRep(), grab);
+  // Copy now gives the pasted picture, through the key rather than the menu's Copy.
+  QGuiApplication::clipboard()->clear();
+  QTest::keySequence(mView, QKeySequence::Copy);
+  QImage const copied = ClipboardImage("image/png");
+  EXPECT_EQ(copied.size(), QSize(30, 20));
+  EXPECT_EQ(copied.pixelColor(15, 10), QColor(200, 20, 40));
+  EXPECT_FALSE(ClipboardImage("image/tiff").isNull());
+}
+
+TEST_F(ThumbnailTest, PasteFromTheContextMenuTakesPNGData) {
+  QImage pasted(12, 8, QImage::Format_RGB32);
+  pasted.fill(QColor(5, 60, 250));
+  QByteArray png;
+  QBuffer buffer(&png);
+  buffer.open(QIODevice::WriteOnly);
+  ASSERT_TRUE(pasted.save(&buffer, "PNG"));
+  auto* data = new QMimeData();
+  data->setData(QStringLiteral("image/png"), png);
+  QGuiApplication::clipboard()->setMimeData(data);
+  mEditor->pasteAction()->trigger();
+  ASSERT_NE(mEditor->shownBitmap(), nullptr);
+  EXPECT_EQ(mEditor->shownBitmap()->pixelsWide(), 12);
+  EXPECT_EQ(CentreColour(*mEditor->shownBitmap()), QColor(5, 60, 250));
+  EXPECT_TRUE(mEditor->copyAction()->isEnabled());
+  // Text is no picture: pasting it keeps what is shown.
+  QGuiApplication::clipboard()->setText(QStringLiteral("not a picture"));
+  mEditor->pasteAction()->trigger();
+  EXPECT_EQ(mEditor->shownBitmap()->pixelsWide(), 12);
 }
