@@ -36,16 +36,6 @@ float Sample(AVFrame const* f, int ch, int i) {
 
 }  // namespace
 
-DVDAudioDecoder::~DVDAudioDecoder() { Close(); }
-
-void DVDAudioDecoder::Close() {
-  if (mParser) av_parser_close(mParser);
-  mParser = nullptr;
-  avcodec_free_context(&mContext);
-  av_packet_free(&mPacket);
-  av_frame_free(&mFrame);
-}
-
 bool DVDAudioDecoder::Construct(DVDStreamKind kind, Sink sink) {
   mKind = kind;
   mSink = std::move(sink);
@@ -57,16 +47,7 @@ bool DVDAudioDecoder::Construct(DVDStreamKind kind, Sink sink) {
       kind != DVDStreamKind::MPEGAudio) {
     return false;
   }
-  AVCodec const* const codec = avcodec_find_decoder(id);
-  if (!codec) return false;
-  mContext = avcodec_alloc_context3(codec);
-  mPacket = av_packet_alloc();
-  mFrame = av_frame_alloc();
-  if (!mContext || !mPacket || !mFrame) return false;
-  mContext->thread_count = 1;
-  if (avcodec_open2(mContext, codec, nullptr) < 0) return false;
-  mParser = av_parser_init(id);
-  return mParser != nullptr;
+  return mCodec.Open(id);
 }
 
 void DVDAudioDecoder::Decode(uint8_t const* data, size_t size, int64_t pts) {
@@ -74,45 +55,30 @@ void DVDAudioDecoder::Decode(uint8_t const* data, size_t size, int64_t pts) {
     DecodeLPCM(data, size, pts);
     return;
   }
-  if (!mParser || size == 0) return;
-  // The parser reads a little past the end of what it is given: a zeroed tail.
-  mInput.assign(data, data + size);
-  mInput.resize(size + AV_INPUT_BUFFER_PADDING_SIZE, 0);
-  data = mInput.data();
-  int64_t in = pts == kNoTime ? AV_NOPTS_VALUE : pts;
-  while (size > 0) {
-    uint8_t* out = nullptr;
-    int outSize = 0;
-    int const used = av_parser_parse2(mParser, mContext, &out, &outSize, data, int(size), in, in,
-                                      0);
-    if (used < 0) return;
-    in = AV_NOPTS_VALUE;
-    data += used;
-    size -= size_t(used);
-    if (outSize > 0) {
-      mPacket->data = out;
-      mPacket->size = outSize;
-      mPacket->pts = mParser->pts;
-      // A damaged frame is refused; the next one decodes.
-      avcodec_send_packet(mContext, mPacket);
-      Receive();
-    }
-    if (used == 0 && outSize == 0) break;
-  }
+  mCodec.Parse(data, size, pts, [this](uint8_t* out, int outSize) {
+    AVPacket* const packet = mCodec.Packet();
+    packet->data = out;
+    packet->size = outSize;
+    packet->pts = mCodec.Parser()->pts;
+    // A damaged frame is refused; the next one decodes.
+    avcodec_send_packet(mCodec.Context(), packet);
+    Receive();
+  });
 }
 
 void DVDAudioDecoder::Receive() {
-  while (avcodec_receive_frame(mContext, mFrame) == 0) {
-    int const rate = mFrame->sample_rate;
-    int const frames = mFrame->nb_samples;
-    int64_t pts = mFrame->pts;
+  AVFrame* const frame = mCodec.Frame();
+  while (avcodec_receive_frame(mCodec.Context(), frame) == 0) {
+    int const rate = frame->sample_rate;
+    int const frames = frame->nb_samples;
+    int64_t pts = frame->pts;
     if (pts == AV_NOPTS_VALUE) pts = mNextPts;
     if (rate <= 0 || frames <= 0 || pts == kNoTime) {
-      av_frame_unref(mFrame);
+      av_frame_unref(frame);
       continue;
     }
     // Stereo from whatever the stream has: the fronts, the centre and the surrounds.
-    AVChannelLayout const& layout = mFrame->ch_layout;
+    AVChannelLayout const& layout = frame->ch_layout;
     int const n = layout.nb_channels;
     auto index = [&](AVChannel c) { return av_channel_layout_index_from_channel(&layout, c); };
     int fl = index(AV_CHAN_FRONT_LEFT);
@@ -130,21 +96,21 @@ void DVDAudioDecoder::Receive() {
     float const gain = mix ? 0.5f : 1.0f;
     mOut.resize(size_t(frames) * 2);
     for (int i = 0; i < frames; ++i) {
-      float l = Sample(mFrame, fl, i);
-      float r = Sample(mFrame, fr, i);
+      float l = Sample(frame, fl, i);
+      float r = Sample(frame, fr, i);
       if (fc >= 0) {
-        float const c = Sample(mFrame, fc, i) * 0.7071f;
+        float const c = Sample(frame, fc, i) * 0.7071f;
         l += c;
         r += c;
       }
-      if (sl >= 0) l += Sample(mFrame, sl, i) * 0.7071f;
-      if (sr >= 0) r += Sample(mFrame, sr, i) * 0.7071f;
+      if (sl >= 0) l += Sample(frame, sl, i) * 0.7071f;
+      if (sr >= 0) r += Sample(frame, sr, i) * 0.7071f;
       mOut[size_t(i) * 2] = Clip(l * gain);
       mOut[size_t(i) * 2 + 1] = Clip(r * gain);
     }
     mNextPts = pts + int64_t(frames) * 90000 / rate;
     mSink(pts, rate, mOut.data(), size_t(frames));
-    av_frame_unref(mFrame);
+    av_frame_unref(frame);
   }
 }
 
@@ -178,10 +144,7 @@ void DVDAudioDecoder::DecodeLPCM(uint8_t const* data, size_t size, int64_t pts) 
 void DVDAudioDecoder::Flush() {
   mPending.clear();
   mNextPts = kNoTime;
-  if (!mContext) return;
-  avcodec_flush_buffers(mContext);
-  if (mParser) av_parser_close(mParser);
-  mParser = av_parser_init(mContext->codec_id);
+  mCodec.Flush();
 }
 
 }  // namespace dvd

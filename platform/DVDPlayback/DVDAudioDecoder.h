@@ -2,17 +2,13 @@
 // given out as interleaved 16-bit stereo with the time stamp of its first sample.
 #pragma once
 
+#include "DVDCodecContext.h"
 #include "DVDDemuxer.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <vector>
-
-struct AVCodecContext;
-struct AVCodecParserContext;
-struct AVFrame;
-struct AVPacket;
 
 namespace dvd {
 
@@ -22,7 +18,7 @@ class DVDAudioDecoder {
   using Sink = std::function<void(int64_t pts, int rate, int16_t const* samples, size_t frames)>;
 
   DVDAudioDecoder() = default;
-  ~DVDAudioDecoder();
+  ~DVDAudioDecoder() = default;
   DVDAudioDecoder(DVDAudioDecoder const&) = delete;
   DVDAudioDecoder& operator=(DVDAudioDecoder const&) = delete;
 
@@ -33,19 +29,14 @@ class DVDAudioDecoder {
   void Flush();
 
  private:
-  void Close();
   void Receive();
   void DecodeLPCM(uint8_t const* data, size_t size, int64_t pts);
   void Emit(int rate, size_t frames);
 
   DVDStreamKind mKind = DVDStreamKind::AC3;
   Sink mSink;
-  AVCodecContext* mContext = nullptr;
-  AVCodecParserContext* mParser = nullptr;
-  AVPacket* mPacket = nullptr;
-  AVFrame* mFrame = nullptr;
+  DVDCodecContext mCodec;
   std::vector<int16_t> mOut;
-  std::vector<uint8_t> mInput;
   std::vector<uint8_t> mPending;  // LPCM bytes short of a whole sample frame
   int64_t mNextPts = kNoTime;
 };

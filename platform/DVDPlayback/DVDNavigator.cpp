@@ -184,6 +184,20 @@ int DVDNavigator::HighlightedButton() {
 
 bool DVDNavigator::InTitle() { return mNav && dvdnav_is_domain_vts(mNav) == 1; }
 
+void DVDNavigator::EndScan() {
+  mSpeed = 1;
+  mReverse = false;
+  mReverseStepDue = false;
+}
+
+bool DVDNavigator::TitleUnderway() {
+  return InTitle() && mState != kDVDStateIdle && mState != kDVDStateStopped;
+}
+
+bool DVDNavigator::GetTitleAngles(int32_t& current, int32_t& count) {
+  return InTitle() && dvdnav_get_angle_info(mNav, &current, &count) == DVDNAV_STATUS_OK;
+}
+
 // ---- the thread
 
 void DVDNavigator::WaitForWork(std::unique_lock<std::mutex>& lk) {
@@ -557,9 +571,7 @@ OSStatus DVDNavigator::Play() {
     case kDVDStateScanning: {
       int const oldSpeed = mSpeed;
       bool const wasReverse = mReverse;
-      mSpeed = 1;
-      mReverse = false;
-      mReverseStepDue = false;
+      EndScan();
       mPresentedUntil = std::min(mPresentedUntil, mVobuClockStart + mVobuSpan);
       if (wasReverse) {
         // What was read ahead was placed for stepping back.
@@ -596,11 +608,7 @@ OSStatus DVDNavigator::Pause() {
   if (mState == kDVDStatePaused) return noErr;
   if (mState == kDVDStateIdle || mState == kDVDStateStopped) return kDVDErrorNotAllowedNow;
   mPausedFrom = mState == kDVDStatePlayingStill ? kDVDStatePlayingStill : kDVDStatePlaying;
-  if (mState == kDVDStateScanning) {
-    mSpeed = 1;
-    mReverse = false;
-    mReverseStepDue = false;
-  }
+  if (mState == kDVDStateScanning) EndScan();
   mPausedAt = mClock.Now();
   SetState(kDVDStatePaused);
   HoldPresentation();
@@ -612,9 +620,7 @@ OSStatus DVDNavigator::Stop() {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
   if (mState == kDVDStateStopped) return noErr;
-  mSpeed = 1;
-  mReverse = false;
-  mReverseStepDue = false;
+  EndScan();
   Jumped();
   SetState(kDVDStateStopped);
   return noErr;
@@ -659,28 +665,19 @@ OSStatus DVDNavigator::Scan(DVDScanRate rate, DVDScanDirection direction) {
   return noErr;
 }
 
-OSStatus DVDNavigator::NextChapter() {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (!InTitle() || mState == kDVDStateIdle || mState == kDVDStateStopped) {
-    return kDVDErrorNotAllowedNow;
-  }
-  if (dvdnav_next_pg_search(mNav) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
-  Jumped();
-  return noErr;
-}
+OSStatus DVDNavigator::NextChapter() { return SearchChapter(false); }
 
-OSStatus DVDNavigator::PreviousChapter() {
+OSStatus DVDNavigator::PreviousChapter() { return SearchChapter(true); }
+
+OSStatus DVDNavigator::SearchChapter(bool previous) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
-  if (!InTitle() || mState == kDVDStateIdle || mState == kDVDStateStopped) {
-    return kDVDErrorNotAllowedNow;
-  }
+  if (!TitleUnderway()) return kDVDErrorNotAllowedNow;
   // The first chapter has no previous one: it starts again.
-  if (dvdnav_prev_pg_search(mNav) != DVDNAV_STATUS_OK &&
-      dvdnav_top_pg_search(mNav) != DVDNAV_STATUS_OK) {
-    return kDVDErrorNotAllowedNow;
-  }
+  bool const found = previous ? dvdnav_prev_pg_search(mNav) == DVDNAV_STATUS_OK ||
+                                    dvdnav_top_pg_search(mNav) == DVDNAV_STATUS_OK
+                              : dvdnav_next_pg_search(mNav) == DVDNAV_STATUS_OK;
+  if (!found) return kDVDErrorNotAllowedNow;
   Jumped();
   return noErr;
 }
@@ -751,9 +748,7 @@ OSStatus DVDNavigator::GetAngleInfo(UInt16* numAngles, UInt16* angle) {
   if (!mNav) return kDVDErrorNoMedia;
   int32_t current = 0;
   int32_t count = 0;
-  if (!InTitle() || dvdnav_get_angle_info(mNav, &current, &count) != DVDNAV_STATUS_OK) {
-    return kDVDErrorNotAllowedNow;
-  }
+  if (!GetTitleAngles(current, count)) return kDVDErrorNotAllowedNow;
   if (numAngles) *numAngles = UInt16(count);
   if (angle) *angle = UInt16(current);
   return noErr;
@@ -764,9 +759,7 @@ OSStatus DVDNavigator::SetAngle(UInt16 angle) {
   if (!mNav) return kDVDErrorNoMedia;
   int32_t current = 0;
   int32_t count = 0;
-  if (!InTitle() || dvdnav_get_angle_info(mNav, &current, &count) != DVDNAV_STATUS_OK) {
-    return kDVDErrorNotAllowedNow;
-  }
+  if (!GetTitleAngles(current, count)) return kDVDErrorNotAllowedNow;
   if (angle < 1 || angle > count) return kDVDErrorInvalidArgument;
   if (angle == current) return noErr;
   if (dvdnav_angle_change(mNav, angle) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
@@ -833,9 +826,7 @@ OSStatus DVDNavigator::MenuPoint(int x, int y, bool activate, SInt32* index) {
 OSStatus DVDNavigator::GetBookmark(std::vector<UInt8>& data) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
-  if (!InTitle() || mState == kDVDStateIdle || mState == kDVDStateStopped) {
-    return kDVDErrorNotAllowedNow;
-  }
+  if (!TitleUnderway()) return kDVDErrorNotAllowedNow;
   Bookmark mark{};
   mark.magic = kBookmarkMagic;
   std::memcpy(mark.discID, mDiscID.data(), sizeof mark.discID);

@@ -109,6 +109,12 @@ class DVDNavigator {
   void ReportPosition(Position const& position);
   int64_t PresentedTitleTime();
   bool InTitle();
+  // Forward at normal speed again.
+  void EndScan();
+  // In a title that plays, pauses or scans: where chapters and bookmarks make sense.
+  bool TitleUnderway();
+  bool GetTitleAngles(int32_t& current, int32_t& count);
+  OSStatus SearchChapter(bool previous);
   // Tells the presenter the selected button's rectangle and colours (mode 0 selected,
   // 1 activated), or that none shows.
   void ShowHighlight(int mode);

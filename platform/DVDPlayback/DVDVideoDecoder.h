@@ -2,15 +2,13 @@
 // order, each with the time stamp its picture was sent with.
 #pragma once
 
+#include "DVDCodecContext.h"
 #include "DVDDemuxer.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <vector>
 
-struct AVCodecContext;
-struct AVCodecParserContext;
 struct AVFrame;
 struct AVPacket;
 
@@ -23,7 +21,7 @@ class DVDVideoDecoder {
   using Sink = std::function<void(AVFrame*)>;
 
   DVDVideoDecoder() = default;
-  ~DVDVideoDecoder();
+  ~DVDVideoDecoder() = default;
   DVDVideoDecoder(DVDVideoDecoder const&) = delete;
   DVDVideoDecoder& operator=(DVDVideoDecoder const&) = delete;
 
@@ -46,14 +44,9 @@ class DVDVideoDecoder {
   void SendParsed(uint8_t* data, int size);
   void Send(AVPacket* packet);
   void Receive();
-  void ResetParser();
 
   Sink mSink;
-  AVCodecContext* mContext = nullptr;
-  AVCodecParserContext* mParser = nullptr;
-  AVPacket* mPacket = nullptr;
-  AVFrame* mFrame = nullptr;
-  std::vector<uint8_t> mInput;
+  DVDCodecContext mCodec;
   int64_t mNextPts = kNoTime;
   int mSpeed = 1;
   bool mKeyFramesOnly = false;

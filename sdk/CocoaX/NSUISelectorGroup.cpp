@@ -11,6 +11,8 @@
 #include <QSettings>
 #include <QVariant>
 
+#include <array>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 
@@ -20,49 +22,36 @@ bool import_NSUISelectorGroup() { return true; }
 
 namespace {
 
-tagNSUISelectorEntry const kDefaultCreatorSelectors[] = {
-    {"selectDefault_CreatorPreview:", sel_registerName("selectDefault_CreatorPreview:")},
-    {"selectDefault_CreatorQuickTime:", sel_registerName("selectDefault_CreatorQuickTime:")},
-    {"selectDefault_CreatorPhotoShop:", sel_registerName("selectDefault_CreatorPhotoShop:")},
-    {nullptr, nullptr},
-};
+// Entries for the names (what the defaults store) with their interned selectors, ended by
+// the null entry.
+template <std::size_t N>
+std::array<tagNSUISelectorEntry, N + 1> Table(char const* const (&names)[N]) {
+  std::array<tagNSUISelectorEntry, N + 1> table{};
+  for (std::size_t i = 0; i < N; ++i) table[i] = {names[i], sel_registerName(names[i])};
+  return table;
+}
 
-tagNSUISelectorEntry const kDefaultFolderSelectors[] = {
-    {"selectDefault_PicturesFolder:", sel_registerName("selectDefault_PicturesFolder:")},
-    {"selectDefault_DesktopFolder:", sel_registerName("selectDefault_DesktopFolder:")},
-    {"selectDefault_DocumentsFolder:", sel_registerName("selectDefault_DocumentsFolder:")},
-    {nullptr, nullptr},
-};
-
-tagNSUISelectorEntry const kDefaultFileTypeSelectors[] = {
-    {"selectDefault_SaveJPEG:", sel_registerName("selectDefault_SaveJPEG:")},
-    {"selectDefault_SaveTIFF:", sel_registerName("selectDefault_SaveTIFF:")},
-    {"selectDefault_SavePNG:", sel_registerName("selectDefault_SavePNG:")},
-    {nullptr, nullptr},
-};
-
-tagNSUISelectorEntry const kMyToggleSelectors[] = {
-    {"save:", sel_registerName("save:")},
-    {"saveAs:", sel_registerName("saveAs:")},
-    {nullptr, nullptr},
-};
-
-tagNSUISelectorEntry const kMyMutexSelectors[] = {
-    {"copy:", sel_registerName("copy:")},
-    {"paste:", sel_registerName("paste:")},
-    {nullptr, nullptr},
-};
+auto const kDefaultCreatorSelectors = Table({"selectDefault_CreatorPreview:",
+                                             "selectDefault_CreatorQuickTime:",
+                                             "selectDefault_CreatorPhotoShop:"});
+auto const kDefaultFolderSelectors = Table({"selectDefault_PicturesFolder:",
+                                            "selectDefault_DesktopFolder:",
+                                            "selectDefault_DocumentsFolder:"});
+auto const kDefaultFileTypeSelectors = Table(
+    {"selectDefault_SaveJPEG:", "selectDefault_SaveTIFF:", "selectDefault_SavePNG:"});
+auto const kMyToggleSelectors = Table({"save:", "saveAs:"});
+auto const kMyMutexSelectors = Table({"copy:", "paste:"});
 
 }  // namespace
 
 tagNSUISelectorGroup const DefaultCreatorSelectorGroup = {1, "DefaultCreatorSelectorGroup",
-                                                          kDefaultCreatorSelectors};
+                                                          kDefaultCreatorSelectors.data()};
 tagNSUISelectorGroup const DefaultFolderSelectorGroup = {1, "DefaultFolderSelectorGroup",
-                                                         kDefaultFolderSelectors};
+                                                         kDefaultFolderSelectors.data()};
 tagNSUISelectorGroup const DefaultFileTypeSelectorGroup = {1, "DefaultFileTypeSelectorGroup",
-                                                           kDefaultFileTypeSelectors};
-tagNSUISelectorGroup const MyToggleSelectorGroup = {0, "MyToggleSelectorGroup", kMyToggleSelectors};
-tagNSUISelectorGroup const MyMutexSelectorGroup = {1, "MyMutexSelectorGroup", kMyMutexSelectors};
+                                                           kDefaultFileTypeSelectors.data()};
+tagNSUISelectorGroup const MyToggleSelectorGroup = {0, "MyToggleSelectorGroup", kMyToggleSelectors.data()};
+tagNSUISelectorGroup const MyMutexSelectorGroup = {1, "MyMutexSelectorGroup", kMyMutexSelectors.data()};
 
 // ---- table operations ----
 

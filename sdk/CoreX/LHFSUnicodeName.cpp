@@ -81,15 +81,32 @@ bool LHFSUnicodeName::Construct(kSpecialName in_name) {
   return fOk;
 }
 
+namespace {
+
+// Units up to the terminator; counting stops once the name is too long anyway.
+template <typename Unit>
+int CountUnits(Unit const* in_file_name) {
+  int count = 0;
+  while (count <= LHFSUnicodeName::kMaxLength && in_file_name[count] != 0) ++count;
+  return count;
+}
+
+// Only the low half of each unit is kept: no surrogate pairs are made.
+template <typename Unit>
+void SetUnits(LHFSUnicodeName& io_name, Unit const* in_units, int in_count) {
+  for (int i = 0; i < in_count; ++i) io_name.unicode[i] = static_cast<UniChar>(in_units[i] & 0xFFFF);
+  io_name.set_length(static_cast<short>(in_count));
+  io_name.NullTerminateIt();
+}
+
+}  // namespace
+
 bool LHFSUnicodeName::Construct(HFSUniStr255 const& in_name) {
   // The source may be this very value.
   HFSUniStr255 const copyOf = in_name;
   Empty();
   if (copyOf.length != 0 && CoreVerify(copyOf.length<=kMaxLength)) {
-    UInt16 const count = std::min<UInt16>(copyOf.length, kMaxLength);
-    std::copy(copyOf.unicode, copyOf.unicode + count, unicode);
-    set_length(static_cast<short>(count));
-    NullTerminateIt();
+    SetUnits(*this, copyOf.unicode, std::min<int>(copyOf.length, kMaxLength));
   }
   CoreMachDebugVerify(IsValid());
   return true;
@@ -137,18 +154,6 @@ bool LHFSUnicodeName::Construct(unsigned char const* in_pstring, short forScript
   return fOk;
 }
 
-namespace {
-
-// Units up to the terminator; counting stops once the name is too long anyway.
-template <typename Unit>
-int CountUnits(Unit const* in_file_name) {
-  int count = 0;
-  while (count <= LHFSUnicodeName::kMaxLength && in_file_name[count] != 0) ++count;
-  return count;
-}
-
-}  // namespace
-
 bool LHFSUnicodeName::Construct(unsigned short const* in_file_name) {
   Empty();
   bool fOk = CoreVerify(in_file_name!=NULL);
@@ -156,9 +161,7 @@ bool LHFSUnicodeName::Construct(unsigned short const* in_file_name) {
   if (fOk) fOk = in_length != 0;
   if (fOk) fOk = CoreVerify(in_length<=kMaxLength);
   if (fOk) {
-    std::copy(in_file_name, in_file_name + in_length, unicode);
-    set_length(static_cast<short>(in_length));
-    NullTerminateIt();
+    SetUnits(*this, in_file_name, in_length);
   }
   CoreMachDebugVerify(IsValid());
   return fOk;
@@ -171,10 +174,7 @@ bool LHFSUnicodeName::Construct(wchar_t const* in_file_name) {
   if (fOk) fOk = in_length != 0;
   if (fOk) fOk = CoreVerify(in_length<=kMaxLength);
   if (fOk) {
-    // Only the low half of each unit is kept: no surrogate pairs are made.
-    for (int i = 0; i < in_length; ++i) unicode[i] = static_cast<UniChar>(in_file_name[i] & 0xFFFF);
-    set_length(static_cast<short>(in_length));
-    NullTerminateIt();
+    SetUnits(*this, in_file_name, in_length);
   }
   CoreMachDebugVerify(IsValid());
   return fOk;

@@ -1,3 +1,4 @@
+#include "CFTestRef.h"
 #include "CoreFoundation.h"
 #include "MediaServices.h"
 #include "TestLog.h"
@@ -15,23 +16,11 @@
 // Found by name in the main bundle: programs export their symbols.
 extern "C" int TaveloBundleTestProbe() { return 4711; }
 
+using tavelo_test::Ref;
+
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Ref {
-  explicit Ref(CFTypeRef r) : mRef(r) {}
-  ~Ref() {
-    if (mRef) CFRelease(mRef);
-  }
-  Ref(Ref const&) = delete;
-  Ref& operator=(Ref const&) = delete;
-  template <class T>
-  T as() const {
-    return static_cast<T>(const_cast<void*>(mRef));
-  }
-  CFTypeRef mRef;
-};
 
 std::string Exe() { return fs::canonical("/proc/self/exe").string(); }
 std::string ExeDir() { return fs::path(Exe()).parent_path().string(); }

@@ -1,3 +1,4 @@
+#include "CFTestRef.h"
 #include "CoreFoundation.h"
 #include "TestLog.h"
 
@@ -12,22 +13,9 @@
 #include <unistd.h>
 #include <vector>
 
-namespace {
+using tavelo_test::Ref;
 
-// Owns one reference for the length of a test.
-struct Ref {
-  explicit Ref(CFTypeRef r) : mRef(r) {}
-  ~Ref() {
-    if (mRef) CFRelease(mRef);
-  }
-  Ref(Ref const&) = delete;
-  Ref& operator=(Ref const&) = delete;
-  template <class T>
-  T as() const {
-    return static_cast<T>(mRef);
-  }
-  CFTypeRef mRef;
-};
+namespace {
 
 CFStringRef Make(char const* utf8) { return CFStringCreateWithCString(nullptr, utf8, kCFStringEncodingUTF8); }
 

@@ -8,89 +8,16 @@ set -euo pipefail
 
 tavelo=$1
 discs=${2:-}
-work=$(mktemp -d "${TMPDIR:-/tmp}/tavelo-e2e.XXXXXX")
-xvfb_pid=
-app_pid=
-cleanup() {
-  [ -n "$app_pid" ] && kill "$app_pid" 2>/dev/null || true
-  [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null || true
-  if [ "${TAVELO_E2E_KEEP:-}" = "" ]; then rm -rf "$work"; else echo "kept $work"; fi
-}
-trap cleanup EXIT
-
-fail() { echo "FAIL: $*" >&2; [ -f "$work/app.err" ] && sed 's/^/  app: /' "$work/app.err" >&2; exit 1; }
-step() { echo "-- $*"; }
+source "$(dirname "$0")/e2e_common.sh"
 
 # The help command opens the offline page that lies beside the program.
 grep -q "Tavelo 0001" "$(dirname "$tavelo")/help/index.html" ||
   { echo "FAIL: no offline help page beside $tavelo" >&2; exit 1; }
 
-# A display of our own; Xvfb names a free one.
-exec 3> "$work/display"
-Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
-xvfb_pid=$!
-for _ in $(seq 100); do [ -s "$work/display" ] && break; sleep 0.05; done
-[ -s "$work/display" ] || fail "Xvfb did not start"
-export DISPLAY=":$(head -n1 "$work/display")"
-
-# Private home and XDG folders; no session or system bus.
-export HOME=$work/home XDG_STATE_HOME=$work/state XDG_CONFIG_HOME=$work/config
-export XDG_DATA_HOME=$work/data XDG_CACHE_HOME=$work/cache XDG_RUNTIME_DIR=$work/runtime
-mkdir -p "$HOME" "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
-export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$work/no-system-bus
-unset DBUS_SESSION_BUS_ADDRESS
-export QT_QPA_PLATFORM=xcb
-# Sanitizer builds: a third-party leak is not ours to report.
-export LSAN_OPTIONS="${LSAN_OPTIONS:+$LSAN_OPTIONS:}suppressions=$(cd "$(dirname "$0")" && pwd)/lsan.supp"
-log=$XDG_STATE_HOME/org.tavelo.Tavelo.log
+e2e_start tavelo-e2e
 
 disc=
 if [ -n "$discs" ] && [ -d "$discs/ntsc43/VIDEO_TS" ]; then disc=$discs/ntsc43; fi
-
-launch() {  # launch [PATH]
-  step "launch ${1:-(no disc)}"
-  "$tavelo" "$@" >"$work/app.out" 2>"$work/app.err" &
-  app_pid=$!
-  video=$(timeout 30 xdotool search --sync --onlyvisible --name '^Tavelo$' | head -n1) || fail "no video window"
-  control=$(timeout 30 xdotool search --sync --onlyvisible --name '^Controller$' | head -n1) || fail "no controller window"
-  xdotool windowfocus --sync "$video" 2>/dev/null || true
-}
-
-colour() {  # the colour at three quarters down the middle of the video window: R G B
-  local g w h
-  g=$(geometry "$video"); w=${g%% *}; h=$(echo "$g" | cut -d' ' -f2)
-  import -window "$video" png:- 2>/dev/null |
-    convert - -crop "1x1+$((w / 2))+$((h * 3 / 4))" -depth 8 txt:- 2>/dev/null |
-    sed -n 's/.*(\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p' | head -n1
-}
-is_colour() {  # is_colour NAME R G B
-  local r=$2 g=$3 b=$4
-  case $1 in
-    red) [ "$r" -gt 150 ] && [ "$g" -lt 90 ] && [ "$b" -lt 90 ] ;;
-    green) [ "$g" -gt 90 ] && [ "$r" -lt 90 ] && [ "$b" -lt 90 ] ;;
-    orange) [ "$r" -gt 180 ] && [ "$g" -gt 70 ] && [ "$g" -lt 200 ] && [ "$b" -lt 80 ] ;;
-    grey) [ "$r" -gt 60 ] && [ "$r" -lt 220 ] && [ $((r - g)) -lt 20 ] && [ $((g - r)) -lt 20 ] &&
-          [ $((g - b)) -lt 20 ] && [ $((b - g)) -lt 20 ] ;;
-    *) return 1 ;;
-  esac
-}
-wait_colour() {  # wait_colour NAME TENTHS: until the video shows that colour
-  local c
-  for _ in $(seq "$2"); do
-    c=$(colour); [ -n "$c" ] && is_colour "$1" $c && return 0; sleep 0.1
-  done
-  fail "the video shows ($c), not $1"
-}
-
-quit_app() {
-  step "quit (Ctrl+Q)"
-  keys ctrl+q
-  for _ in $(seq 100); do kill -0 "$app_pid" 2>/dev/null || break; sleep 0.1; done
-  kill -0 "$app_pid" 2>/dev/null && fail "still running after Ctrl+Q"
-  local status=0; wait "$app_pid" || status=$?
-  app_pid=
-  [ "$status" = 0 ] || fail "exit status $status"
-}
 
 check_log() {
   step "log"
@@ -106,14 +33,6 @@ check_log() {
   fi
 }
 
-geometry() {  # WIDTH HEIGHT X Y of a window
-  xdotool getwindowgeometry --shell "$1" | awk -F= '/^(WIDTH|HEIGHT|X|Y)=/{v[$1]=$2} END{print v["WIDTH"], v["HEIGHT"], v["X"], v["Y"]}'
-}
-keys() {
-  xdotool windowfocus --sync "$video" 2>/dev/null || true
-  xdotool key --clearmodifiers "$@"
-  sleep 0.4
-}
 wait_size() {  # wait until the video window is WIDTH wide
   local want=$1 g
   for _ in $(seq 50); do
@@ -129,7 +48,7 @@ if [ -n "$disc" ]; then
   wait_colour red 200
   keys space
   sleep 5
-  c=$(colour); is_colour red $c || fail "paused picture is ($c), not red"
+  c=$(video_colour); is_colour red $c || fail "paused picture is ($c), not red"
   keys space
   # Chapter 1 has more than two seconds left: green this soon is the skip.
   keys ctrl+Right

@@ -10,81 +10,17 @@ tavelo=$1
 discs=${2:-}
 if [ -z "$discs" ] || [ ! -d "$discs/ntsc43/VIDEO_TS" ]; then echo "SKIP: no test discs"; exit 0; fi
 disc=$discs/ntsc43
-work=$(mktemp -d "${TMPDIR:-/tmp}/tavelo-grab-e2e.XXXXXX")
-xvfb_pid=
-app_pid=
-cleanup() {
-  [ -n "$app_pid" ] && kill "$app_pid" 2>/dev/null || true
-  [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null || true
-  if [ "${TAVELO_E2E_KEEP:-}" = "" ]; then rm -rf "$work"; else echo "kept $work"; fi
-}
-trap cleanup EXIT
-
-fail() { echo "FAIL: $*" >&2; [ -f "$work/app.err" ] && sed 's/^/  app: /' "$work/app.err" >&2; exit 1; }
-step() { echo "-- $*"; }
-
-exec 3> "$work/display"
-Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
-xvfb_pid=$!
-for _ in $(seq 100); do [ -s "$work/display" ] && break; sleep 0.05; done
-[ -s "$work/display" ] || fail "Xvfb did not start"
-export DISPLAY=":$(head -n1 "$work/display")"
-
-export HOME=$work/home XDG_STATE_HOME=$work/state XDG_CONFIG_HOME=$work/config
-export XDG_DATA_HOME=$work/data XDG_CACHE_HOME=$work/cache XDG_RUNTIME_DIR=$work/runtime
-mkdir -p "$HOME" "$XDG_RUNTIME_DIR" "$XDG_CONFIG_HOME" && chmod 700 "$XDG_RUNTIME_DIR"
+key_pause=0.3
+source "$(dirname "$0")/e2e_common.sh"
+e2e_start tavelo-grab-e2e
+mkdir -p "$XDG_CONFIG_HOME"
 export XDG_PICTURES_DIR=$HOME/Pictures
 mkdir -p "$XDG_PICTURES_DIR"
 echo "XDG_PICTURES_DIR=\"\$HOME/Pictures\"" >"$XDG_CONFIG_HOME/user-dirs.dirs"
-export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$work/no-system-bus
-unset DBUS_SESSION_BUS_ADDRESS
-export QT_QPA_PLATFORM=xcb
-export LSAN_OPTIONS="${LSAN_OPTIONS:+$LSAN_OPTIONS:}suppressions=$(cd "$(dirname "$0")" && pwd)/lsan.supp"
-log=$XDG_STATE_HOME/org.tavelo.Tavelo.log
+
 # Quick saves collect in the "Tavelo" folder inside Pictures while Pictures is the folder choice.
 grabs=$XDG_PICTURES_DIR/Tavelo
 
-launch() {
-  step "launch $*"
-  "$tavelo" "$@" >"$work/app.out" 2>"$work/app.err" &
-  app_pid=$!
-  video=$(timeout 30 xdotool search --sync --onlyvisible --name '^Tavelo$' | head -n1) || fail "no video window"
-  control=$(timeout 30 xdotool search --sync --onlyvisible --name '^Controller$' | head -n1) || fail "no controller window"
-  xdotool windowfocus --sync "$video" 2>/dev/null || true
-}
-geometry() {  # WIDTH HEIGHT X Y of a window
-  xdotool getwindowgeometry --shell "$1" | awk -F= '/^(WIDTH|HEIGHT|X|Y)=/{v[$1]=$2} END{print v["WIDTH"], v["HEIGHT"], v["X"], v["Y"]}'
-}
-keys() {
-  xdotool windowfocus --sync "$video" 2>/dev/null || true
-  xdotool key --clearmodifiers "$@"
-  sleep 0.3
-}
-pixel() {  # pixel IMAGE X Y: R G B
-  convert "$1" -crop "1x1+$2+$3" -depth 8 txt:- 2>/dev/null |
-    sed -n 's/.*(\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p' | head -n1
-}
-is_colour() {  # is_colour NAME R G B
-  local r=$2 g=$3 b=$4
-  case $1 in
-    red) [ "$r" -gt 150 ] && [ "$g" -lt 90 ] && [ "$b" -lt 90 ] ;;
-    green) [ "$g" -gt 90 ] && [ "$r" -lt 90 ] && [ "$b" -lt 90 ] ;;
-    *) return 1 ;;
-  esac
-}
-video_colour() {
-  local g w h
-  g=$(geometry "$video"); w=${g%% *}; h=$(echo "$g" | cut -d' ' -f2)
-  import -window "$video" "$work/now.png" 2>/dev/null || return 0
-  pixel "$work/now.png" $((w / 2)) $((h * 3 / 4))
-}
-wait_colour() {  # wait_colour NAME TENTHS
-  local c=
-  for _ in $(seq "$2"); do
-    c=$(video_colour); [ -n "$c" ] && is_colour "$1" $c && return 0; sleep 0.1
-  done
-  fail "the video shows ($c), not $1"
-}
 wait_file() {  # wait_file PATH: up to 10 s
   for _ in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.1; done
   fail "no file $1 (have: $(ls -R "$XDG_PICTURES_DIR" | tr '\n' ' '))"
@@ -100,15 +36,6 @@ check_grab() {  # check_grab FILE TYPECREATOR: the video view's size, the chapte
   c=$(pixel "$f" $((view_w / 2)) $((view_h / 2)))
   is_colour green $c || fail "$f centre is ($c), not green"
   [ "$(finder_info "$f")" = "$2" ] || fail "$f has type/creator '$(finder_info "$f")', not $2"
-}
-quit_app() {
-  step "quit (Ctrl+Q)"
-  keys ctrl+q
-  for _ in $(seq 100); do kill -0 "$app_pid" 2>/dev/null || break; sleep 0.1; done
-  kill -0 "$app_pid" 2>/dev/null && fail "still running after Ctrl+Q"
-  local status=0; wait "$app_pid" || status=$?
-  app_pid=
-  [ "$status" = 0 ] || fail "exit status $status"
 }
 # Chooses an item of the Grab menu's defaults submenu: grab_default N (0 = the first item,
 # separators not counted) through the keyboard, from the first menu of the menu bar.

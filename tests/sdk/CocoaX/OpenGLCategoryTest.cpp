@@ -1,3 +1,4 @@
+#include "ColourWidget.h"
 #include "NSBitmapImageRep.h"
 #include "TestLog.h"
 #include "namespace_Apple_CGL_GrabContext.h"
@@ -17,6 +18,7 @@
 
 using testing::ElementsAre;
 using testing::MatchesRegex;
+using tavelo_test::ColourWidget;
 
 namespace {
 
@@ -134,18 +136,6 @@ TEST(OpenGLCategory, NoCurrentContextReadsNothing) {
   EXPECT_THAT(tail.Lines(), ElementsAre(MatchesRegex(CategoryLine(
                                 "newBitmap", "NSBitmapImageRep::bitmapWithOpenGLViewportContents"))));
 }
-
-// Paints itself in one colour.
-class ColourWidget : public QWidget {
- public:
-  ColourWidget(QColor colour, QWidget* parent = nullptr) : QWidget(parent), mColour(colour) {}
-
- protected:
-  void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(rect(), mColour); }
-
- private:
-  QColor mColour;
-};
 
 // The offscreen platform shows no X screen: grabs see the registered window's own pixels.
 class OpenGLCategoryFallback : public testing::Test {

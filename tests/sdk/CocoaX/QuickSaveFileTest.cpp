@@ -21,6 +21,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+using tavelo_test::Canonical;
 using tavelo_test::DecodeRGB;
 using tavelo_test::LogTail;
 using tavelo_test::MaskedLines;
@@ -32,11 +33,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-std::string Canonical(std::string const& path) {
-  char buffer[4096];
-  return ::realpath(path.c_str(), buffer) ? buffer : path;
-}
 
 std::string Q(std::string const& code, std::string const& function) {
   return Verify(code, "CocoaX/NSBitmapImageRep_QuickSaveFile", function);

@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using tavelo_test::Canonical;
 using tavelo_test::LogTail;
 using tavelo_test::MaskedLines;
 using tavelo_test::Verify;
@@ -20,11 +21,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-std::string Canonical(std::string const& path) {
-  char buffer[4096];
-  return ::realpath(path.c_str(), buffer) ? buffer : path;
-}
 
 std::string V(std::string const& code, std::string const& function) {
   return Verify(code, "CoreX/CoreNumberedFilename", function);

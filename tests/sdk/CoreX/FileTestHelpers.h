@@ -3,6 +3,7 @@
 
 #include "TestLog.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <regex>
 #include <string>
@@ -20,6 +21,12 @@ inline std::vector<std::string> MaskedLines(LogTail const& tail) {
 
 inline std::string Verify(std::string const& code, std::string const& source, std::string const& function) {
   return "VERIFY FAILED:  code : " + code + " in /Code/sdk/" + source + ":N (" + function + ")";
+}
+
+// The path with links resolved (temporary folders may sit behind one), or as given.
+inline std::string Canonical(std::string const& path) {
+  char buffer[4096];
+  return ::realpath(path.c_str(), buffer) ? buffer : path;
 }
 
 inline void WriteText(std::string const& path, std::string const& text) { std::ofstream(path) << text; }

@@ -13,6 +13,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+using tavelo_test::Canonical;
 using tavelo_test::LogTail;
 using tavelo_test::MaskedLines;
 using tavelo_test::Verify;
@@ -24,11 +25,6 @@ namespace {
 
 std::string V(std::string const& code, std::string const& function) {
   return Verify(code, "CoreX/LFSRef", function);
-}
-
-std::string Canonical(std::string const& path) {
-  char buffer[4096];
-  return ::realpath(path.c_str(), buffer) ? buffer : path;
 }
 
 }  // namespace

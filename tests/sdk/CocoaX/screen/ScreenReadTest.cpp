@@ -1,5 +1,6 @@
 // Grabs on a real X screen: a private Xvfb, an X11 (xcb) application on it, a window with
 // known colours, read back through the toolkit bitmap's screen operations.
+#include "../ColourWidget.h"
 #include "NSBitmapImageRep.h"
 #include "XvfbServer.h"
 #include "namespace_Apple_CGL_GrabContext.h"
@@ -21,18 +22,9 @@
 // failed connection for the life of the process.
 extern "C" char const* __lsan_default_suppressions() { return "leak:libdbus-1.so"; }
 
+using tavelo_test::ColourWidget;
+
 namespace {
-
-class ColourWidget : public QWidget {
- public:
-  ColourWidget(QColor colour, QWidget* parent = nullptr) : QWidget(parent), mColour(colour) {}
-
- protected:
-  void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(rect(), mColour); }
-
- private:
-  QColor mColour;
-};
 
 std::array<int, 3> RGB(NSBitmapImageRep const& b, long row, long column) {
   unsigned char const* p = b.getStartOfScanLine(row, column);
