@@ -3,7 +3,6 @@
 #include "CoreMachDebugLog.h"
 #include "CoreUnixPath.h"
 
-#include <string_view>
 
 std::string const LUnixPath::s_slash_str_const = "/";
 
@@ -23,29 +22,26 @@ bool LUnixPath::Construct(char const* p) {
 // The silent string rules are the full class's own.
 bool LUnixPath::IsRootPath(char const* p) { return CoreUnixPath::IsRootPath(p); }
 
+// The null check is logged as this class's own; the rules are the full class's.
 bool LUnixPath::IsFullyQualified(char const* p) {
   bool const CoreUnixPath_NotNull = (p != nullptr);
   if (!CoreVerify(CoreUnixPath_NotNull)) return false;
-  return p[0] == '/';
+  return CoreUnixPath::IsFullyQualified(p);
 }
 
 bool LUnixPath::IsPartiallyQualified(char const* p) {
   bool const CoreUnixPath_NotNull = (p != nullptr);
   if (!CoreVerify(CoreUnixPath_NotNull)) return false;
-  return p[0] != 0 && p[0] != '/' && std::string_view(p).find('/') != std::string_view::npos;
+  return CoreUnixPath::IsPartiallyQualified(p);
 }
 
 bool LUnixPath::IsQualified(char const* p) {
   bool const CoreUnixPath_NotNull = (p != nullptr);
   if (!CoreVerify(CoreUnixPath_NotNull)) return false;
-  if (p[0] == 0) return false;
-  return IsFullyQualified(p) || IsPartiallyQualified(p);
+  return CoreUnixPath::IsQualified(p);
 }
 
-bool LUnixPath::IsJustName(char const* p) {
-  if (p == nullptr || p[0] == 0) return false;
-  return !IsFullyQualified(p) && !IsPartiallyQualified(p);
-}
+bool LUnixPath::IsJustName(char const* p) { return CoreUnixPath::IsJustName(p); }
 
 bool LUnixPath::IsRoot() const { return IsRootPath(mPath.c_str()); }
 
