@@ -1,4 +1,5 @@
 #include "CFBaseDLL.h"
+#include "CFTestRef.h"
 #include "QFramework.h"
 #include "SystemFramework.h"
 #include "TestLog.h"
@@ -12,6 +13,8 @@
 #include <string>
 #include <sys/mman.h>
 #include <unistd.h>
+
+using tavelo_test::Ref;
 
 namespace {
 
@@ -33,17 +36,6 @@ std::string Path(CFURLRef url) {
   return path;
 }
 
-// Owns a URL for the length of a test.
-struct URL {
-  explicit URL(CFURLRef url) : mURL(url) {}
-  ~URL() {
-    if (mURL) CFRelease(mURL);
-  }
-  URL(URL const&) = delete;
-  URL& operator=(URL const&) = delete;
-  CFURLRef mURL;
-};
-
 std::string ExeDir() { return fs::canonical("/proc/self/exe").parent_path().string(); }
 std::string Prefix() { return fs::path(ExeDir()).parent_path().string(); }
 
@@ -60,8 +52,8 @@ std::string const kFindFolderFailed =
 
 TEST(CFBaseDLL, LocationElevenGivesNoURLAndNoLoad) {
   tavelo_test::LogTail tail;
-  URL url(CFBaseDLL::URLOfNameInLocation(CFSTR("System.framework"), static_cast<CFBaseDLL::Location>(11)));
-  EXPECT_EQ(nullptr, url.mURL);
+  Ref url(CFBaseDLL::URLOfNameInLocation(CFSTR("System.framework"), static_cast<CFBaseDLL::Location>(11)));
+  EXPECT_EQ(nullptr, url.mRef);
   EXPECT_EQ("", tail.Text());
 
   CFBundleDLL loader(CFSTR("System.framework"));
@@ -75,18 +67,18 @@ TEST(CFBaseDLL, LocationElevenGivesNoURLAndNoLoad) {
 
 TEST(CFBaseDLL, FrameworkLocationsOfTheSystemAndLocalDomains) {
   tavelo_test::LogTail tail;
-  URL system(CFBaseDLL::URLOfNameInLocation(CFSTR("Name.framework"), CFBaseDLL::kSystemFrameworks));
+  Ref system(CFBaseDLL::URLOfNameInLocation(CFSTR("Name.framework"), CFBaseDLL::kSystemFrameworks));
   std::string const systemFolder = FoundFolder(kSystemDomain, kFrameworksFolderType);
   ASSERT_NE("", systemFolder);
-  EXPECT_EQ(systemFolder + "/Name.framework", Path(system.mURL));
-  EXPECT_FALSE(CFURLHasDirectoryPath(system.mURL));
+  EXPECT_EQ(systemFolder + "/Name.framework", Path(system.as<CFURLRef>()));
+  EXPECT_FALSE(CFURLHasDirectoryPath(system.as<CFURLRef>()));
 
-  URL local(CFBaseDLL::URLOfNameInLocation(CFSTR("Name.framework"), CFBaseDLL::kLocalFrameworks));
+  Ref local(CFBaseDLL::URLOfNameInLocation(CFSTR("Name.framework"), CFBaseDLL::kLocalFrameworks));
   std::string const localFolder = FoundFolder(kLocalDomain, kFrameworksFolderType);
   if (localFolder.empty()) {
-    EXPECT_EQ(nullptr, local.mURL);
+    EXPECT_EQ(nullptr, local.mRef);
   } else {
-    EXPECT_EQ(localFolder + "/Name.framework", Path(local.mURL));
+    EXPECT_EQ(localFolder + "/Name.framework", Path(local.as<CFURLRef>()));
     EXPECT_EQ("", tail.Text());
   }
 }
@@ -94,8 +86,8 @@ TEST(CFBaseDLL, FrameworkLocationsOfTheSystemAndLocalDomains) {
 TEST(CFBaseDLL, MainBundleLocations) {
   tavelo_test::LogTail tail;
   auto at = [](CFBaseDLL::Location where) {
-    URL url(CFBaseDLL::URLOfNameInLocation(CFSTR("Name"), where));
-    return Path(url.mURL);
+    Ref url(CFBaseDLL::URLOfNameInLocation(CFSTR("Name"), where));
+    return Path(url.as<CFURLRef>());
   };
   EXPECT_EQ(ExeDir() + "/Name", at(CFBaseDLL::kMainExecutableFolder));
   EXPECT_EQ(Prefix() + "/lib/tavelo/Name", at(CFBaseDLL::kPrivateFrameworks));
@@ -111,38 +103,38 @@ TEST(CFBaseDLL, ComponentFolders) {
   ::setenv("XDG_DATA_HOME", data.c_str(), 1);
   {
     tavelo_test::LogTail tail;
-    URL missing(CFBaseDLL::URLOfNameInLocation(CFSTR("Name"), CFBaseDLL::kUserComponents));
-    EXPECT_EQ(nullptr, missing.mURL);
+    Ref missing(CFBaseDLL::URLOfNameInLocation(CFSTR("Name"), CFBaseDLL::kUserComponents));
+    EXPECT_EQ(nullptr, missing.mRef);
     EXPECT_EQ("VERIFY_ERR FAILED: OSErr:-43 " + kFindFolderFailed, WithoutLineNumbers(tail.Text()));
   }
   fs::create_directory(data + "/tavelo");
   tavelo_test::LogTail tail;
-  URL user(CFBaseDLL::URLOfNameInLocation(CFSTR("Name"), CFBaseDLL::kUserComponents));
-  EXPECT_EQ(fs::canonical(data).string() + "/tavelo/Name", Path(user.mURL));
+  Ref user(CFBaseDLL::URLOfNameInLocation(CFSTR("Name"), CFBaseDLL::kUserComponents));
+  EXPECT_EQ(fs::canonical(data).string() + "/tavelo/Name", Path(user.as<CFURLRef>()));
   EXPECT_EQ("", tail.Text());
 
   for (auto [where, folder] : {std::pair{CFBaseDLL::kLocalComponents, "/usr/local/lib/tavelo"},
                                std::pair{CFBaseDLL::kSystemComponents, "/usr/lib/tavelo"}}) {
     tavelo_test::LogTail each;
-    URL url(CFBaseDLL::URLOfNameInLocation(CFSTR("Name"), where));
+    Ref url(CFBaseDLL::URLOfNameInLocation(CFSTR("Name"), where));
     if (fs::is_directory(folder)) {
-      EXPECT_EQ(fs::canonical(folder).string() + "/Name", Path(url.mURL));
+      EXPECT_EQ(fs::canonical(folder).string() + "/Name", Path(url.as<CFURLRef>()));
     } else {
-      EXPECT_EQ(nullptr, url.mURL);
+      EXPECT_EQ(nullptr, url.mRef);
       EXPECT_EQ("VERIFY_ERR FAILED: OSErr:-43 " + kFindFolderFailed, WithoutLineNumbers(each.Text()));
     }
   }
 }
 
 TEST(CFBaseDLL, SubFolderIsAppendedAsAFolder) {
-  URL url(CFBaseDLL::URLOfNameInFindFolder(CFSTR("Name"), kFrameworksFolderType, kSystemDomain, CFSTR("Sub")));
-  EXPECT_EQ(FoundFolder(kSystemDomain, kFrameworksFolderType) + "/Sub/Name", Path(url.mURL));
+  Ref url(CFBaseDLL::URLOfNameInFindFolder(CFSTR("Name"), kFrameworksFolderType, kSystemDomain, CFSTR("Sub")));
+  EXPECT_EQ(FoundFolder(kSystemDomain, kFrameworksFolderType) + "/Sub/Name", Path(url.as<CFURLRef>()));
 }
 
 TEST(CFBaseDLL, PrintURL) {
   tavelo_test::LogTail tail;
-  URL url(CFURLCreateFromFileSystemRepresentation(nullptr, reinterpret_cast<UInt8 const*>("/a/b c"), 6, false));
-  CFBaseDLL::print_URL("where:", url.mURL);
+  Ref url(CFURLCreateFromFileSystemRepresentation(nullptr, reinterpret_cast<UInt8 const*>("/a/b c"), 6, false));
+  CFBaseDLL::print_URL("where:", url.as<CFURLRef>());
   EXPECT_EQ("where: /a/b c\n", tail.Text());
 
   tavelo_test::LogTail none;
@@ -157,11 +149,11 @@ TEST(CFBaseDLL, PrintURL) {
 TEST(CFBaseDLL, BundleThatCannotBeMadeIsPrinted) {
   std::string const dir = fs::canonical(tavelo_test::MakeTempDir("dll")).string();
   std::string const path = dir + "/thing.bundle";
-  URL url(CFURLCreateFromFileSystemRepresentation(nullptr, reinterpret_cast<UInt8 const*>(path.c_str()),
+  Ref url(CFURLCreateFromFileSystemRepresentation(nullptr, reinterpret_cast<UInt8 const*>(path.c_str()),
                                                   CFIndex(path.size()), false));
   CFBundleDLL loader(CFSTR("thing.bundle"));
   tavelo_test::LogTail tail;
-  EXPECT_FALSE(loader.LoadFromURL(url.mURL));
+  EXPECT_FALSE(loader.LoadFromURL(url.as<CFURLRef>()));
   EXPECT_EQ(Failed("mDLLHandle = ::CFBundleCreate(kCFAllocatorSystemDefault,bundleURL)", "CFBaseDLL",
                    "I_CFBundleDLL::LoadFromURL") +
                 "I_CFBundleDLL::LoadFromURL:  " + path + "\n",
