@@ -23,6 +23,22 @@ using Str255 = unsigned char[256];
 using StringPtr = unsigned char*;
 using ConstStringPtr = unsigned char const*;
 using ConstStr255Param = unsigned char const*;
+using Ptr = char*;
+using Handle = char**;
+using Size = long;
+using Fixed = SInt32;  // 16.16
+
+// Screen-style coordinates: origin at the top-left, v grows downwards.
+struct Point {
+  SInt16 v;
+  SInt16 h;
+};
+struct Rect {
+  SInt16 top;
+  SInt16 left;
+  SInt16 bottom;
+  SInt16 right;
+};
 
 constexpr OSErr noErr = 0;
 constexpr OSErr paramErr = -50;

@@ -7,18 +7,6 @@
 #include "Files/Files.h"
 #include "MacTypes.h"
 
-// Screen-style coordinates: origin at the top-left, v grows downwards.
-struct Point {
-  SInt16 v;
-  SInt16 h;
-};
-struct Rect {
-  SInt16 top;
-  SInt16 left;
-  SInt16 bottom;
-  SInt16 right;
-};
-
 // Status codes.
 constexpr OSStatus kDVDErrorServiceBusy = -70002;              // another process holds the service
 constexpr OSStatus kDVDErrorNotInitialized = -70003;           // DVDInitialize has not been called

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <sys/stat.h>
 
-using Handle = char**;
+
 using TimeValue64 = SInt64;
 
 // A media of fixed-rate samples: sample n (counted from 0) is decoded at
