@@ -3,7 +3,9 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XShm.h>
+#if TAVELO_X86_VECTOR
 #include <immintrin.h>
+#endif
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
@@ -90,6 +92,7 @@ void ConvertRowScalar(std::uint8_t const* src, std::uint8_t* dst, int width, Byt
   }
 }
 
+#if TAVELO_X86_VECTOR
 __attribute__((target("ssse3"))) void ConvertRowSSSE3(std::uint8_t const* src, std::uint8_t* dst,
                                                       int width, ByteLayout const& l) {
   auto const c = [](int v) { return static_cast<char>(v); };
@@ -109,6 +112,13 @@ bool HasSSSE3() {
   static bool const has = __builtin_cpu_supports("ssse3");
   return has;
 }
+#else
+// Other processors take the portable loop.
+bool HasSSSE3() { return false; }
+void ConvertRowSSSE3(std::uint8_t const* src, std::uint8_t* dst, int width, ByteLayout const& l) {
+  ConvertRowScalar(src, dst, width, l);
+}
+#endif
 
 // One channel of a masked pixel scaled to 8 bits.
 std::uint8_t Channel(unsigned long pixel, unsigned long mask) {

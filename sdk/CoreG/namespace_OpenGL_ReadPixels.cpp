@@ -2,7 +2,9 @@
 
 #include "CoreMachDebugLog.h"
 
+#if TAVELO_X86_VECTOR
 #include <immintrin.h>
+#endif
 
 #include <cstring>
 #include <memory>
@@ -26,8 +28,12 @@ constexpr PixelMap kRotateTail{{-1, 2, 3, 0}};
 
 // Static initialisers may run before the runtime has probed the processor.
 bool ProbeSSSE3() {
+#if TAVELO_X86_VECTOR
   __builtin_cpu_init();
   return __builtin_cpu_supports("ssse3");
+#else
+  return false;  // other processors take the portable loop
+#endif
 }
 
 bool const sHasSSSE3 = ProbeSSSE3();
@@ -51,6 +57,7 @@ inline void MapPixels(std::uint8_t const* src, std::uint8_t* dst, unsigned long 
   }
 }
 
+#if TAVELO_X86_VECTOR
 template <PixelMap M, bool FlipLR>
 __attribute__((target("ssse3"))) void BulkSSSE3(std::uint8_t const* src, std::uint8_t* dst,
                                                 unsigned long steps, unsigned long count) {
@@ -74,6 +81,7 @@ __attribute__((target("ssse3"))) void BulkSSSE3(std::uint8_t const* src, std::ui
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4 * to), out);
   }
 }
+#endif
 
 template <PixelMap Bulk, PixelMap Tail, bool FlipLR>
 void SwizzleRow(void const* srcBytes, void* dstBytes, unsigned long byteCount) {
@@ -82,8 +90,13 @@ void SwizzleRow(void const* srcBytes, void* dstBytes, unsigned long byteCount) {
   unsigned long const steps = byteCount / 16;
   unsigned long const bulkPixels = steps * 4;
   unsigned long const count = bulkPixels + (byteCount % 16) / 4;
+#if TAVELO_X86_VECTOR
   if (sUseVector) BulkSSSE3<Bulk, FlipLR>(src, dst, steps, count);
   else MapPixels<Bulk, FlipLR>(src, dst, 0, bulkPixels, count);
+#else
+  (void)steps;
+  MapPixels<Bulk, FlipLR>(src, dst, 0, bulkPixels, count);
+#endif
   MapPixels<Tail, FlipLR>(src, dst, bulkPixels, count, count);
 }
 
