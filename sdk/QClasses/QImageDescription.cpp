@@ -132,7 +132,7 @@ OSErr QImageDescription::AddImageDescriptionExtension_U32(UInt32 value, long typ
   return AddImageDescriptionExtension(bigEndian, sizeof bigEndian, type);
 }
 
-OSErr QImageDescription::GetImageDescriptionExtension(char**& outExtension, long type, long index) {
+OSErr QImageDescription::GetImageDescriptionExtension(char**& outExtension, long type, long index) const {
   outExtension = nullptr;
   OSErr const err = ::GetImageDescriptionExtension(mHandle, &outExtension, type, index);
   if (err == codecExtensionNotFoundErr) return err;
@@ -141,7 +141,7 @@ OSErr QImageDescription::GetImageDescriptionExtension(char**& outExtension, long
 }
 
 OSErr QImageDescription::GetImageDescriptionExtension(void* out, unsigned long in_data_size,
-                                                      long type, long index) {
+                                                      long type, long index) const {
   std::memset(out, 0, in_data_size);
   Handle extension = nullptr;
   OSErr const err = GetImageDescriptionExtension(extension, type, index);
@@ -165,14 +165,14 @@ bool QImageDescription::GetNextExtensionType(long& type) const {
   return type != 0;
 }
 
-bool QImageDescription::GetExtensionU32(UInt32& value, long type, long index) {
+bool QImageDescription::GetExtensionU32(UInt32& value, long type, long index) const {
   unsigned char bytes[4];
   if (GetImageDescriptionExtension(bytes, sizeof bytes, type, index) != noErr) return false;
   value = FromBigEndian(bytes);
   return true;
 }
 
-bool QImageDescription::GetExtension_rowb(long& rowBytes, long index) {
+bool QImageDescription::GetExtension_rowb(long& rowBytes, long index) const {
   UInt32 value = 0;
   if (mHandle && GetExtensionU32(value, 'rowb', index)) {
     rowBytes = long(SInt32(value));
@@ -200,30 +200,30 @@ bool QImageDescription::AddExtension_rowb(long rowBytes) {
   return CoreVerifyOSerr(AddImageDescriptionExtension_S32(rowBytes, FOUR_CHAR_CODE('rowb'))) == noErr;
 }
 
-bool QImageDescription::GetExtension_gama(Fixed& gamma, long index) {
+bool QImageDescription::GetExtension_gama(Fixed& gamma, long index) const {
   UInt32 value = 0;
   bool const found = GetExtensionU32(value, 'gama', index);
   gamma = Fixed(value);
   return found;
 }
 
-bool QImageDescription::GetExtension_cspc(OSType& colorSpace, long index) {
+bool QImageDescription::GetExtension_cspc(OSType& colorSpace, long index) const {
   UInt32 value = 0;
   bool const found = GetExtensionU32(value, 'cspc', index);
   colorSpace = value;
   return found;
 }
 
-bool QImageDescription::GetExtension(FieldInfoImageDescriptionExtension2& out, long index) {
+bool QImageDescription::GetExtension(FieldInfoImageDescriptionExtension2& out, long index) const {
   return GetImageDescriptionExtension(&out, sizeof out, 'fiel', index) == noErr;
 }
-bool QImageDescription::GetExtension(CleanApertureImageDescriptionExtension& out, long index) {
+bool QImageDescription::GetExtension(CleanApertureImageDescriptionExtension& out, long index) const {
   return GetImageDescriptionExtension(&out, sizeof out, 'clap', index) == noErr;
 }
-bool QImageDescription::GetExtension(PixelAspectRatioImageDescriptionExtension& out, long index) {
+bool QImageDescription::GetExtension(PixelAspectRatioImageDescriptionExtension& out, long index) const {
   return GetImageDescriptionExtension(&out, sizeof out, 'pasp', index) == noErr;
 }
-bool QImageDescription::GetExtension(NCLCColorInfoImageDescriptionExtension& out, long index) {
+bool QImageDescription::GetExtension(NCLCColorInfoImageDescriptionExtension& out, long index) const {
   return GetImageDescriptionExtension(&out, sizeof out, 'nclc', index) == noErr;
 }
 

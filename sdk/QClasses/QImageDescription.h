@@ -44,20 +44,20 @@ class QImageDescription {
   bool AddExtension(T const& data, long type) {
     return AddImageDescriptionExtension(&data, sizeof data, type) == noErr;
   }
-  OSErr GetImageDescriptionExtension(char**& outExtension, long type, long index);
-  OSErr GetImageDescriptionExtension(void* out, unsigned long in_data_size, long type, long index);
+  OSErr GetImageDescriptionExtension(char**& outExtension, long type, long index) const;
+  OSErr GetImageDescriptionExtension(void* out, unsigned long in_data_size, long type, long index) const;
   bool GetFirstExtensionType(long& type) const;
   bool GetNextExtensionType(long& type) const;
 
-  bool GetExtension_rowb(long& rowBytes, long index = 1);
+  bool GetExtension_rowb(long& rowBytes, long index = 1) const;
   bool AddExtension_rowb(long rowBytes);
-  bool GetExtension_gama(Fixed& gamma, long index);
-  bool GetExtension_cspc(OSType& colorSpace, long index);
+  bool GetExtension_gama(Fixed& gamma, long index) const;
+  bool GetExtension_cspc(OSType& colorSpace, long index) const;
   // The typed payloads are copied as stored.
-  bool GetExtension(FieldInfoImageDescriptionExtension2& out, long index);
-  bool GetExtension(CleanApertureImageDescriptionExtension& out, long index);
-  bool GetExtension(PixelAspectRatioImageDescriptionExtension& out, long index);
-  bool GetExtension(NCLCColorInfoImageDescriptionExtension& out, long index);
+  bool GetExtension(FieldInfoImageDescriptionExtension2& out, long index) const;
+  bool GetExtension(CleanApertureImageDescriptionExtension& out, long index) const;
+  bool GetExtension(PixelAspectRatioImageDescriptionExtension& out, long index) const;
+  bool GetExtension(NCLCColorInfoImageDescriptionExtension& out, long index) const;
 
   void CoreDebugPrint(char const* label, int verbosity) const;
 
@@ -65,5 +65,5 @@ class QImageDescription {
   bool mOwned = false;
 
  private:
-  bool GetExtensionU32(UInt32& value, long type, long index);
+  bool GetExtensionU32(UInt32& value, long type, long index) const;
 };
