@@ -7,8 +7,6 @@ using QClasses::QPoint;
 using QClasses::QRect;
 using QClasses::QSize;
 
-bool import_QGWorld() { return true; }
-
 QGWorld::QGWorld(Point size, unsigned long pixelFormat) {
   if (!Construct(size, pixelFormat)) throw CoreException("Nil exception pointer");
 }

@@ -25,7 +25,7 @@ class QGWorld {
   QGWorld& operator=(QGWorld const&) = delete;
   virtual ~QGWorld();
 
-  bool Construct(Point const& size, unsigned long pixelFormat);
+  bool Construct(Point const& size, unsigned long pixelFormat = k32ARGBPixelFormat);
   bool Construct(QClasses::QSize const& size, unsigned long pixelFormat);
   bool Construct(QGWorld const& other);
   bool ConstructAlias(char* inBaseAddr, long inRowBytes, Point const& size, unsigned long pixelFormat);
@@ -56,4 +56,3 @@ class QGWorld {
   GWorldPtr mGWorld = nullptr;
 };
 
-bool import_QGWorld();

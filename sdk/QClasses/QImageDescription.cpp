@@ -82,7 +82,7 @@ short QImageDescription::Width() const { return mHandle ? (*mHandle)->width : 0;
 short QImageDescription::Height() const { return mHandle ? (*mHandle)->height : 0; }
 unsigned long QImageDescription::GetPixelFormat() const { return mHandle ? (*mHandle)->cType : 0; }
 
-QClasses::QPoint QImageDescription::Dimensions() const { return QClasses::QPoint(Height(), Width()); }
+QClasses::QPoint QImageDescription::Dimensions() const { return QClasses::QPoint(Width(), Height()); }
 
 bool QImageDescription::GetBounds(Rect& outBounds) const {
   outBounds = Rect{0, 0, Height(), Width()};

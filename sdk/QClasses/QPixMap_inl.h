@@ -35,7 +35,7 @@ inline long QPixMap_Height(PixMapHandle hPixMap) {
 // v = height, h = width.
 inline QClasses::QPoint QPixMap_Dimensions(PixMapHandle hPixMap) {
   if (!CoreVerify(hPixMap)) return QClasses::QPoint();
-  return QClasses::QPoint(SInt16(QPixMap_Height(hPixMap)), SInt16(QPixMap_Width(hPixMap)));
+  return QClasses::QPoint(SInt16(QPixMap_Width(hPixMap)), SInt16(QPixMap_Height(hPixMap)));
 }
 
 inline unsigned char* QPixMap_GetStartOfScanLine(PixMapHandle hPixMap, long row) {

@@ -13,7 +13,7 @@ struct QSize {
 
 struct QPoint : Point {
   QPoint() : Point{0, 0} {}
-  QPoint(SInt16 v, SInt16 h) : Point{v, h} {}
+  QPoint(SInt16 h, SInt16 v) : Point{v, h} {}  // x then y, as SetPt takes them
   explicit QPoint(Point const& p) : Point(p) {}
   explicit QPoint(QSize const& size) : Point{size.height, size.width} {}
   bool operator==(QPoint const& o) const { return v == o.v && h == o.h; }
@@ -39,7 +39,7 @@ struct QRect : Rect {
 
   SInt16 Width() const { return SInt16(right - left); }
   SInt16 Height() const { return SInt16(bottom - top); }
-  QPoint Dimensions() const { return QPoint(Height(), Width()); }
+  QPoint Dimensions() const { return QPoint(Width(), Height()); }
   bool IsSameSize(QRect const& other) const {
     return Width() == other.Width() && Height() == other.Height();
   }

@@ -57,7 +57,7 @@ TEST(QImageDescription, FromAPixMapCarriesRowBytes) {
   CountImageDescriptionExtensionType(d.mHandle, 'rowb', &count);
   EXPECT_EQ(1, count);
   d.SetWidthHeight(Point{7, 9});
-  EXPECT_EQ(QPoint(7, 9), d.Dimensions());
+  EXPECT_EQ(QPoint(9, 7), d.Dimensions());  // width 9, height 7
 }
 
 TEST(QImageDescription, ComputedRowBytesOnlyForTheFourTwoTwoFormats) {

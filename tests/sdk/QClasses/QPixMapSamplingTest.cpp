@@ -57,7 +57,7 @@ TEST(QPixMapSampling, SetPixelClampAdmitsOnePastTheEdge) {
   PixMapWorld w(2, 2, k32ARGBPixelFormat, 12);
   QPixMap_SafeSetPixel32(w.mPixMap, QClasses::QPoint(-5, -5), 0x01020304);
   EXPECT_EQ(Bytes({1, 2, 3, 4}), w.Get(0, 0, 4));
-  QPixMap_SafeSetPixel32(w.mPixMap, QClasses::QPoint(0, 99), 0x05060708);
+  QPixMap_SafeSetPixel32(w.mPixMap, QClasses::QPoint(99, 0), 0x05060708);
   // Column clamps to 2 = right: the row's padding bytes 8..11, one past the last pixel.
   EXPECT_EQ(Bytes({5, 6, 7, 8}), Bytes(w.mMemory.begin() + 8, w.mMemory.begin() + 12));
 }
