@@ -19,8 +19,9 @@ QString const NSImageInterlaced = QStringLiteral("NSImageInterlaced");
 
 NSBitmapImageRep::NSBitmapImageRep(unsigned char* data, long width, long height, long bitsPerSample,
                                    long samplesPerPixel, bool hasAlpha, long bytesPerRow,
-                                   long bitsPerPixel) {
-  Construct(data, width, height, bitsPerSample, samplesPerPixel, hasAlpha, bytesPerRow, bitsPerPixel);
+                                   long bitsPerPixel, unsigned long bitmapFormat) {
+  Construct(data, width, height, bitsPerSample, samplesPerPixel, hasAlpha, bytesPerRow, bitsPerPixel,
+            bitmapFormat);
 }
 
 void NSBitmapImageRep::Empty() {
@@ -28,11 +29,12 @@ void NSBitmapImageRep::Empty() {
   mData = nullptr;
   mWidth = mHeight = mBitsPerSample = mSamplesPerPixel = mBitsPerPixel = mBytesPerRow = 0;
   mHasAlpha = false;
+  mBitmapFormat = 0;
 }
 
 bool NSBitmapImageRep::Construct(unsigned char* data, long width, long height, long bitsPerSample,
                                  long samplesPerPixel, bool hasAlpha, long bytesPerRow,
-                                 long bitsPerPixel) {
+                                 long bitsPerPixel, unsigned long bitmapFormat) {
   Empty();
   if (width <= 0 || height <= 0 || bitsPerSample != 8 || samplesPerPixel < 1 || samplesPerPixel > 4)
     return false;
@@ -55,6 +57,7 @@ bool NSBitmapImageRep::Construct(unsigned char* data, long width, long height, l
   mHasAlpha = hasAlpha;
   mBitsPerPixel = bitsPerPixel;
   mBytesPerRow = bytesPerRow;
+  mBitmapFormat = bitmapFormat;
   return true;
 }
 
@@ -134,7 +137,7 @@ bool EncodeJpeg(NSBitmapImageRep const& rep, int quality, QByteArray& out, unsig
     c.in_color_space = JCS_RGB;
     c.input_components = 3;
   } else {
-    c.in_color_space = JCS_EXT_RGBX;
+    c.in_color_space = rep.isAlphaFirst() ? JCS_EXT_XRGB : JCS_EXT_RGBX;
     c.input_components = 4;
   }
   jpeg_set_defaults(&c);
@@ -197,7 +200,9 @@ bool EncodePng(NSBitmapImageRep const& rep, QByteArray& out) {
   png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB | PNG_FILTER_UP);
   png_write_info(png, info);
   // An unused byte after the samples (RGB in 32 bits) is dropped by libpng.
-  if (bytesPerPixel > spp) png_set_filler(png, 0, PNG_FILLER_AFTER);
+  bool const first = rep.isAlphaFirst() && bytesPerPixel == 4;
+  if (bytesPerPixel > spp) png_set_filler(png, 0, first ? PNG_FILLER_BEFORE : PNG_FILLER_AFTER);
+  if (first && spp == 4) png_set_swap_alpha(png);
   for (long y = 0; y < rep.pixelsHigh(); ++y)
     png_write_row(png, rep.bitmapData() + std::size_t(y) * std::size_t(rep.bytesPerRow()));
   png_write_end(png, info);
@@ -222,15 +227,20 @@ QImage AsQImage(NSBitmapImageRep const& rep) {
   else if (spp == 3 && bytesPerPixel == 3) format = QImage::Format_RGB888;
   else if (spp == 3 && bytesPerPixel == 4) format = QImage::Format_RGBX8888;
   else if (spp == 4 && bytesPerPixel == 4) format = QImage::Format_RGBA8888;
-  if (format != QImage::Format_Invalid)
+  if (format != QImage::Format_Invalid && !(rep.isAlphaFirst() && bytesPerPixel == 4))
     return QImage(rep.bitmapData(), int(rep.pixelsWide()), int(rep.pixelsHigh()),
                   qsizetype(rep.bytesPerRow()), format);
-  // Other layouts (grey with alpha, padded grey) are spelled out as RGBA.
+  // Other layouts (grey with alpha, padded grey, alpha first) are spelled out as RGBA.
   QImage image(int(rep.pixelsWide()), int(rep.pixelsHigh()), QImage::Format_RGBA8888);
   for (long y = 0; y < rep.pixelsHigh(); ++y) {
     unsigned char const* from = rep.bitmapData() + std::size_t(y) * std::size_t(rep.bytesPerRow());
     unsigned char* to = image.scanLine(int(y));
     for (long x = 0; x < rep.pixelsWide(); ++x, from += bytesPerPixel, to += 4) {
+      if (spp >= 3) {  // alpha (or the unused byte) first: A, R, G, B
+        to[0] = from[1], to[1] = from[2], to[2] = from[3];
+        to[3] = spp == 4 ? from[0] : 255;
+        continue;
+      }
       to[0] = to[1] = to[2] = from[0];
       to[3] = spp == 2 ? from[1] : 255;
     }

@@ -10,9 +10,13 @@
 #include <memory>
 
 #include "MacTypes.h"
+#include "NSImageRep.h"
 
 class QRectF;
 class QWidget;
+class QGWorld;
+class NSBitmapImageRepGWorld;
+struct tagQGWorldData;
 using CGDirectDisplayID = std::uint32_t;
 
 enum NSBitmapImageFileType {
@@ -28,6 +32,11 @@ enum NSBitmapImageFileType {
 extern QString const NSImageCompressionFactor;  // number 0.0 (smallest) .. 1.0 (best)
 extern QString const NSImageInterlaced;         // bool; PNG is always written non-interlaced
 
+// Bitmap layouts (bitmapFormat bits): alpha (or the unused byte) before the colour samples.
+enum : unsigned long {
+  NSAlphaFirstBitmapFormat = 1,
+};
+
 // Picture types of the quick-save writer.
 using QuikSaveImageType = SInt32;
 enum : QuikSaveImageType {
@@ -36,21 +45,24 @@ enum : QuikSaveImageType {
   QuikSaveImageType_TIFF = 2,
 };
 
-class NSBitmapImageRep {
+class NSBitmapImageRep : public NSImageRep {
  public:
   NSBitmapImageRep() = default;
   // Null data: the bitmap allocates (zeroed) and owns its pixels; bytesPerRow 0 means
   // packed rows. Otherwise the pixels are borrowed and must outlive the bitmap.
   // Supported: 8 bits per sample, 1 to 4 samples per pixel, chunky.
   NSBitmapImageRep(unsigned char* data, long width, long height, long bitsPerSample,
-                   long samplesPerPixel, bool hasAlpha, long bytesPerRow, long bitsPerPixel);
+                   long samplesPerPixel, bool hasAlpha, long bytesPerRow, long bitsPerPixel,
+                   unsigned long bitmapFormat = 0);
   NSBitmapImageRep(NSBitmapImageRep const&) = delete;
   NSBitmapImageRep& operator=(NSBitmapImageRep const&) = delete;
 
   bool Construct(unsigned char* data, long width, long height, long bitsPerSample,
-                 long samplesPerPixel, bool hasAlpha, long bytesPerRow, long bitsPerPixel);
+                 long samplesPerPixel, bool hasAlpha, long bytesPerRow, long bitsPerPixel,
+                 unsigned long bitmapFormat = 0);
   void Empty();
   bool IsConstructed() const { return mData != nullptr; }
+  QSizeF size() const override { return QSizeF(double(mWidth), double(mHeight)); }
 
   long pixelsWide() const { return mWidth; }
   long pixelsHigh() const { return mHeight; }
@@ -59,6 +71,8 @@ class NSBitmapImageRep {
   bool hasAlpha() const { return mHasAlpha; }
   long bitsPerPixel() const { return mBitsPerPixel; }
   long bytesPerRow() const { return mBytesPerRow; }
+  unsigned long bitmapFormat() const { return mBitmapFormat; }
+  bool isAlphaFirst() const { return (mBitmapFormat & NSAlphaFirstBitmapFormat) != 0; }
   unsigned char* bitmapData() const { return mData; }
   bool ownsData() const { return mOwned != nullptr; }
 
@@ -113,6 +127,18 @@ class NSBitmapImageRep {
   void flipVerticalAndSwizzle_BGRX_to_RGBA(bool flipHorizontal);
   // --- end OpenGLAdditions ---
 
+  // --- QGWorlds (NSImage_QGWorld.cpp): offscreen surfaces from and for bitmaps ---
+  QSizeF sizePixels() const;
+  bool sameDimensions(QGWorld const& theWorld) const;
+  bool constructNewWorldWithImageContents(QGWorld& theWorld) const;
+  // Rebuilds the alias over this bitmap, which must be owned by a shared pointer.
+  bool constructNewWorldForImageContents(NSBitmapImageRepGWorld& theWorld) const;
+  bool copyToWorldWithSameDimensions(QGWorld& theWorld) const;
+  bool copyToWorldWithAnyDimensions(QGWorld& theWorld) const;
+  // A bitmap over the record's 32-bit A,R,G,B memory (not copied): the memory must outlive it.
+  static std::shared_ptr<NSBitmapImageRep> bitmapWithGWorldData(tagQGWorldData const* bitmapData);
+  // --- end QGWorlds ---
+
  private:
   long mWidth = 0;
   long mHeight = 0;
@@ -121,6 +147,7 @@ class NSBitmapImageRep {
   bool mHasAlpha = false;
   long mBitsPerPixel = 0;
   long mBytesPerRow = 0;
+  unsigned long mBitmapFormat = 0;
   unsigned char* mData = nullptr;
   std::unique_ptr<unsigned char[]> mOwned;
 };

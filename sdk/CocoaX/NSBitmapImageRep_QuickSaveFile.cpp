@@ -2,19 +2,16 @@
 // process-wide quick-save settings with the numbered-name allocator.
 #include "NSBitmapImageRep.h"
 
+#include "CocoaX_Verify.h"
 #include "CoreMachDebugLog.h"
 #include "CoreNumberedFilename.h"
 #include "Core_FSRef_inl.h"
 #include "NSData_AtomicFile.h"
+#include "NSImage_QGWorld.h"
 
 #include <QFile>
 
 #include <memory>
-
-// Some checks read as the toolkit messages they stand for; their text is given whole.
-#define QuickSaveVerify(condition, text)                                                    \
-  _CoreMachDebugCheck(static_cast<bool>(condition), __PRETTY_FUNCTION__, __FILE__, __LINE__, \
-                      " code : " text)
 
 namespace {
 
@@ -32,7 +29,7 @@ bool ClassInitialize() {
 
 }  // namespace
 
-bool import_NSBitmapImageRep_QuickSaveFile() { return true; }
+bool import_NSBitmapImageRep_QuickSaveFile() { return import_NSBitmapImageRep_QGWorld(); }
 
 // ---------------------------------------------------------------------------------------
 // Settings
@@ -98,12 +95,12 @@ bool NSBitmapImageRep::saveAsJPEG(QString const& inOutputFileName, float compres
   auto const imageProps = std::make_unique<QVariantMap>(QVariantMap{{NSImageCompressionFactor, compressionFactor}});
   if (!CoreVerify(imageProps)) return false;
   QByteArray const JPEG_ImageData = representationUsingType(NSJPEGFileType, *imageProps);
-  if (!QuickSaveVerify(!JPEG_ImageData.isNull(), "JPEG_ImageData")) return false;
-  if (!QuickSaveVerify(NSData_writeToFile(JPEG_ImageData, inOutputFileName, true),
+  if (!CocoaXVerifyText(!JPEG_ImageData.isNull(), "JPEG_ImageData")) return false;
+  if (!CocoaXVerifyText(NSData_writeToFile(JPEG_ImageData, inOutputFileName, true),
                        "[JPEG_ImageData writeToFile:inOutputFileName atomically:YES]"))
     return false;
   bool result;
-  QuickSaveVerify(result = SetFileTypeCreatorCode(QFile::encodeName(inOutputFileName).constData(), QuikSaveImageType_JPEG),
+  CocoaXVerifyText(result = SetFileTypeCreatorCode(QFile::encodeName(inOutputFileName).constData(), QuikSaveImageType_JPEG),
                   "result = SetFileTypeCreatorCode( [inOutputFileName UTF8String], QuikSaveImageType_JPEG )");
   return result;
 }
@@ -111,24 +108,24 @@ bool NSBitmapImageRep::saveAsJPEG(QString const& inOutputFileName, float compres
 bool NSBitmapImageRep::saveAsPNG(QString const& inOutputFileName) const {
   QVariantMap const imageProps{{NSImageInterlaced, false}};
   QByteArray const imageData = representationUsingType(NSPNGFileType, imageProps);
-  if (!QuickSaveVerify(!imageData.isNull(), "imageData")) return false;
-  if (!QuickSaveVerify(NSData_writeToFile(imageData, inOutputFileName, true),
+  if (!CocoaXVerifyText(!imageData.isNull(), "imageData")) return false;
+  if (!CocoaXVerifyText(NSData_writeToFile(imageData, inOutputFileName, true),
                        "[imageData writeToFile:inOutputFileName atomically:YES]"))
     return false;
   bool result;
-  QuickSaveVerify(result = SetFileTypeCreatorCode(QFile::encodeName(inOutputFileName).constData(), QuikSaveImageType_PNG),
+  CocoaXVerifyText(result = SetFileTypeCreatorCode(QFile::encodeName(inOutputFileName).constData(), QuikSaveImageType_PNG),
                   "result = SetFileTypeCreatorCode( [inOutputFileName UTF8String], QuikSaveImageType_PNG )");
   return result;
 }
 
 bool NSBitmapImageRep::saveAsTIFF(QString const& inOutputFileName) const {
   QByteArray const imageData = TIFFRepresentation();
-  if (!QuickSaveVerify(!imageData.isNull(), "imageData")) return false;
-  if (!QuickSaveVerify(NSData_writeToFile(imageData, inOutputFileName, true),
+  if (!CocoaXVerifyText(!imageData.isNull(), "imageData")) return false;
+  if (!CocoaXVerifyText(NSData_writeToFile(imageData, inOutputFileName, true),
                        "[imageData writeToFile:inOutputFileName atomically:YES]"))
     return false;
   bool result;
-  QuickSaveVerify(result = SetFileTypeCreatorCode(QFile::encodeName(inOutputFileName).constData(), QuikSaveImageType_TIFF),
+  CocoaXVerifyText(result = SetFileTypeCreatorCode(QFile::encodeName(inOutputFileName).constData(), QuikSaveImageType_TIFF),
                   "result = SetFileTypeCreatorCode( [inOutputFileName UTF8String], QuikSaveImageType_TIFF )");
   return result;
 }
@@ -138,13 +135,13 @@ bool NSBitmapImageRep::saveToPictureFileName(QString const& inFilePathName, Quik
   bool result;
   switch (type) {
     case QuikSaveImageType_PNG:
-      QuickSaveVerify(result = saveImageRep.saveAsPNG(inFilePathName), "result=[saveImageRep saveAsPNG:inFilePathName]");
+      CocoaXVerifyText(result = saveImageRep.saveAsPNG(inFilePathName), "result=[saveImageRep saveAsPNG:inFilePathName]");
       break;
     case QuikSaveImageType_TIFF:
-      QuickSaveVerify(result = saveImageRep.saveAsTIFF(inFilePathName), "result=[saveImageRep saveAsTIFF:inFilePathName]");
+      CocoaXVerifyText(result = saveImageRep.saveAsTIFF(inFilePathName), "result=[saveImageRep saveAsTIFF:inFilePathName]");
       break;
     default:
-      QuickSaveVerify(result = saveImageRep.saveAsJPEG(inFilePathName), "result=[saveImageRep saveAsJPEG:inFilePathName]");
+      CocoaXVerifyText(result = saveImageRep.saveAsJPEG(inFilePathName), "result=[saveImageRep saveAsJPEG:inFilePathName]");
       break;
   }
   return result;
@@ -159,14 +156,14 @@ QString NSBitmapImageRep::nextNumberedFileNameString(char const* inNameFormatStr
   if (!CoreVerify(sNumberedFilename.FindFirstAvailableNamedPath(firstUnixPathAvailable, inNameFormatString, fileExtension)))
     return {};
   QString const result = QString::fromUtf8(firstUnixPathAvailable);
-  QuickSaveVerify(!result.isEmpty(), "result = [NSString stringWithUTF8String:firstUnixPathAvailable ]");
+  CocoaXVerifyText(!result.isEmpty(), "result = [NSString stringWithUTF8String:firstUnixPathAvailable ]");
   return result;
 }
 
 bool NSBitmapImageRep::saveToNextNumberedFileName(char const* inNameFormatString, QuikSaveImageType imageType) const {
   // The name is not reserved between finding it and writing it.
   QString const withNamedFilePath = nextNumberedFileNameString(inNameFormatString, imageType);
-  if (!QuickSaveVerify(!withNamedFilePath.isNull(), "withNamedFilePath")) return false;
+  if (!CocoaXVerifyText(!withNamedFilePath.isNull(), "withNamedFilePath")) return false;
   bool result;
   CoreVerify(result = saveToPictureFileName(withNamedFilePath, imageType));
   return result;
@@ -179,7 +176,7 @@ bool NSBitmapImageRep::saveToNextNumberedFileName(char const* inNameFormatString
   else if (format.contains(".png")) imageType = QuikSaveImageType_PNG;
   else if (format.contains(".tif")) imageType = QuikSaveImageType_TIFF;
   bool result;
-  QuickSaveVerify(result = saveToNextNumberedFileName(inNameFormatString, imageType),
+  CocoaXVerifyText(result = saveToNextNumberedFileName(inNameFormatString, imageType),
                   "[self saveToNextNumberedFileName:inNameFormatString withQuikSaveImageType:imageType ]");
   return result;
 }

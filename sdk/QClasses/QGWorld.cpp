@@ -29,7 +29,7 @@ void QGWorld::Destruct() {
 }
 
 bool QGWorld::Construct(Point const& size, unsigned long pixelFormat) {
-  Destruct();
+  QGWorld::Destruct();
   Rect const bounds{0, 0, size.v, size.h};
   OSErr const err = QTNewGWorld(&mGWorld, OSType(pixelFormat), &bounds, nullptr, nullptr, 0);
   if (CoreVerifyOSerr(err)) return false;
@@ -44,7 +44,7 @@ bool QGWorld::Construct(QSize const& size, unsigned long pixelFormat) {
 
 bool QGWorld::Construct(QGWorld const& other) {
   if (!other.IsConstructed()) {
-    Destruct();
+    QGWorld::Destruct();
     return false;
   }
   return Construct(other.Dimensions(), other.GetPixelFormat());
@@ -52,7 +52,7 @@ bool QGWorld::Construct(QGWorld const& other) {
 
 bool QGWorld::ConstructAlias(char* inBaseAddr, long inRowBytes, Point const& size,
                              unsigned long pixelFormat) {
-  Destruct();
+  QGWorld::Destruct();
   if (!CoreVerify(inBaseAddr)) return false;
   if (!CoreVerify(inRowBytes)) return false;
   Rect const bounds{0, 0, size.v, size.h};
@@ -67,7 +67,7 @@ bool QGWorld::ConstructAlias(tagQGWorldData const& data) {
 }
 
 bool QGWorld::ConstructAlias(char* inBaseAddr, ImageDescription** hImageDescription) {
-  Destruct();
+  QGWorld::Destruct();
   if (!CoreVerify(hImageDescription)) return false;
   if (!CoreVerify(inBaseAddr)) return false;
   QImageDescription imageDescription(hImageDescription);
@@ -78,7 +78,7 @@ bool QGWorld::ConstructAlias(char* inBaseAddr, ImageDescription** hImageDescript
 }
 
 bool QGWorld::ConstructAlias(PixMap** hPixMap) {
-  Destruct();
+  QGWorld::Destruct();
   if (!CoreVerify(hPixMap)) return false;
   char* pixmapBaseAddr = GetPixBaseAddr(hPixMap);
   if (!CoreVerify(pixmapBaseAddr)) return false;
@@ -95,7 +95,7 @@ bool QGWorld::ConstructAlias(QGWorld const& inAliasThisWorld) {
 }
 
 bool QGWorld::ConstructAliasOverRect(QGWorld const& inAliasThisWorld, QRect const& area) {
-  if (this != &inAliasThisWorld) Destruct();
+  if (this != &inAliasThisWorld) QGWorld::Destruct();
   if (!CoreVerify(inAliasThisWorld.IsConstructed())) return false;
   PixMapHandle const pixMap = inAliasThisWorld.GetPixMap();
   char* pixelData = reinterpret_cast<char*>(QPixMap_GetStartOfScanLine(pixMap, area.top));

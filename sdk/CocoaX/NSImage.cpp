@@ -1,0 +1,5 @@
+#include "NSImage.h"
+
+void NSImage::addRepresentation(std::shared_ptr<NSImageRep> const& rep) {
+  if (rep) mRepresentations.push_back(rep);
+}
