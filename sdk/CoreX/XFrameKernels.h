@@ -11,6 +11,8 @@
 namespace XFrameKernels {
 
 using v4f = float __attribute__((vector_size(16)));
+using v8f = float __attribute__((vector_size(32)));
+using v8i = std::int32_t __attribute__((vector_size(32)));
 using v4i = std::int32_t __attribute__((vector_size(16)));
 
 // The operations one instruction set offers; the table of a level is filled by its file.
@@ -25,10 +27,12 @@ struct Table {
   // d = a x wa + b x wb in single precision, limited to 0..255, truncated.
   void (*weighted)(std::uint8_t const* a, float wa, std::uint8_t const* b, float wb,
                    std::uint8_t* d, size_t n);
-  // One destination row of the bilinear resize of 32-bit pixels (see XFrame_ResizeBilinear).
-  void (*bilinearRow)(std::uint8_t const* r0, std::uint8_t const* r1, std::int32_t const* x0,
-                      std::int32_t const* x1, float const* fx, float fy, std::uint8_t* d,
-                      size_t pixels);
+  // The bilinear resize of 32-bit pixels in two passes, each giving exactly the single-precision
+  // values of the one-step rule: a source row interpolated across, (1 - fx) a + fx b per byte,
+  // then two such rows down, (1 - fy) top + fy bottom, truncated.
+  void (*bilinearAcross)(std::uint8_t const* row, std::int32_t const* x0, std::int32_t const* x1,
+                         float const* fx, float* out, size_t pixels);
+  void (*bilinearDown)(float const* top, float const* bottom, float fy, std::uint8_t* d, size_t n);
   // Adaptive line: where |row - average(above, below)| exceeds the threshold the average is
   // taken; returns the sum of those differences.
   std::uint64_t (*adaptive)(std::uint8_t const* above, std::uint8_t const* row,
@@ -106,25 +110,57 @@ void Weighted(std::uint8_t const* a, float wa, std::uint8_t const* b, float wb, 
   for (; i < n; ++i) d[i] = WeightedByte(a[i], wa, b[i], wb);
 }
 
-template <class V>
-void BilinearRow(std::uint8_t const* r0, std::uint8_t const* r1, std::int32_t const* x0,
-                 std::int32_t const* x1, float const* fx, float fy, std::uint8_t* d,
-                 size_t pixels) {
-  v4f const one = {1, 1, 1, 1};
-  v4f const wy = {fy, fy, fy, fy};
-  auto load = [](std::uint8_t const* p) {
-    return v4f{float(p[0]), float(p[1]), float(p[2]), float(p[3])};
-  };
-  for (size_t i = 0; i < pixels; ++i) {
-    v4f const wx = {fx[i], fx[i], fx[i], fx[i]};
-    v4f const top = (one - wx) * load(r0 + x0[i]) + wx * load(r0 + x1[i]);
-    v4f const bottom = (one - wx) * load(r1 + x0[i]) + wx * load(r1 + x1[i]);
-    v4i const v = __builtin_convertvector((one - wy) * top + wy * bottom, v4i);
-    d[4 * i] = std::uint8_t(v[0]);
-    d[4 * i + 1] = std::uint8_t(v[1]);
-    d[4 * i + 2] = std::uint8_t(v[2]);
-    d[4 * i + 3] = std::uint8_t(v[3]);
+using v4u8 = std::uint8_t __attribute__((vector_size(4)));
+using v8u8 = std::uint8_t __attribute__((vector_size(8)));
+
+// The four bytes of a pixel as floats.
+inline v4f PixelFloats(std::uint8_t const* p) {
+  v4u8 bytes;
+  std::memcpy(&bytes, p, 4);
+  return __builtin_convertvector(bytes, v4f);
+}
+
+// Two pixels' bytes as floats, when the float vector holds eight.
+template <class F>
+inline F TwoPixelFloats(std::uint8_t const* p, std::uint8_t const* q) {
+  v8u8 bytes;
+  std::memcpy(&bytes, p, 4);
+  std::memcpy(reinterpret_cast<std::uint8_t*>(&bytes) + 4, q, 4);
+  return __builtin_convertvector(bytes, F);
+}
+
+template <class F>
+void BilinearAcross(std::uint8_t const* row, std::int32_t const* x0, std::int32_t const* x1,
+                    float const* fx, float* out, size_t pixels) {
+  size_t i = 0;
+  if constexpr (sizeof(F) == 32) {
+    for (; i + 2 <= pixels; i += 2) {
+      F const a = TwoPixelFloats<F>(row + x0[i], row + x0[i + 1]);
+      F const b = TwoPixelFloats<F>(row + x1[i], row + x1[i + 1]);
+      F const w = {fx[i], fx[i], fx[i], fx[i], fx[i + 1], fx[i + 1], fx[i + 1], fx[i + 1]};
+      F const v = (1.0f - w) * a + w * b;
+      std::memcpy(out + 4 * i, &v, sizeof v);
+    }
   }
+  for (; i < pixels; ++i) {
+    v4f const w = {fx[i], fx[i], fx[i], fx[i]};
+    v4f const v = (1.0f - w) * PixelFloats(row + x0[i]) + w * PixelFloats(row + x1[i]);
+    std::memcpy(out + 4 * i, &v, sizeof v);
+  }
+}
+
+template <class F, class I, class Bytes>
+void BilinearDown(float const* top, float const* bottom, float fy, std::uint8_t* d, size_t n) {
+  size_t i = 0;
+  for (; i + sizeof(F) / 4 <= n; i += sizeof(F) / 4) {
+    F t, b;
+    std::memcpy(&t, top + i, sizeof t);
+    std::memcpy(&b, bottom + i, sizeof b);
+    // Truncated to int, then its low byte: as the scalar rule's uint8_t(int(v)).
+    Bytes const v = __builtin_convertvector(__builtin_convertvector((1.0f - fy) * t + fy * b, I), Bytes);
+    std::memcpy(d + i, &v, sizeof v);
+  }
+  for (; i < n; ++i) d[i] = std::uint8_t(int((1.0f - fy) * top[i] + fy * bottom[i]));
 }
 
 template <class V>
@@ -151,10 +187,12 @@ std::uint64_t Adaptive(std::uint8_t const* above, std::uint8_t const* row,
   return sum;
 }
 
-template <class V>
+// V: the byte vector; F and I: the float and integer vectors of the same width; B: bytes, as
+// many as F has lanes.
+template <class V, class F, class I, class B>
 Table MakeTable() {
-  return Table{&Average<V>, &Blend121<V>, &Difference<V>, &Weighted<V>, &BilinearRow<V>,
-               &Adaptive<V>};
+  return Table{&Average<V>,        &Blend121<V>,     &Difference<V>, &Weighted<V>,
+               &BilinearAcross<F>, &BilinearDown<F, I, B>, &Adaptive<V>};
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ using XFrameKernels::Table;
 
 #if TAVELO_VECTOR_UNIT && !defined(TAVELO_NO_VECTOR_CODE)
 using v16u8 = std::uint8_t __attribute__((vector_size(16)));
-Table const kTable16 = XFrameKernels::MakeTable<v16u8>();
+Table const kTable16 = XFrameKernels::MakeTable<v16u8, XFrameKernels::v4f, XFrameKernels::v4i, XFrameKernels::v4u8>();
 
 int BestLevel() {
 #if (defined(__x86_64__) || defined(__i386__)) && defined(TAVELO_HAVE_AVX2_KERNELS)
@@ -146,28 +146,42 @@ BilinearColumns ColumnsFor(XFrameBuffer const& src, XFrameBuffer const& dst) {
   return c;
 }
 
-void ScalarBilinearRow(std::uint8_t const* r0, std::uint8_t const* r1, std::int32_t const* x0,
-                       std::int32_t const* x1, float const* fx, float fy, std::uint8_t* d,
-                       size_t pixels) {
+void ScalarAcross(std::uint8_t const* row, std::int32_t const* x0, std::int32_t const* x1,
+                  float const* fx, float* out, size_t pixels) {
   for (size_t i = 0; i < pixels; ++i)
-    for (int k = 0; k < 4; ++k) {
-      float const top = (1.0f - fx[i]) * float(r0[x0[i] + k]) + fx[i] * float(r0[x1[i] + k]);
-      float const bottom = (1.0f - fx[i]) * float(r1[x0[i] + k]) + fx[i] * float(r1[x1[i] + k]);
-      d[4 * i + size_t(k)] = std::uint8_t(int((1.0f - fy) * top + fy * bottom));
-    }
+    for (std::int32_t k = 0; k < 4; ++k)
+      out[4 * i + size_t(k)] = (1.0f - fx[i]) * float(row[x0[i] + k]) + fx[i] * float(row[x1[i] + k]);
 }
 
-template <class Row>
-bool Bilinear(XFrameBuffer const& src, XFrameBuffer const& dst, Row row) {
+void ScalarDown(float const* top, float const* bottom, float fy, std::uint8_t* d, size_t n) {
+  for (size_t i = 0; i < n; ++i) d[i] = std::uint8_t(int((1.0f - fy) * top[i] + fy * bottom[i]));
+}
+
+// Each source row is interpolated across once, however many destination rows use it.
+template <class Across, class Down>
+bool Bilinear(XFrameBuffer const& src, XFrameBuffer const& dst, Across across, Down down) {
   if (!HasPixels(src) || !HasPixels(dst) || src.PelBytes != 4 || dst.PelBytes != 4) return false;
   BilinearColumns const c = ColumnsFor(src, dst);
+  size_t const n = size_t(dst.Width) * 4;
+  std::vector<float> rowA(n), rowB(n);
+  float* upper = rowA.data();
+  float* lower = rowB.data();
+  int upperRow = -1, lowerRow = -1;
+  auto rowAcross = [&](int y, float* out) {
+    across(src.RowStart(y), c.x0.data(), c.x1.data(), c.fx.data(), out, size_t(dst.Width));
+  };
   float const step = float(src.Height) / float(dst.Height);
   float sy = 0.0f;
   for (int y = 0; y < dst.Height; ++y, sy += step) {
     int const y0 = std::clamp(int(sy), 0, src.Height - 1);
     int const y1 = std::clamp(int(sy) + 1, 0, src.Height - 1);
-    row(src.RowStart(y0), src.RowStart(y1), c.x0.data(), c.x1.data(), c.fx.data(),
-        sy - float(y0), dst.RowStart(y), size_t(dst.Width));
+    if (y0 == lowerRow) {
+      std::swap(upper, lower);
+      std::swap(upperRow, lowerRow);
+    }
+    if (y0 != upperRow) rowAcross(upperRow = y0, upper);
+    if (y1 != lowerRow) rowAcross(lowerRow = y1, lower);
+    down(upper, lower, sy - float(y0), dst.RowStart(y), n);
   }
   return true;
 }
@@ -247,7 +261,12 @@ bool XFrame_ResizeNearestPixel(XFrameBuffer const& src, XFrameBuffer const& dst)
 
 bool XFrame_ResizeBilinear(XFrameBuffer const& src, XFrameBuffer const& dst) {
   if (XFrame_ResizeBilinear_Altivec(src, dst)) return true;
-  return Bilinear(src, dst, ScalarBilinearRow);
+  return Bilinear(src, dst, ScalarAcross, ScalarDown);
+}
+
+bool XFrame_ResizeBilinearAnyRows(XFrameBuffer const& src, XFrameBuffer const& dst) {
+  if (Table const* k = Kernels()) return Bilinear(src, dst, k->bilinearAcross, k->bilinearDown);
+  return Bilinear(src, dst, ScalarAcross, ScalarDown);
 }
 
 bool XFrame_ResizeBilinear(XFrameBuffer const& src, XFrameBuffer const& dst, bool wholeFrame) {
@@ -340,7 +359,7 @@ bool XFrame_OneFieldOnly_Altivec(XFrameBuffer const& src, XFrameBuffer const& ds
 bool XFrame_ResizeBilinear_Altivec(XFrameBuffer const& src, XFrameBuffer const& dst) {
   Table const* k = VectorFor(src, dst, false);
   if (!k) return false;
-  return Bilinear(src, dst, k->bilinearRow);
+  return Bilinear(src, dst, k->bilinearAcross, k->bilinearDown);
 }
 
 namespace {

@@ -60,6 +60,10 @@ bool XFrame_SwapFields_Altivec(XFrameBuffer const& buffer);
 bool XFrame_BlendFrames_Altivec(XFrameBuffer const& a, float weightA, XFrameBuffer const& b,
                                 float weightB, XFrameBuffer const& dst);
 
+// The bilinear rule with the best kernel there is, rows at any address (no diagnostics): the
+// work behind XFrame_ResizeBilinear and the 32-bit pixmap resize.
+bool XFrame_ResizeBilinearAnyRows(XFrameBuffer const& src, XFrameBuffer const& dst);
+
 // The scalar rules of the variants that have no filter of their own, for callers without a
 // vector unit and for checking the vector code.
 double XFrame_DeInterlaceAdaptive_Scalar(XFrameBuffer const& src, XFrameBuffer const& dst);

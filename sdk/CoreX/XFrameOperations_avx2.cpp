@@ -7,7 +7,7 @@ namespace XFrameKernels {
 using v32u8 = std::uint8_t __attribute__((vector_size(32)));
 
 Table const* AVX2Table() {
-  static Table const table = MakeTable<v32u8>();
+  static Table const table = MakeTable<v32u8, v8f, v8i, v8u8>();
   return &table;
 }
 

@@ -2,6 +2,7 @@
 
 #include "CGImage.h"
 #include "CoreMachDebugLog.h"
+#include "XFrameOperations.h"
 
 #include <algorithm>
 #include <cstring>
@@ -251,41 +252,18 @@ bool QPixMap_Resize_ARGB32_Bilinear(PixMapHandle hDest, PixMapHandle hPixMap) {
   if (!CoreVerify(hPixMap)) return false;
   QPixMapSurface32 const dst(hDest), src(hPixMap);
   if (dst.mWidth <= 0 || dst.mHeight <= 0 || src.mWidth <= 0 || src.mHeight <= 0) return false;
-  float const stepX = float(src.mWidth) / float(dst.mWidth);
-  float const stepY = float(src.mHeight) / float(dst.mHeight);
-  // The column coordinate restarts at 0 on every row and grows by the same steps, so its
-  // neighbours and weights are the same for every row: work them out once.
-  std::vector<long> x0(size_t(dst.mWidth)), x1(size_t(dst.mWidth));
-  std::vector<float> fx(size_t(dst.mWidth));
-  float sx = 0.0f;
-  for (long i = 0; i < dst.mWidth; ++i, sx += stepX) {
-    long const n0 = std::clamp(long(sx), 0L, src.mWidth - 1);
-    x0[size_t(i)] = n0 * 4;
-    x1[size_t(i)] = (n0 < src.mWidth - 1 ? n0 + 1 : n0) * 4;
-    fx[size_t(i)] = sx - float(n0);
-  }
-  float sy = 0.0f;
-  for (long y = 0; y < dst.mHeight; ++y, sy += stepY) {
-    long const y0 = ClampIndex(long(sy), src.mHeight);
-    long const y1 = ClampIndex(long(sy) + 1, src.mHeight);
-    float const fy = sy - float(y0);
-    unsigned char const* r0 = src.Row(y0);
-    unsigned char const* r1 = src.Row(y1);
-    unsigned char* d = dst.Row(y);
-    for (long x = 0; x < dst.mWidth; ++x, d += 4) {
-      float const wx = fx[size_t(x)];
-      unsigned char const* a = r0 + x0[size_t(x)];
-      unsigned char const* b = r0 + x1[size_t(x)];
-      unsigned char const* c = r1 + x0[size_t(x)];
-      unsigned char const* e = r1 + x1[size_t(x)];
-      for (int k = 0; k < 4; ++k) {
-        float const top = (1.0f - wx) * float(a[k]) + wx * float(b[k]);
-        float const bottom = (1.0f - wx) * float(c[k]) + wx * float(e[k]);
-        d[k] = UInt8(int((1.0f - fy) * top + fy * bottom));
-      }
-    }
-  }
-  return true;
+  // The frame filters' bilinear rule is this one; their kernels do the work.
+  auto frame = [](QPixMapSurface32 const& s) {
+    XFrameBuffer b;
+    b.Width = SInt32(s.mWidth);
+    b.Height = SInt32(s.mHeight);
+    b.PixelType = kXFrame_Pel_Format_8RGB;
+    b.Pixels = s.mBaseAddr;
+    b.RowBytes = SInt32(s.mRowBytes);
+    b.PelBytes = 4;
+    return b;
+  };
+  return XFrame_ResizeBilinearAnyRows(frame(src), frame(dst));
 }
 
 namespace {
