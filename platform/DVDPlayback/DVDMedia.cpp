@@ -64,9 +64,22 @@ std::string MountedDevice(std::string const& dir) {
   return device;
 }
 
+// The manager's title-set count, read from its bytes (nothing is parsed); the IFO's, or with
+// backup set, the BUP's.
+int TitleSetCount(dvd_reader_t* reader, bool backup) {
+  dvd_file_t* file = ::DVDOpenFile(reader, 0, backup ? DVD_READ_INFO_BACKUP_FILE : DVD_READ_INFO_FILE);
+  if (!file) return -1;
+  unsigned char head[DVD_VIDEO_LB_LEN];
+  ssize_t const got = ::DVDReadBytes(file, head, sizeof head);
+  ::DVDCloseFile(file);
+  if (got < 0x40 || std::memcmp(head, "DVDVIDEO-VMG", 12) != 0) return -1;
+  return (head[0x3E] << 8) | head[0x3F];
+}
+
 // FNV-1a over the information files of the manager and every titleset. A file's backup
 // holds the same bytes, so a disc missing a file hashes as the complete one does.
 bool HashInformationFiles(dvd_reader_t* reader, int titlesets, std::array<UInt8, 8>& id) {
+  if (titlesets < 0 || titlesets > 99) return false;
   uint64_t hash = 0xcbf29ce484222325ull;
   for (int n = 0; n <= titlesets; ++n) {
     dvd_file_t* file = ::DVDOpenFile(reader, n, DVD_READ_INFO_FILE);
@@ -89,6 +102,8 @@ bool HashInformationFiles(dvd_reader_t* reader, int titlesets, std::array<UInt8,
 
 OSStatus DVDMedia::Construct(std::string const& path) {
   mPath.clear();
+  mOpenPath.clear();
+  mOverlay.reset();
   mDevice.clear();
   mUniqueID = {};
   mDiscRegion = kDVDRegionCodeUninitialized;
@@ -97,7 +112,7 @@ OSStatus DVDMedia::Construct(std::string const& path) {
 
   struct stat st;
   if (path.empty() || ::stat(path.c_str(), &st) != 0) return kDVDErrorInvalidArgument;
-  std::string readerPath = path;
+  std::string videoTS;  // the folder whose files can be swapped for their backups
   if (S_ISBLK(st.st_mode)) {
     mKind = Kind::Device;
     mDevice = path;
@@ -109,7 +124,8 @@ OSStatus DVDMedia::Construct(std::string const& path) {
     std::string const name = std::filesystem::path(path).filename().string();
     if (::strcasecmp(name.c_str(), "VIDEO_TS") == 0) {
       mKind = Kind::Folder;
-    } else if (FindVideoTS(path).empty()) {
+      videoTS = path;
+    } else if ((videoTS = FindVideoTS(path)).empty()) {
       return kDVDErrorMediaNotDVD;
     } else {
       mDevice = MountedDevice(path);
@@ -120,8 +136,20 @@ OSStatus DVDMedia::Construct(std::string const& path) {
   }
 
   std::unique_ptr<dvd_reader_t, ReaderCloser> reader(
-      ::DVDOpen2(nullptr, &kQuietLogger, readerPath.c_str()));
+      ::DVDOpen2(nullptr, &kQuietLogger, path.c_str()));
   if (!reader) return kDVDErrorMediaNotDVD;
+  // The identity comes from the files' bytes alone; nothing has been parsed yet.
+  if (!HashInformationFiles(reader.get(), TitleSetCount(reader.get(), false), mUniqueID) &&
+      !HashInformationFiles(reader.get(), TitleSetCount(reader.get(), true), mUniqueID)) {
+    return kDVDErrorMediaNotDVD;
+  }
+  // Only what parses in a child process is parsed here.
+  DVDProbeResult probe = DVDIFOProbe::Probe(path, videoTS, mUniqueID);
+  if (probe.status != noErr) return probe.status;
+  if (probe.openPath != path) {
+    reader.reset(::DVDOpen2(nullptr, &kQuietLogger, probe.openPath.c_str()));
+    if (!reader) return kDVDErrorMediaNotDVD;
+  }
   // The manager's information (IFO, or its backup) must be readable for a disc to play.
   std::unique_ptr<ifo_handle_t, IfoCloser> vmg(::ifoOpen(reader.get(), 0));
   if (!vmg || !vmg->vmgi_mat || !vmg->tt_srpt) return kDVDErrorMediaNotDVD;
@@ -136,10 +164,9 @@ OSStatus DVDMedia::Construct(std::string const& path) {
     }
   }
 
-  if (!HashInformationFiles(reader.get(), vmg->vmgi_mat->vmg_nr_of_title_sets, mUniqueID)) {
-    return kDVDErrorMediaNotDVD;
-  }
   mPath = path;
+  mOpenPath = probe.openPath;
+  mOverlay = std::move(probe.overlay);
   return noErr;
 }
 

@@ -2,6 +2,7 @@
 // identity and region, and the region state of the drive it sits in.
 #pragma once
 
+#include "DVDIFOProbe.h"
 #include "DVDPlayback.h"
 
 #include <array>
@@ -18,6 +19,9 @@ class DVDMedia {
   OSStatus Construct(std::string const& path);
 
   std::string const& Path() const { return mPath; }
+  // Where the disc is read from: its path, or a private folder in which damaged information
+  // files are replaced by their backups.
+  std::string const& OpenPath() const { return mOpenPath; }
   Kind MediaKind() const { return mKind; }
   std::array<UInt8, 8> const& UniqueID() const { return mUniqueID; }
   DVDRegionCode DiscRegion() const { return mDiscRegion; }
@@ -32,6 +36,8 @@ class DVDMedia {
 
  private:
   std::string mPath;
+  std::string mOpenPath;
+  std::shared_ptr<DVDOverlayFolder> mOverlay;
   std::string mDevice;  // the block device behind the media, if any
   Kind mKind = Kind::Folder;
   std::array<UInt8, 8> mUniqueID{};

@@ -1,5 +1,7 @@
 #include "CoreMachDebugLog.h"
 
+#include "PlatformLog.h"
+
 #include "Core_FSRef_inl.h"
 
 #include <cstdarg>
@@ -124,6 +126,12 @@ void WriteToLogFile(char const* text) {
 }  // namespace
 
 void CoreMachDebugLogSetUseLogger(std::uint32_t kCoreLogOutput) { sLogOutput = kCoreLogOutput; }
+
+namespace {
+// The system services' own messages (disc and decoder libraries) join this log.
+[[maybe_unused]] bool const sPlatformLogRegistered =
+    (PlatformLogSetWriter(&CoreMachDebugLogString), true);
+}  // namespace
 
 char const* CoreMachDebugLogFilePath() { return sLogFileInitialised ? sUserLogsPath : ""; }
 

@@ -1,0 +1,289 @@
+#include "DVDIFOProbe.h"
+
+#include "DVDPlayback.h"
+#include "PlatformLog.h"
+
+#include <dvdread/dvd_reader.h>
+#include <dvdread/ifo_read.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cctype>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <strings.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+namespace dvd {
+
+namespace {
+
+void QuietLog(void*, dvd_logger_level_t, char const*, va_list) {}
+dvd_logger_cb const kQuietLogger = {QuietLog};
+
+std::atomic<int> sTimeLimitMs{5000};
+std::mutex sCacheLock;
+// By unique ID and path: an overlay links to one copy's files.
+using CacheKey = std::pair<std::array<UInt8, 8>, std::string>;
+std::map<CacheKey, DVDProbeResult>& Cache() {
+  static std::map<CacheKey, DVDProbeResult> cache;
+  return cache;
+}
+
+enum class Health { Good, Unparsable, Crashed, Hung };
+
+char const* Describe(Health h) {
+  switch (h) {
+    case Health::Good: return "parses";
+    case Health::Unparsable: return "does not parse";
+    case Health::Crashed: return "crashes the parser";
+    case Health::Hung: return "hangs the parser";
+  }
+  return "";
+}
+
+long long NowMs() {
+  timespec ts;
+  ::clock_gettime(CLOCK_MONOTONIC, &ts);
+  return ts.tv_sec * 1000ll + ts.tv_nsec / 1000000;
+}
+
+// Waits for the child within the time limit; a child past it is killed.
+Health Reap(pid_t pid) {
+  long long const deadline = NowMs() + sTimeLimitMs.load();
+  useconds_t pause = 50;
+  for (;;) {
+    int status = 0;
+    pid_t const r = ::waitpid(pid, &status, WNOHANG);
+    if (r == pid) {
+      if (WIFSIGNALED(status)) return Health::Crashed;
+      return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? Health::Good : Health::Unparsable;
+    }
+    if (r < 0 && errno != EINTR) return Health::Crashed;
+    if (NowMs() > deadline) {
+      ::kill(pid, SIGKILL);
+      ::waitpid(pid, &status, 0);
+      return Health::Hung;
+    }
+    ::usleep(pause);
+    if (pause < 2000) pause *= 2;
+  }
+}
+
+// In the child: parse title's information (0: the manager) and leave without running any of
+// this process' exit handlers.
+[[noreturn]] void ParseAndExit(char const* discPath, int title) {
+  dvd_reader_t* reader = ::DVDOpen2(nullptr, &kQuietLogger, discPath);
+  if (!reader) ::_exit(2);
+  ifo_handle_t* ifo = ::ifoOpen(reader, title);
+  bool const ok = ifo && (title == 0 ? ifo->vmgi_mat && ifo->tt_srpt : ifo->vtsi_mat != nullptr);
+  if (ifo) ::ifoClose(ifo);
+  ::DVDClose(reader);
+  ::_exit(ok ? 0 : 1);
+}
+
+std::atomic<long> sChildren{0};
+
+Health ParseInChild(std::string const& discPath, int title) {
+  ++sChildren;
+  pid_t const pid = ::fork();
+  if (pid == 0) ParseAndExit(discPath.c_str(), title);
+  if (pid < 0) return Health::Unparsable;
+  return Reap(pid);
+}
+
+// The information files of a VIDEO_TS folder by title (0: VIDEO_TS), as the folder names them.
+struct InfoFiles {
+  std::string ifo, bup;
+};
+
+std::map<int, InfoFiles> ListInfoFiles(std::string const& videoTS) {
+  std::map<int, InfoFiles> files;
+  std::error_code ec;
+  for (auto const& entry : std::filesystem::directory_iterator(videoTS, ec)) {
+    std::string const name = entry.path().filename().string();
+    if (name.size() != 12) continue;
+    int title = -1;
+    if (::strncasecmp(name.c_str(), "VIDEO_TS.", 9) == 0) {
+      title = 0;
+    } else if (::strncasecmp(name.c_str(), "VTS_", 4) == 0 && std::isdigit(UInt8(name[4])) &&
+               std::isdigit(UInt8(name[5])) && ::strncasecmp(name.c_str() + 6, "_0.", 3) == 0) {
+      title = (name[4] - '0') * 10 + (name[5] - '0');
+    }
+    if (title < 0) continue;
+    if (::strcasecmp(name.c_str() + 9, "IFO") == 0) files[title].ifo = name;
+    else if (::strcasecmp(name.c_str() + 9, "BUP") == 0) files[title].bup = name;
+  }
+  return files;
+}
+
+std::string TempRoot() {
+  char const* tmp = std::getenv("TMPDIR");
+  return tmp && *tmp ? tmp : "/tmp";
+}
+
+// A scratch folder holding VIDEO_TS with one link at a time: one file parsed on its own.
+class ScratchDisc {
+ public:
+  ScratchDisc() {
+    std::string pattern = TempRoot() + "/tavelo-probe-XXXXXX";
+    if (::mkdtemp(pattern.data())) {
+      mRoot = pattern;
+      ::mkdir((mRoot + "/VIDEO_TS").c_str(), 0700);
+    }
+  }
+  ~ScratchDisc() {
+    std::error_code ec;
+    if (!mRoot.empty()) std::filesystem::remove_all(mRoot, ec);
+  }
+  bool Valid() const { return !mRoot.empty(); }
+  Health Parse(std::string const& target, std::string const& name, int title) {
+    std::string const link = mRoot + "/VIDEO_TS/" + name;
+    ::unlink(link.c_str());
+    if (::symlink(target.c_str(), link.c_str()) != 0) return Health::Unparsable;
+    Health const h = ParseInChild(mRoot, title);
+    ::unlink(link.c_str());
+    return h;
+  }
+
+ private:
+  std::string mRoot;
+};
+
+std::string Upper(std::string s) {
+  for (char& c : s) c = char(std::toupper(UInt8(c)));
+  return s;
+}
+
+DVDProbeResult Refuse(DVDProbeResult result, std::string const& discPath, std::string const& file) {
+  PlatformLog("DVD refused: %s of %s is damaged and has no usable backup", file.c_str(),
+              discPath.c_str());
+  result.status = kDVDErrorMediaNotDVD;
+  result.openPath.clear();
+  result.overlay.reset();
+  return result;
+}
+
+bool Harmful(Health h) { return h == Health::Crashed || h == Health::Hung; }
+
+// Folders: every information file alone. A file that takes the parser down is left out of an
+// overlay folder; the reader then finds the backup by itself, and where no copy is left the
+// disc behaves as one missing those files (unplayable titles end in an error event). Files that
+// merely do not parse are the reader's own business, as before.
+DVDProbeResult ProbeFolder(std::string const& discPath, std::string const& videoTS) {
+  DVDProbeResult result;
+  result.openPath = discPath;
+  ScratchDisc scratch;
+  if (!scratch.Valid()) return result;  // nowhere to probe: open as before
+  std::vector<std::string> hidden;
+  for (auto const& [title, files] : ListInfoFiles(videoTS)) {
+    Health const ifo = files.ifo.empty() ? Health::Unparsable
+                                         : scratch.Parse(videoTS + "/" + files.ifo, files.ifo, title);
+    if (ifo == Health::Good) continue;  // its backup is never read
+    Health const bup = files.bup.empty() ? Health::Unparsable
+                                         : scratch.Parse(videoTS + "/" + files.bup, files.bup, title);
+    for (auto const& [name, health] : {std::pair(files.ifo, ifo), std::pair(files.bup, bup)}) {
+      if (name.empty() || !Harmful(health)) continue;
+      PlatformLog("DVD information file %s of %s %s", Upper(name).c_str(), discPath.c_str(),
+                  Describe(health));
+      result.damaged.push_back(Upper(name));
+      hidden.push_back(name);
+    }
+    // Without the manager's information nothing plays.
+    if (title == 0 && bup != Health::Good && (Harmful(ifo) || Harmful(bup)))
+      return Refuse(result, discPath, Upper(Harmful(ifo) ? files.ifo : files.bup));
+  }
+  if (hidden.empty()) return result;
+  auto overlay = std::make_shared<DVDOverlayFolder>();
+  std::string pattern = TempRoot() + "/tavelo-disc-XXXXXX";
+  if (!::mkdtemp(pattern.data())) return Refuse(result, discPath, Upper(hidden.front()));
+  overlay->mPath = pattern;
+  std::string const folder = overlay->mPath + "/VIDEO_TS";
+  ::mkdir(folder.c_str(), 0700);
+  std::error_code ec;
+  for (auto const& entry : std::filesystem::directory_iterator(videoTS, ec)) {
+    std::string const name = entry.path().filename().string();
+    if (std::find(hidden.begin(), hidden.end(), name) != hidden.end()) continue;
+    if (::symlink((videoTS + "/" + name).c_str(), (folder + "/" + name).c_str()) != 0)
+      return Refuse(result, discPath, Upper(name));
+  }
+  result.openPath = overlay->mPath;
+  result.overlay = std::move(overlay);
+  return result;
+}
+
+// Images and devices: the whole disc parsed in order; a title that takes the child down is the
+// culprit. Their files cannot be swapped, so any damage refuses the disc.
+DVDProbeResult ProbeWhole(std::string const& discPath) {
+  DVDProbeResult result;
+  result.openPath = discPath;
+  int titles = 0;
+  {
+    // The manager first, on its own: its title-set count bounds the rest.
+    Health const vmg = ParseInChild(discPath, 0);
+    if (Harmful(vmg)) {
+      PlatformLog("DVD information file VIDEO_TS.IFO of %s %s", discPath.c_str(), Describe(vmg));
+      result.damaged.push_back("VIDEO_TS.IFO");
+      return Refuse(result, discPath, "VIDEO_TS.IFO");
+    }
+    if (vmg != Health::Good) return result;  // refused where it is parsed, as any unreadable disc
+    dvd_reader_t* reader = ::DVDOpen2(nullptr, &kQuietLogger, discPath.c_str());
+    if (!reader) return result;
+    if (ifo_handle_t* ifo = ::ifoOpen(reader, 0)) {
+      titles = ifo->vmgi_mat ? ifo->vmgi_mat->vmg_nr_of_title_sets : 0;
+      ::ifoClose(ifo);
+    }
+    ::DVDClose(reader);
+  }
+  for (int title = 1; title <= titles; ++title) {
+    Health const h = ParseInChild(discPath, title);
+    if (h == Health::Crashed || h == Health::Hung) {
+      char name[16];
+      std::snprintf(name, sizeof name, "VTS_%02d_0.IFO", title);
+      PlatformLog("DVD information file %s of %s %s", name, discPath.c_str(), Describe(h));
+      result.damaged.push_back(name);
+      return Refuse(result, discPath, name);
+    }
+  }
+  return result;
+}
+
+}  // namespace
+
+DVDOverlayFolder::~DVDOverlayFolder() {
+  std::error_code ec;
+  if (!mPath.empty()) std::filesystem::remove_all(mPath, ec);
+}
+
+DVDProbeResult DVDIFOProbe::Probe(std::string const& discPath, std::string const& videoTS,
+                                  std::array<UInt8, 8> const& uniqueID) {
+  {
+    std::lock_guard<std::mutex> lock(sCacheLock);
+    auto const known = Cache().find(CacheKey(uniqueID, discPath));
+    if (known != Cache().end()) return known->second;
+  }
+  DVDProbeResult result = videoTS.empty() ? ProbeWhole(discPath) : ProbeFolder(discPath, videoTS);
+  std::lock_guard<std::mutex> lock(sCacheLock);
+  Cache()[CacheKey(uniqueID, discPath)] = result;
+  return result;
+}
+
+void DVDIFOProbe::SetChildTimeLimitMilliseconds(int milliseconds) { sTimeLimitMs = milliseconds; }
+
+long DVDIFOProbe::ChildrenStarted() { return sChildren.load(); }
+
+void DVDIFOProbe::ForgetResults() {
+  std::lock_guard<std::mutex> lock(sCacheLock);
+  Cache().clear();
+}
+
+}  // namespace dvd

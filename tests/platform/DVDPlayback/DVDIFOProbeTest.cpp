@@ -1,0 +1,156 @@
+// Information files that take libdvdread's parser down are found in a child process first:
+// the disc then opens from its backups, or is refused with a log line naming the file.
+#include "DVDIFOProbe.h"
+#include "DVDTestSession.h"
+
+#include "TestLog.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace tavelo_test {
+namespace {
+
+// The crash libdvdread 6.1 has in ifoRead_PGCIT: the program chain table claims 255 search
+// pointers, and the parser follows offsets read past the table.
+void BreakProgramChainTable(std::string const& ifo) {
+  std::string bytes = ReadFile(ifo);
+  ASSERT_GT(bytes.size(), 0xD0u) << ifo;
+  auto const* p = reinterpret_cast<unsigned char const*>(bytes.data()) + 0xCC;
+  size_t const sector = (size_t(p[0]) << 24) | (size_t(p[1]) << 16) | (size_t(p[2]) << 8) | p[3];
+  ASSERT_LT(sector * 2048 + 1, bytes.size());
+  bytes[sector * 2048 + 1] = char(0xFF);  // low byte of the search-pointer count
+  std::ofstream(ifo, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+bool LogHas(LogTail const& tail, std::string const& text) {
+  return tail.Text().find(text) != std::string::npos;
+}
+
+class DVDIFOProbeTest : public DVDSessionTest {
+ protected:
+  void SetUp() override {
+    DVDSessionTest::SetUp();
+    dvd::DVDIFOProbe::ForgetResults();
+  }
+  void TearDown() override {
+    dvd::DVDIFOProbe::SetChildTimeLimitMilliseconds(5000);
+    DVDSessionTest::TearDown();
+  }
+  std::string CopyDisc(char const* name = "ntsc43") {
+    std::string const dir = MakeTempDir("probe");
+    std::string const command =
+        "cp -r '" + DiscPath((std::string(name) + "/VIDEO_TS").c_str()) + "' '" + dir + "/'";
+    EXPECT_EQ(0, std::system(command.c_str()));
+    return dir + "/VIDEO_TS";
+  }
+  OSStatus Open(std::string const& path) {
+    FSRef const ref = MakeRef(path);
+    return DVDOpenMediaFile(&ref);
+  }
+};
+
+TEST_F(DVDIFOProbeTest, TheDamageReallyTakesTheParserDown) {
+  // The probe's own child reports it: the recipe is the crash, not a parse failure.
+  std::string const disc = CopyDisc();
+  BreakProgramChainTable(disc + "/VTS_01_0.IFO");
+  ::unlink((disc + "/VTS_01_0.BUP").c_str());
+  LogTail tail;
+  ASSERT_EQ(noErr, Open(disc));
+  EXPECT_TRUE(LogHas(tail, "VTS_01_0.IFO of " + disc + " crashes the parser")) << tail.Text();
+  ASSERT_EQ(noErr, DVDCloseMediaFile());
+}
+
+TEST_F(DVDIFOProbeTest, ACrashingTitlesetIsOpenedFromItsBackupAndPlays) {
+  std::string const disc = CopyDisc();
+  BreakProgramChainTable(disc + "/VTS_01_0.IFO");
+  LogTail tail;
+  ASSERT_EQ(noErr, Open(disc));
+  EXPECT_TRUE(LogHas(tail, "VTS_01_0.IFO of " + disc + " crashes the parser")) << tail.Text();
+  ASSERT_EQ(noErr, DVDPlay());
+  Advance(5000);
+  EXPECT_EQ(2u, Last(kDVDEventPTT)) << "the second chapter starts at 4.004 s";
+  EXPECT_TRUE(mRecorder.Of(kDVDEventError).empty());
+  ASSERT_EQ(noErr, DVDCloseMediaFile());
+}
+
+TEST_F(DVDIFOProbeTest, ATitlesetWithNoSafeCopyOpensAndEndsInAnError) {
+  std::string const disc = CopyDisc();
+  BreakProgramChainTable(disc + "/VTS_01_0.IFO");
+  BreakProgramChainTable(disc + "/VTS_01_0.BUP");
+  LogTail tail;
+  ASSERT_EQ(noErr, Open(disc));
+  EXPECT_TRUE(LogHas(tail, "VTS_01_0.BUP of " + disc + " crashes the parser")) << tail.Text();
+  ASSERT_EQ(noErr, DVDPlay());
+  Advance(3000);
+  EXPECT_EQ(DVDEventValue(kDVDErrorReadFailed), Last(kDVDEventError));
+  EXPECT_EQ(kDVDStateStopped, LastState());
+}
+
+TEST_F(DVDIFOProbeTest, AHungManagerIsRefusedNamingTheFile) {
+  std::string const disc = CopyDisc();
+  // Every child is past a limit of no time at all: each file counts as hanging the parser.
+  dvd::DVDIFOProbe::SetChildTimeLimitMilliseconds(0);
+  LogTail tail;
+  EXPECT_EQ(kDVDErrorMediaNotDVD, Open(disc));
+  EXPECT_TRUE(LogHas(tail, "VIDEO_TS.IFO of " + disc + " hangs the parser")) << tail.Text();
+  EXPECT_TRUE(LogHas(tail, "DVD refused: VIDEO_TS.IFO of " + disc)) << tail.Text();
+}
+
+TEST_F(DVDIFOProbeTest, AnImageWithACrashingTitlesetIsRefused) {
+  std::string const disc = CopyDisc();
+  BreakProgramChainTable(disc + "/VTS_01_0.IFO");
+  BreakProgramChainTable(disc + "/VTS_01_0.BUP");
+  std::string const iso = MakeTempDir("iso") + "/damaged.iso";
+  std::string const command = "genisoimage -quiet -dvd-video -udf -o '" + iso + "' '" +
+                              disc.substr(0, disc.size() - 9) + "'";
+  ASSERT_EQ(0, std::system(command.c_str()));
+  LogTail tail;
+  EXPECT_EQ(kDVDErrorMediaNotDVD, Open(iso));
+  EXPECT_TRUE(LogHas(tail, "VTS_01_0.IFO of " + iso + " crashes the parser")) << tail.Text();
+}
+
+TEST_F(DVDIFOProbeTest, AReopenCostsNoChild) {
+  std::string const disc = CopyDisc();
+  long const before = dvd::DVDIFOProbe::ChildrenStarted();
+  ASSERT_EQ(noErr, Open(disc));
+  ASSERT_EQ(noErr, DVDCloseMediaFile());
+  long const first = dvd::DVDIFOProbe::ChildrenStarted();
+  EXPECT_GT(first, before);
+  ASSERT_EQ(noErr, Open(disc));
+  ASSERT_EQ(noErr, DVDCloseMediaFile());
+  EXPECT_EQ(first, dvd::DVDIFOProbe::ChildrenStarted());
+}
+
+TEST_F(DVDIFOProbeTest, AWholeDiscNeedsNoOverlay) {
+  std::string const disc = CopyDisc();
+  dvd::DVDProbeResult const r = dvd::DVDIFOProbe::Probe(disc, disc, {1, 2, 3, 4, 5, 6, 7, 8});
+  EXPECT_EQ(noErr, r.status);
+  EXPECT_EQ(disc, r.openPath);
+  EXPECT_TRUE(r.damaged.empty());
+  EXPECT_EQ(nullptr, r.overlay);
+}
+
+TEST_F(DVDIFOProbeTest, TheOverlayLinksEverythingButTheCrashingFileAndGoesAway) {
+  std::string const disc = CopyDisc();
+  BreakProgramChainTable(disc + "/VTS_01_0.IFO");
+  std::string overlay;
+  {
+    dvd::DVDProbeResult const r = dvd::DVDIFOProbe::Probe(disc, disc, {9, 9, 9, 9, 9, 9, 9, 9});
+    ASSERT_NE(nullptr, r.overlay);
+    overlay = r.openPath;
+    EXPECT_THAT(r.damaged, testing::ElementsAre("VTS_01_0.IFO"));
+    struct stat st;
+    EXPECT_NE(0, ::lstat((overlay + "/VIDEO_TS/VTS_01_0.IFO").c_str(), &st));
+    EXPECT_EQ(0, ::lstat((overlay + "/VIDEO_TS/VTS_01_0.BUP").c_str(), &st));
+    EXPECT_EQ(0, ::lstat((overlay + "/VIDEO_TS/VTS_01_1.VOB").c_str(), &st));
+  }
+  dvd::DVDIFOProbe::ForgetResults();  // the last owner lets go
+  struct stat st;
+  EXPECT_NE(0, ::stat(overlay.c_str(), &st));
+}
+
+}  // namespace
+}  // namespace tavelo_test
