@@ -31,6 +31,7 @@ void QuietLog(void*, dvd_logger_level_t, char const*, va_list) {}
 dvd_logger_cb const kQuietLogger = {QuietLog};
 
 std::atomic<int> sTimeLimitMs{5000};
+std::atomic<int> sChildStallMs{0};
 std::mutex sCacheLock;
 // By unique ID and path: an overlay links to one copy's files.
 using CacheKey = std::pair<std::array<UInt8, 8>, std::string>;
@@ -82,6 +83,7 @@ Health Reap(pid_t pid) {
 // In the child: parse title's information (0: the manager) and leave without running any of
 // this process' exit handlers.
 [[noreturn]] void ParseAndExit(char const* discPath, int title) {
+  if (int const stall = sChildStallMs.load(); stall > 0) ::usleep(useconds_t(stall) * 1000);
   dvd_reader_t* reader = ::DVDOpen2(nullptr, &kQuietLogger, discPath);
   if (!reader) ::_exit(2);
   ifo_handle_t* ifo = ::ifoOpen(reader, title);
@@ -278,6 +280,7 @@ DVDProbeResult DVDIFOProbe::Probe(std::string const& discPath, std::string const
 }
 
 void DVDIFOProbe::SetChildTimeLimitMilliseconds(int milliseconds) { sTimeLimitMs = milliseconds; }
+void DVDIFOProbe::SetChildStallMillisecondsForTesting(int milliseconds) { sChildStallMs = milliseconds; }
 
 long DVDIFOProbe::ChildrenStarted() { return sChildren.load(); }
 

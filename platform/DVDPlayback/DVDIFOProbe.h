@@ -38,6 +38,8 @@ class DVDIFOProbe {
 
   // A child that runs longer than this is taken as hung (5 s unless a test shortens it).
   static void SetChildTimeLimitMilliseconds(int milliseconds);
+  // Children wait this long before they parse: a parser that hangs, for tests.
+  static void SetChildStallMillisecondsForTesting(int milliseconds);
   static void ForgetResults();
   // How many probing children this process has started.
   static long ChildrenStarted();

@@ -37,6 +37,7 @@ class DVDIFOProbeTest : public DVDSessionTest {
   }
   void TearDown() override {
     dvd::DVDIFOProbe::SetChildTimeLimitMilliseconds(5000);
+    dvd::DVDIFOProbe::SetChildStallMillisecondsForTesting(0);
     DVDSessionTest::TearDown();
   }
   std::string CopyDisc(char const* name = "ntsc43") {
@@ -91,8 +92,9 @@ TEST_F(DVDIFOProbeTest, ATitlesetWithNoSafeCopyOpensAndEndsInAnError) {
 
 TEST_F(DVDIFOProbeTest, AHungManagerIsRefusedNamingTheFile) {
   std::string const disc = CopyDisc();
-  // Every child is past a limit of no time at all: each file counts as hanging the parser.
-  dvd::DVDIFOProbe::SetChildTimeLimitMilliseconds(0);
+  // Every child stalls far past the limit: each file counts as hanging the parser.
+  dvd::DVDIFOProbe::SetChildStallMillisecondsForTesting(60000);
+  dvd::DVDIFOProbe::SetChildTimeLimitMilliseconds(100);
   LogTail tail;
   EXPECT_EQ(kDVDErrorMediaNotDVD, Open(disc));
   EXPECT_TRUE(LogHas(tail, "VIDEO_TS.IFO of " + disc + " hangs the parser")) << tail.Text();
