@@ -249,7 +249,7 @@ DVDProbeResult ProbeWhole(std::string const& discPath) {
   for (int title = 1; title <= titles; ++title) {
     Health const h = ParseInChild(discPath, title);
     if (h == Health::Crashed || h == Health::Hung) {
-      char name[16];
+      char name[32];
       std::snprintf(name, sizeof name, "VTS_%02d_0.IFO", title);
       PlatformLog("DVD information file %s of %s %s", name, discPath.c_str(), Describe(h));
       result.damaged.push_back(name);
