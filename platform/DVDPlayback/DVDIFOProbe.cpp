@@ -40,7 +40,7 @@ std::map<CacheKey, DVDProbeResult>& Cache() {
   return cache;
 }
 
-enum class Health { Good, Unparsable, Crashed, Hung };
+enum class Health { Good, Unparsable, Crashed, Hung, Unplayable };
 
 char const* Describe(Health h) {
   switch (h) {
@@ -48,6 +48,7 @@ char const* Describe(Health h) {
     case Health::Unparsable: return "does not parse";
     case Health::Crashed: return "crashes the parser";
     case Health::Hung: return "hangs the parser";
+    case Health::Unplayable: return "parses into program chains the navigator cannot play";
   }
   return "";
 }
@@ -67,7 +68,10 @@ Health Reap(pid_t pid) {
     pid_t const r = ::waitpid(pid, &status, WNOHANG);
     if (r == pid) {
       if (WIFSIGNALED(status)) return Health::Crashed;
-      return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? Health::Good : Health::Unparsable;
+      if (!WIFEXITED(status)) return Health::Unparsable;
+      return WEXITSTATUS(status) == 0 ? Health::Good
+             : WEXITSTATUS(status) == 3 ? Health::Unplayable
+                                        : Health::Unparsable;
     }
     if (r < 0 && errno != EINTR) return Health::Crashed;
     if (NowMs() > deadline) {
@@ -80,17 +84,75 @@ Health Reap(pid_t pid) {
   }
 }
 
-// In the child: parse title's information (0: the manager) and leave without running any of
-// this process' exit handlers.
+// Program chains the navigator would stop the process on (it asserts, for one, that every
+// program starts at a cell that exists).
+bool Playable(pgc_t const* pgc) {
+  if (!pgc) return true;
+  if (pgc->nr_of_programs > 0 && (!pgc->program_map || !pgc->cell_playback || pgc->nr_of_cells == 0))
+    return false;
+  for (int p = 0; p < pgc->nr_of_programs; ++p)
+    if (pgc->program_map[p] < 1 || pgc->program_map[p] > pgc->nr_of_cells) return false;
+  return true;
+}
+
+bool Playable(pgcit_t const* table) {
+  if (!table) return true;
+  if (table->nr_of_pgci_srp > 0 && !table->pgci_srp) return false;
+  for (int i = 0; i < table->nr_of_pgci_srp; ++i)
+    if (!Playable(table->pgci_srp[i].pgc)) return false;
+  return true;
+}
+
+bool Playable(pgci_ut_t const* units) {
+  if (!units) return true;
+  if (units->nr_of_lus > 0 && !units->lu) return false;
+  for (int i = 0; i < units->nr_of_lus; ++i)
+    if (!Playable(units->lu[i].pgcit)) return false;
+  return true;
+}
+
+// Parts of titles that name program chains or programs that are not there.
+bool Playable(vts_ptt_srpt_t const* parts, pgcit_t const* chains) {
+  if (!parts || !chains) return true;
+  for (int t = 0; t < parts->nr_of_srpts; ++t) {
+    if (!parts->title) return false;
+    ttu_t const& title = parts->title[t];
+    for (int p = 0; p < title.nr_of_ptts; ++p) {
+      if (!title.ptt) return false;
+      int const pgcn = title.ptt[p].pgcn;
+      if (pgcn < 1 || pgcn > chains->nr_of_pgci_srp || !chains->pgci_srp[pgcn - 1].pgc) return false;
+      if (title.ptt[p].pgn < 1 || title.ptt[p].pgn > chains->pgci_srp[pgcn - 1].pgc->nr_of_programs)
+        return false;
+    }
+  }
+  return true;
+}
+
+bool Playable(ifo_handle_t const* ifo, int title) {
+  if (title == 0) {
+    if (!Playable(ifo->first_play_pgc) || !Playable(ifo->pgci_ut)) return false;
+    tt_srpt_t const* titles = ifo->tt_srpt;
+    for (int t = 0; titles && t < titles->nr_of_srpts; ++t)
+      if (!titles->title || titles->title[t].title_set_nr < 1 ||
+          titles->title[t].title_set_nr > ifo->vmgi_mat->vmg_nr_of_title_sets)
+        return false;
+    return true;
+  }
+  return Playable(ifo->vts_pgcit) && Playable(ifo->pgci_ut) && Playable(ifo->vts_ptt_srpt, ifo->vts_pgcit);
+}
+
+// In the child: parse title's information (0: the manager), check what the navigator relies
+// on, and leave without running any of this process' exit handlers.
 [[noreturn]] void ParseAndExit(char const* discPath, int title) {
   if (int const stall = sChildStallMs.load(); stall > 0) ::usleep(useconds_t(stall) * 1000);
   dvd_reader_t* reader = ::DVDOpen2(nullptr, &kQuietLogger, discPath);
   if (!reader) ::_exit(2);
   ifo_handle_t* ifo = ::ifoOpen(reader, title);
   bool const ok = ifo && (title == 0 ? ifo->vmgi_mat && ifo->tt_srpt : ifo->vtsi_mat != nullptr);
+  bool const playable = ok && Playable(ifo, title);
   if (ifo) ::ifoClose(ifo);
   ::DVDClose(reader);
-  ::_exit(ok ? 0 : 1);
+  ::_exit(!ok ? 1 : playable ? 0 : 3);
 }
 
 std::atomic<long> sChildren{0};
@@ -175,7 +237,9 @@ DVDProbeResult Refuse(DVDProbeResult result, std::string const& discPath, std::s
   return result;
 }
 
-bool Harmful(Health h) { return h == Health::Crashed || h == Health::Hung; }
+bool Harmful(Health h) {
+  return h == Health::Crashed || h == Health::Hung || h == Health::Unplayable;
+}
 
 // Folders: every information file alone. A file that takes the parser down is left out of an
 // overlay folder; the reader then finds the backup by itself, and where no copy is left the
@@ -248,7 +312,7 @@ DVDProbeResult ProbeWhole(std::string const& discPath) {
   }
   for (int title = 1; title <= titles; ++title) {
     Health const h = ParseInChild(discPath, title);
-    if (h == Health::Crashed || h == Health::Hung) {
+    if (Harmful(h)) {
       char name[32];
       std::snprintf(name, sizeof name, "VTS_%02d_0.IFO", title);
       PlatformLog("DVD information file %s of %s %s", name, discPath.c_str(), Describe(h));

@@ -25,6 +25,25 @@ void BreakProgramChainTable(std::string const& ifo) {
   std::ofstream(ifo, std::ios::binary | std::ios::trunc) << bytes;
 }
 
+uint32_t BigEndian(std::string const& b, size_t at, int bytes) {
+  uint32_t v = 0;
+  for (int i = 0; i < bytes; ++i) v = (v << 8) | UInt8(b[at + size_t(i)]);
+  return v;
+}
+
+// Parses, but the title's first program starts at cell 0: libdvdnav's machine asserts on it.
+void PointFirstProgramAtNoCell(std::string const& ifo) {
+  std::string bytes = ReadFile(ifo);
+  ASSERT_GT(bytes.size(), 0xD0u) << ifo;
+  size_t const table = size_t(BigEndian(bytes, 0xCC, 4)) * 2048;
+  size_t const pgc = table + BigEndian(bytes, table + 8 + 4, 4);
+  size_t const map = pgc + BigEndian(bytes, pgc + 0xE6, 2);
+  ASSERT_LT(map, bytes.size());
+  ASSERT_EQ(1, bytes[map]) << "the first program starts at the first cell";
+  bytes[map] = 0;
+  std::ofstream(ifo, std::ios::binary | std::ios::trunc) << bytes;
+}
+
 bool LogHas(LogTail const& tail, std::string const& text) {
   return tail.Text().find(text) != std::string::npos;
 }
@@ -75,6 +94,20 @@ TEST_F(DVDIFOProbeTest, ACrashingTitlesetIsOpenedFromItsBackupAndPlays) {
   EXPECT_EQ(2u, Last(kDVDEventPTT)) << "the second chapter starts at 4.004 s";
   EXPECT_TRUE(mRecorder.Of(kDVDEventError).empty());
   ASSERT_EQ(noErr, DVDCloseMediaFile());
+}
+
+TEST_F(DVDIFOProbeTest, AProgramAtNoCellCountsAsDamageAndTheBackupPlays) {
+  // Found by the damaged-disc campaign: a zeroed stretch left a program starting at cell 0,
+  // and libdvdnav's machine stopped the process with an assertion.
+  std::string const disc = CopyDisc();
+  PointFirstProgramAtNoCell(disc + "/VTS_01_0.IFO");
+  LogTail tail;
+  ASSERT_EQ(noErr, Open(disc));
+  EXPECT_TRUE(LogHas(tail, "VTS_01_0.IFO of " + disc + " parses into program chains")) << tail.Text();
+  ASSERT_EQ(noErr, DVDPlay());
+  Advance(5000);
+  EXPECT_EQ(2u, Last(kDVDEventPTT));
+  EXPECT_TRUE(mRecorder.Of(kDVDEventError).empty());
 }
 
 TEST_F(DVDIFOProbeTest, ATitlesetWithNoSafeCopyOpensAndEndsInAnError) {
