@@ -17,11 +17,17 @@ constexpr size_t kMaxQueue = 72;
 constexpr size_t kMaxPlaced = 64;
 
 std::mutex gLatestMutex;
-std::shared_ptr<DVDPicture const> gLatest;
+
+// Never destroyed: a program that exits with the service still running destroys the service
+// among the other statics, in no set order, and its presenter publishes one last time.
+std::shared_ptr<DVDPicture const>& Latest() {
+  static auto* const latest = new std::shared_ptr<DVDPicture const>();
+  return *latest;
+}
 
 void Publish(std::shared_ptr<DVDPicture const> picture) {
   std::lock_guard<std::mutex> g(gLatestMutex);
-  gLatest = std::move(picture);
+  Latest() = std::move(picture);
 }
 
 // Default subpicture palette until the disc gives one: greys.
@@ -273,7 +279,7 @@ bool DVDPresenter::CopyLatest(DVDPicture& out) {
   std::shared_ptr<DVDPicture const> latest;
   {
     std::lock_guard<std::mutex> g(gLatestMutex);
-    latest = gLatest;
+    latest = Latest();
   }
   if (!latest) return false;
   out = *latest;
@@ -282,15 +288,15 @@ bool DVDPresenter::CopyLatest(DVDPicture& out) {
 
 bool DVDPresenter::LatestInfo(DVDPicture& out) {
   std::lock_guard<std::mutex> g(gLatestMutex);
-  if (!gLatest) return false;
+  if (!Latest()) return false;
   out.rgb.clear();
-  out.width = gLatest->width;
-  out.height = gLatest->height;
-  out.aspect = gLatest->aspect;
-  out.title = gLatest->title;
-  out.chapter = gLatest->chapter;
-  out.titleTime = gLatest->titleTime;
-  out.number = gLatest->number;
+  out.width = Latest()->width;
+  out.height = Latest()->height;
+  out.aspect = Latest()->aspect;
+  out.title = Latest()->title;
+  out.chapter = Latest()->chapter;
+  out.titleTime = Latest()->titleTime;
+  out.number = Latest()->number;
   return true;
 }
 
