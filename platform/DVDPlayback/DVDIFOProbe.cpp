@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cctype>
 #include <cerrno>
+#include <fcntl.h>
 #include <csignal>
 #include <cstdarg>
 #include <cstdlib>
@@ -59,29 +60,34 @@ long long NowMs() {
   return ts.tv_sec * 1000ll + ts.tv_nsec / 1000000;
 }
 
-// Waits for the child within the time limit; a child past it is killed.
-Health Reap(pid_t pid) {
+// The child's verdict comes through a pipe, one byte; a child that ends without one died on
+// the way (by a signal, or by a sanitizer's report under the test builds).
+enum : char { kVerdictGood = 'G', kVerdictUnparsable = 'U', kVerdictUnplayable = 'P' };
+
+// Waits for the child's verdict within the time limit; a child past it is killed.
+Health Reap(pid_t pid, int verdictFd) {
   long long const deadline = NowMs() + sTimeLimitMs.load();
   useconds_t pause = 50;
+  int status = 0;
   for (;;) {
-    int status = 0;
     pid_t const r = ::waitpid(pid, &status, WNOHANG);
-    if (r == pid) {
-      if (WIFSIGNALED(status)) return Health::Crashed;
-      if (!WIFEXITED(status)) return Health::Unparsable;
-      return WEXITSTATUS(status) == 0 ? Health::Good
-             : WEXITSTATUS(status) == 3 ? Health::Unplayable
-                                        : Health::Unparsable;
-    }
-    if (r < 0 && errno != EINTR) return Health::Crashed;
+    if (r == pid || (r < 0 && errno != EINTR)) break;
     if (NowMs() > deadline) {
       ::kill(pid, SIGKILL);
       ::waitpid(pid, &status, 0);
+      ::close(verdictFd);
       return Health::Hung;
     }
     ::usleep(pause);
     if (pause < 2000) pause *= 2;
   }
+  char verdict = 0;
+  ssize_t const got = ::read(verdictFd, &verdict, 1);
+  ::close(verdictFd);
+  if (got != 1) return Health::Crashed;
+  return verdict == kVerdictGood ? Health::Good
+         : verdict == kVerdictUnplayable ? Health::Unplayable
+                                         : Health::Unparsable;
 }
 
 // Program chains the navigator would stop the process on (it asserts, for one, that every
@@ -143,26 +149,45 @@ bool Playable(ifo_handle_t const* ifo, int title) {
 
 // In the child: parse title's information (0: the manager), check what the navigator relies
 // on, and leave without running any of this process' exit handlers.
-[[noreturn]] void ParseAndExit(char const* discPath, int title) {
+[[noreturn]] void Verdict(int verdictFd, char verdict) {
+  [[maybe_unused]] ssize_t const n = ::write(verdictFd, &verdict, 1);
+  ::_exit(0);
+}
+
+[[noreturn]] void ParseAndExit(char const* discPath, int title, int verdictFd) {
+  // Whatever the parser or a sanitizer has to say stays off the terminal.
+  if (int const quiet = ::open("/dev/null", O_WRONLY); quiet >= 0) {
+    ::dup2(quiet, STDOUT_FILENO);
+    ::dup2(quiet, STDERR_FILENO);
+  }
   if (int const stall = sChildStallMs.load(); stall > 0) ::usleep(useconds_t(stall) * 1000);
   dvd_reader_t* reader = ::DVDOpen2(nullptr, &kQuietLogger, discPath);
-  if (!reader) ::_exit(2);
+  if (!reader) Verdict(verdictFd, kVerdictUnparsable);
   ifo_handle_t* ifo = ::ifoOpen(reader, title);
   bool const ok = ifo && (title == 0 ? ifo->vmgi_mat && ifo->tt_srpt : ifo->vtsi_mat != nullptr);
   bool const playable = ok && Playable(ifo, title);
   if (ifo) ::ifoClose(ifo);
   ::DVDClose(reader);
-  ::_exit(!ok ? 1 : playable ? 0 : 3);
+  Verdict(verdictFd, !ok ? kVerdictUnparsable : playable ? kVerdictGood : kVerdictUnplayable);
 }
 
 std::atomic<long> sChildren{0};
 
 Health ParseInChild(std::string const& discPath, int title) {
+  int fds[2];
+  if (::pipe2(fds, O_CLOEXEC) != 0) return Health::Unparsable;
   ++sChildren;
   pid_t const pid = ::fork();
-  if (pid == 0) ParseAndExit(discPath.c_str(), title);
-  if (pid < 0) return Health::Unparsable;
-  return Reap(pid);
+  if (pid == 0) {
+    ::close(fds[0]);
+    ParseAndExit(discPath.c_str(), title, fds[1]);
+  }
+  ::close(fds[1]);
+  if (pid < 0) {
+    ::close(fds[0]);
+    return Health::Unparsable;
+  }
+  return Reap(pid, fds[0]);
 }
 
 // The information files of a VIDEO_TS folder by title (0: VIDEO_TS), as the folder names them.
