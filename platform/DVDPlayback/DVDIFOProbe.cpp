@@ -266,16 +266,19 @@ bool Harmful(Health h) {
   return h == Health::Crashed || h == Health::Hung || h == Health::Unplayable;
 }
 
-// Folders: every information file alone. A file that takes the parser down is left out of an
-// overlay folder; the reader then finds the backup by itself, and where no copy is left the
-// disc behaves as one missing those files (unplayable titles end in an error event). Files that
-// merely do not parse are the reader's own business, as before.
+// Folders: every information file alone. Only files that parsed cleanly in a child are parsed
+// here: an IFO that did not is replaced in an overlay folder by its backup (what the reader
+// would fall back to after a failed parse), and where neither copy is good both are left out
+// and the disc behaves as one missing them (unplayable titles end in an error event). A
+// damaged file can read past its buffers without crashing one process and crash the next, so
+// "did not parse" is not trusted either.
 DVDProbeResult ProbeFolder(std::string const& discPath, std::string const& videoTS) {
   DVDProbeResult result;
   result.openPath = discPath;
   ScratchDisc scratch;
   if (!scratch.Valid()) return result;  // nowhere to probe: open as before
   std::vector<std::string> hidden;
+  std::map<std::string, std::string> swapped;  // an IFO name -> the BUP read in its place
   for (auto const& [title, files] : ListInfoFiles(videoTS)) {
     Health const ifo = files.ifo.empty() ? Health::Unparsable
                                          : scratch.Parse(videoTS + "/" + files.ifo, files.ifo, title);
@@ -283,15 +286,17 @@ DVDProbeResult ProbeFolder(std::string const& discPath, std::string const& video
     Health const bup = files.bup.empty() ? Health::Unparsable
                                          : scratch.Parse(videoTS + "/" + files.bup, files.bup, title);
     for (auto const& [name, health] : {std::pair(files.ifo, ifo), std::pair(files.bup, bup)}) {
-      if (name.empty() || !Harmful(health)) continue;
+      if (name.empty() || health == Health::Good) continue;
       PlatformLog("DVD information file %s of %s %s", Upper(name).c_str(), discPath.c_str(),
                   Describe(health));
       result.damaged.push_back(Upper(name));
       hidden.push_back(name);
     }
+    // The reader wants the manager's IFO by name, so a good backup stands in under that name.
+    if (!files.ifo.empty() && bup == Health::Good) swapped[files.ifo] = files.bup;
     // Without the manager's information nothing plays.
-    if (title == 0 && bup != Health::Good && (Harmful(ifo) || Harmful(bup)))
-      return Refuse(result, discPath, Upper(Harmful(ifo) ? files.ifo : files.bup));
+    if (title == 0 && bup != Health::Good)
+      return Refuse(result, discPath, Upper(files.ifo.empty() ? files.bup : files.ifo));
   }
   if (hidden.empty()) return result;
   auto overlay = std::make_shared<DVDOverlayFolder>();
@@ -303,8 +308,11 @@ DVDProbeResult ProbeFolder(std::string const& discPath, std::string const& video
   std::error_code ec;
   for (auto const& entry : std::filesystem::directory_iterator(videoTS, ec)) {
     std::string const name = entry.path().filename().string();
-    if (std::find(hidden.begin(), hidden.end(), name) != hidden.end()) continue;
-    if (::symlink((videoTS + "/" + name).c_str(), (folder + "/" + name).c_str()) != 0)
+    auto const swap = swapped.find(name);
+    if (swap == swapped.end() && std::find(hidden.begin(), hidden.end(), name) != hidden.end())
+      continue;
+    std::string const target = videoTS + "/" + (swap == swapped.end() ? name : swap->second);
+    if (::symlink(target.c_str(), (folder + "/" + name).c_str()) != 0)
       return Refuse(result, discPath, Upper(name));
   }
   result.openPath = overlay->mPath;

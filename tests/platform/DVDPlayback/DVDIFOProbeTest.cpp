@@ -168,7 +168,7 @@ TEST_F(DVDIFOProbeTest, AWholeDiscNeedsNoOverlay) {
   EXPECT_EQ(nullptr, r.overlay);
 }
 
-TEST_F(DVDIFOProbeTest, TheOverlayLinksEverythingButTheCrashingFileAndGoesAway) {
+TEST_F(DVDIFOProbeTest, TheOverlayReadsTheBackupInPlaceOfTheCrashingFileAndGoesAway) {
   std::string const disc = CopyDisc();
   BreakProgramChainTable(disc + "/VTS_01_0.IFO");
   std::string overlay;
@@ -178,7 +178,9 @@ TEST_F(DVDIFOProbeTest, TheOverlayLinksEverythingButTheCrashingFileAndGoesAway) 
     overlay = r.openPath;
     EXPECT_THAT(r.damaged, testing::ElementsAre("VTS_01_0.IFO"));
     struct stat st;
-    EXPECT_NE(0, ::lstat((overlay + "/VIDEO_TS/VTS_01_0.IFO").c_str(), &st));
+    char target[4096] = {};
+    ASSERT_GT(::readlink((overlay + "/VIDEO_TS/VTS_01_0.IFO").c_str(), target, sizeof target - 1), 0);
+    EXPECT_EQ(disc + "/VTS_01_0.BUP", std::string(target));
     EXPECT_EQ(0, ::lstat((overlay + "/VIDEO_TS/VTS_01_0.BUP").c_str(), &st));
     EXPECT_EQ(0, ::lstat((overlay + "/VIDEO_TS/VTS_01_1.VOB").c_str(), &st));
   }
