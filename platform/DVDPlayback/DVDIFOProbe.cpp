@@ -1,5 +1,6 @@
 #include "DVDIFOProbe.h"
 
+#include "DVDLibraryLog.h"
 #include "DVDPlayback.h"
 #include "PlatformLog.h"
 
@@ -28,8 +29,6 @@ namespace dvd {
 
 namespace {
 
-void QuietLog(void*, dvd_logger_level_t, char const*, va_list) {}
-dvd_logger_cb const kQuietLogger = {QuietLog};
 
 std::atomic<int> sTimeLimitMs{5000};
 std::atomic<int> sChildStallMs{0};
@@ -161,7 +160,7 @@ bool Playable(ifo_handle_t const* ifo, int title) {
     ::dup2(quiet, STDERR_FILENO);
   }
   if (int const stall = sChildStallMs.load(); stall > 0) ::usleep(useconds_t(stall) * 1000);
-  dvd_reader_t* reader = ::DVDOpen2(nullptr, &kQuietLogger, discPath);
+  dvd_reader_t* reader = ::DVDOpen2(nullptr, DVDReadQuietLogger(), discPath);
   if (!reader) Verdict(verdictFd, kVerdictUnparsable);
   ifo_handle_t* ifo = ::ifoOpen(reader, title);
   bool const ok = ifo && (title == 0 ? ifo->vmgi_mat && ifo->tt_srpt : ifo->vtsi_mat != nullptr);
@@ -335,7 +334,7 @@ DVDProbeResult ProbeWhole(std::string const& discPath) {
       return Refuse(result, discPath, "VIDEO_TS.IFO");
     }
     if (vmg != Health::Good) return result;  // refused where it is parsed, as any unreadable disc
-    dvd_reader_t* reader = ::DVDOpen2(nullptr, &kQuietLogger, discPath.c_str());
+    dvd_reader_t* reader = ::DVDOpen2(nullptr, DVDReadLogger(), discPath.c_str());
     if (!reader) return result;
     if (ifo_handle_t* ifo = ::ifoOpen(reader, 0)) {
       titles = ifo->vmgi_mat ? ifo->vmgi_mat->vmg_nr_of_title_sets : 0;

@@ -1,5 +1,7 @@
 #include "DVDMedia.h"
 
+#include "DVDLibraryLog.h"
+
 #include <dvdread/dvd_reader.h>
 #include <dvdread/ifo_read.h>
 
@@ -21,8 +23,6 @@ namespace dvd {
 
 namespace {
 
-void QuietLog(void*, dvd_logger_level_t, char const*, va_list) {}
-dvd_logger_cb const kQuietLogger = {QuietLog};
 
 struct ReaderCloser {
   void operator()(dvd_reader_t* r) const { DVDClose(r); }
@@ -136,7 +136,7 @@ OSStatus DVDMedia::Construct(std::string const& path) {
   }
 
   std::unique_ptr<dvd_reader_t, ReaderCloser> reader(
-      ::DVDOpen2(nullptr, &kQuietLogger, path.c_str()));
+      ::DVDOpen2(nullptr, DVDReadLogger(), path.c_str()));
   if (!reader) return kDVDErrorMediaNotDVD;
   // The identity comes from the files' bytes alone; nothing has been parsed yet.
   if (!HashInformationFiles(reader.get(), TitleSetCount(reader.get(), false), mUniqueID) &&
@@ -147,7 +147,7 @@ OSStatus DVDMedia::Construct(std::string const& path) {
   DVDProbeResult probe = DVDIFOProbe::Probe(path, videoTS, mUniqueID);
   if (probe.status != noErr) return probe.status;
   if (probe.openPath != path) {
-    reader.reset(::DVDOpen2(nullptr, &kQuietLogger, probe.openPath.c_str()));
+    reader.reset(::DVDOpen2(nullptr, DVDReadLogger(), probe.openPath.c_str()));
     if (!reader) return kDVDErrorMediaNotDVD;
   }
   // The manager's information (IFO, or its backup) must be readable for a disc to play.

@@ -1,5 +1,7 @@
 #include "DVDNavigator.h"
 
+#include "DVDLibraryLog.h"
+
 #include <dvdnav/dvdnav.h>
 
 #include <algorithm>
@@ -17,8 +19,6 @@ constexpr int64_t kReverseStep = DVDClock::kTicksPerSecond / 2;
 // A picture group never lasts longer than this; anything else is a damaged time stamp.
 constexpr int64_t kMaxVobuSpan = 2 * DVDClock::kTicksPerSecond;
 
-void QuietLog(void*, dvdnav_logger_level_t, char const*, va_list) {}
-dvdnav_logger_cb const kQuietLogger = {QuietLog};
 
 constexpr UInt32 kBookmarkMagic = 0x54564231;  // "TVB1"
 
@@ -41,7 +41,7 @@ DVDNavigator::~DVDNavigator() { Close(); }
 OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const& discID) {
   Close();
   dvdnav_t* nav = nullptr;
-  if (dvdnav_open2(&nav, nullptr, &kQuietLogger, path.c_str()) != DVDNAV_STATUS_OK) {
+  if (dvdnav_open2(&nav, nullptr, DVDNavLogger(), path.c_str()) != DVDNAV_STATUS_OK) {
     if (nav) dvdnav_close(nav);
     return kDVDErrorMediaNotDVD;
   }

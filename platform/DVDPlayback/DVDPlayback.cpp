@@ -1,6 +1,7 @@
 // The service's C interface over the process's one session.
 #include "DVDPlayback.h"
 
+#include "DVDLibraryLog.h"
 #include "DVDService.h"
 
 #include <chrono>
@@ -130,6 +131,7 @@ OSStatus CloseMedia(bool isVolume) {
 OSStatus DVDInitialize() {
   std::lock_guard<std::mutex> g(dvd::ServiceMutex());
   if (dvd::gService) return kDVDErrorNotAllowedNow;
+  dvd::RouteCodecMessages();
   auto service = std::make_unique<DVDService>(dvd::gManualClock);
   if (!service->mLock.Lock()) return kDVDErrorServiceBusy;
   dvd::gService = std::move(service);

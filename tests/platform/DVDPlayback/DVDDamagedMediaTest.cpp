@@ -173,5 +173,25 @@ TEST_F(DVDDamagedMediaTest, VobOfRandomBytesDoesNotHang) {
       << testing::PrintToString(mRecorder.Changes());
 }
 
+TEST_F(DVDDamagedMediaTest, LibraryMessagesGoToTheDiagnosticLogNotTheTerminal) {
+  std::string const disc = CopyDisc();
+  std::string const vob = disc + "/VTS_01_1.VOB";
+  // Garbage after the first picture group: the decoder and the navigation library complain.
+  std::string bytes = ReadFile(vob);
+  std::mt19937 gen(7);
+  for (size_t i = bytes.size() / 3; i < bytes.size(); ++i) bytes[i] = char(gen());
+  std::ofstream(vob, std::ios::binary | std::ios::trunc) << bytes;
+  LogTail tail;
+  testing::internal::CaptureStderr();
+  ASSERT_EQ(noErr, Open(disc));
+  PlayThrough();
+  std::string const terminal = testing::internal::GetCapturedStderr();
+  EXPECT_EQ("", terminal);
+  std::string const log = tail.Text();
+  EXPECT_TRUE(log.find("ffmpeg: ") != std::string::npos || log.find("libdvdnav: ") != std::string::npos ||
+              log.find("libdvdread: ") != std::string::npos)
+      << log;
+}
+
 }  // namespace
 }  // namespace tavelo_test
