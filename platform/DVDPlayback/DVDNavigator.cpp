@@ -1,5 +1,6 @@
 #include "DVDNavigator.h"
 
+#include "DVDLanguage.h"
 #include "DVDLibraryLog.h"
 
 #include <dvdnav/dvdnav.h>
@@ -49,9 +50,10 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
   dvdnav_set_PGC_positioning_flag(nav, 1);
   // Copies on disk carry no drive to enforce a region; play every region.
   dvdnav_set_region_mask(nav, 0xFF);
-  dvdnav_menu_language_select(nav, const_cast<char*>("en"));
-  dvdnav_audio_language_select(nav, const_cast<char*>("en"));
-  dvdnav_spu_language_select(nav, const_cast<char*>("en"));
+  std::string language = DVDPreferredLanguage();
+  dvdnav_menu_language_select(nav, language.data());
+  dvdnav_audio_language_select(nav, language.data());
+  dvdnav_spu_language_select(nav, language.data());
 
   std::lock_guard<std::mutex> g(mMutex);
   mNav = nav;
