@@ -16,6 +16,7 @@ namespace dvd {
 class DVDClock {
  public:
   static constexpr int64_t kTicksPerSecond = 90000;
+  static constexpr int64_t kTicksPerMs = kTicksPerSecond / 1000;
 
   explicit DVDClock(bool manual);
 

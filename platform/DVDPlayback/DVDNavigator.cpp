@@ -1,3 +1,5 @@
+// The navigator's reading thread: blocks from libdvdnav, paced by the clock, with the events
+// they raise. Its commands are in DVDNavigator_Commands.cpp.
 #include "DVDNavigator.h"
 
 #include "DVDLanguage.h"
@@ -14,23 +16,10 @@ namespace dvd {
 
 namespace {
 
-constexpr int64_t kTicksPerMs = 90;
 // A reverse scan shows one picture group per half second and steps back rate half-seconds.
 constexpr int64_t kReverseStep = DVDClock::kTicksPerSecond / 2;
 // A picture group never lasts longer than this; anything else is a damaged time stamp.
 constexpr int64_t kMaxVobuSpan = 2 * DVDClock::kTicksPerSecond;
-
-
-constexpr UInt32 kBookmarkMagic = 0x54564231;  // "TVB1"
-
-struct Bookmark {
-  UInt32 magic;
-  UInt8 discID[8];
-  SInt32 title;
-  SInt32 chapter;
-  UInt32 timeMs;
-  SInt32 angle;
-};
 
 }  // namespace
 
@@ -97,7 +86,7 @@ void DVDNavigator::Close() {
 
 void DVDNavigator::SetTimeEventRate(UInt32 milliseconds) {
   std::lock_guard<std::mutex> g(mMutex);
-  mTimeRate = int64_t(milliseconds) * kTicksPerMs;
+  mTimeRate = int64_t(milliseconds) * DVDClock::kTicksPerMs;
   mNextTimeEvent = -1;
 }
 
@@ -421,8 +410,8 @@ void DVDNavigator::EmitDueTimeEvents(int64_t upTo) {
     int64_t delta = mReverse ? 0 : (mNextTimeEvent - mVobuClockStart) * mSpeed;
     delta = std::clamp<int64_t>(delta, 0, mVobuSpan);
     int64_t const elapsed = mVobuTitleTime + delta;
-    mEvents.Post(kDVDEventTitleTime, DVDEventValue(elapsed / kTicksPerMs),
-                 DVDEventValue(mTitleLength / kTicksPerMs));
+    mEvents.Post(kDVDEventTitleTime, DVDEventValue(elapsed / DVDClock::kTicksPerMs),
+                 DVDEventValue(mTitleLength / DVDClock::kTicksPerMs));
     mNextTimeEvent += mTimeRate;
   }
 }
@@ -546,352 +535,6 @@ void DVDNavigator::ReportPosition(Position const& position) {
     mEvents.Post(kDVDEventPTT, DVDEventValue(part));
   }
   if (!inTitle) mChapter = -1;
-}
-
-// ---- commands
-
-OSStatus DVDNavigator::Play() {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  int64_t const now = mClock.Now();
-  switch (mState) {
-    case kDVDStatePlaying:
-    case kDVDStatePlayingStill:
-      return noErr;
-    case kDVDStatePaused: {
-      int64_t const shift = now - mPausedAt;
-      mPresentedUntil += shift;
-      mReadUntil += shift;
-      mVobuClockStart += shift;
-      if (mNextTimeEvent >= 0) mNextTimeEvent += shift;
-      if (mStillTimed) mStillUntil += shift;
-      if (mPresenter) mPresenter->Shift(shift);
-      SetState(mPausedFrom);
-      HoldPresentation();
-      break;
-    }
-    case kDVDStateScanning: {
-      int const oldSpeed = mSpeed;
-      bool const wasReverse = mReverse;
-      EndScan();
-      mPresentedUntil = std::min(mPresentedUntil, mVobuClockStart + mVobuSpan);
-      if (wasReverse) {
-        // What was read ahead was placed for stepping back.
-        mReadAhead.clear();
-        mAtCellEnd = false;
-        mReadUntil = mPresentedUntil;
-        if (mPresenter) mPresenter->Discontinuity();
-      } else if (mReadUntil > mPresentedUntil) {
-        // What was read ahead plays at normal speed after the group on screen.
-        mReadUntil = mPresentedUntil + (mReadUntil - mPresentedUntil) * oldSpeed;
-        if (mPresenter) mPresenter->Retime(mPresentedUntil, oldSpeed, 1, false);
-      }
-      SetState(kDVDStatePlaying);
-      break;
-    }
-    case kDVDStateStopped:
-      // Playing again after a stop starts the disc from the beginning.
-      Restart();
-      Jumped();
-      SetState(kDVDStatePlaying);
-      break;
-    default:
-      Jumped();
-      SetState(kDVDStatePlaying);
-      break;
-  }
-  Poke();
-  return noErr;
-}
-
-OSStatus DVDNavigator::Pause() {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (mState == kDVDStatePaused) return noErr;
-  if (mState == kDVDStateIdle || mState == kDVDStateStopped) return kDVDErrorNotAllowedNow;
-  mPausedFrom = mState == kDVDStatePlayingStill ? kDVDStatePlayingStill : kDVDStatePlaying;
-  if (mState == kDVDStateScanning) EndScan();
-  mPausedAt = mClock.Now();
-  SetState(kDVDStatePaused);
-  HoldPresentation();
-  Poke();
-  return noErr;
-}
-
-OSStatus DVDNavigator::Stop() {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (mState == kDVDStateStopped) return noErr;
-  EndScan();
-  Jumped();
-  SetState(kDVDStateStopped);
-  return noErr;
-}
-
-OSStatus DVDNavigator::Scan(DVDScanRate rate, DVDScanDirection direction) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  static constexpr DVDScanRate kRates[] = {1, 2, 4, 8, 16, 32};
-  if (std::find(std::begin(kRates), std::end(kRates), rate) == std::end(kRates) ||
-      (direction != kDVDScanDirectionForward && direction != kDVDScanDirectionBackward)) {
-    return kDVDErrorInvalidArgument;
-  }
-  if ((mState != kDVDStatePlaying && mState != kDVDStateScanning) || !InTitle()) {
-    return kDVDErrorNotAllowedNow;
-  }
-  int const oldSpeed = mSpeed;
-  bool const wasReverse = mReverse;
-  mSpeed = rate;
-  mReverse = direction == kDVDScanDirectionBackward;
-  mReverseStepDue = false;
-  int64_t const now = mClock.Now();
-  if (mReverse || wasReverse) {
-    // The picture group on screen ends at the new speed.
-    if (mPresentedUntil > now) {
-      mPresentedUntil = mReverse ? now : now + (mPresentedUntil - now) / rate;
-    }
-    mReadUntil = mPresentedUntil;
-    // Pictures queued in the other direction would hold the new ones back.
-    if (mPresenter) mPresenter->Discontinuity();
-  } else {
-    // From now on everything read, shown or not, runs at the new speed.
-    auto const retime = [&](int64_t t) {
-      return t > now ? now + (t - now) * oldSpeed / rate : t;
-    };
-    mPresentedUntil = retime(mPresentedUntil);
-    mReadUntil = retime(mReadUntil);
-    if (mPresenter) mPresenter->Retime(now, oldSpeed, rate, rate > 2);
-  }
-  SetState(kDVDStateScanning);
-  Poke();
-  return noErr;
-}
-
-OSStatus DVDNavigator::NextChapter() { return SearchChapter(false); }
-
-OSStatus DVDNavigator::PreviousChapter() { return SearchChapter(true); }
-
-OSStatus DVDNavigator::SearchChapter(bool previous) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (!TitleUnderway()) return kDVDErrorNotAllowedNow;
-  // The first chapter has no previous one: it starts again.
-  bool const found = previous ? dvdnav_prev_pg_search(mNav) == DVDNAV_STATUS_OK ||
-                                    dvdnav_top_pg_search(mNav) == DVDNAV_STATUS_OK
-                              : dvdnav_next_pg_search(mNav) == DVDNAV_STATUS_OK;
-  if (!found) return kDVDErrorNotAllowedNow;
-  Jumped();
-  return noErr;
-}
-
-OSStatus DVDNavigator::IsOnMenu(Boolean* onMenu, DVDMenu* menu) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  bool const inMenu = mState != kDVDStateIdle && mState != kDVDStateStopped &&
-                      (dvdnav_is_domain_vmgm(mNav) == 1 || dvdnav_is_domain_vtsm(mNav) == 1);
-  *onMenu = inMenu;
-  *menu = kDVDMenuNone;
-  if (!inMenu) return noErr;
-  int32_t title = 0;
-  int32_t part = 0;
-  dvdnav_current_title_info(mNav, &title, &part);
-  switch (part) {
-    case DVD_MENU_Title: *menu = kDVDMenuTitle; break;
-    case DVD_MENU_Root: *menu = kDVDMenuRoot; break;
-    case DVD_MENU_Subpicture: *menu = kDVDMenuSubPicture; break;
-    case DVD_MENU_Audio: *menu = kDVDMenuAudio; break;
-    case DVD_MENU_Angle: *menu = kDVDMenuAngle; break;
-    case DVD_MENU_Part: *menu = kDVDMenuPTT; break;
-    default: *menu = dvdnav_is_domain_vmgm(mNav) == 1 ? kDVDMenuTitle : kDVDMenuRoot; break;
-  }
-  return noErr;
-}
-
-OSStatus DVDNavigator::GoToMenu(DVDMenu menu) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  DVDMenuID_t id;
-  switch (menu) {
-    case kDVDMenuTitle: id = DVD_MENU_Title; break;
-    case kDVDMenuRoot: id = DVD_MENU_Root; break;
-    case kDVDMenuSubPicture: id = DVD_MENU_Subpicture; break;
-    case kDVDMenuAudio: id = DVD_MENU_Audio; break;
-    case kDVDMenuAngle: id = DVD_MENU_Angle; break;
-    case kDVDMenuPTT: id = DVD_MENU_Part; break;
-    default: return kDVDErrorInvalidArgument;
-  }
-  if (mState == kDVDStateIdle || mState == kDVDStateStopped) return kDVDErrorNotAllowedNow;
-  if (dvdnav_menu_call(mNav, id) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
-  mSpeed = 1;
-  mReverse = false;
-  if (mState == kDVDStateScanning) SetState(kDVDStatePlaying);
-  Jumped();
-  return noErr;
-}
-
-OSStatus DVDNavigator::ReturnToTitle() {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (mState == kDVDStateIdle || mState == kDVDStateStopped) return kDVDErrorNotAllowedNow;
-  if (dvdnav_is_domain_vmgm(mNav) != 1 && dvdnav_is_domain_vtsm(mNav) != 1) {
-    return kDVDErrorNotAllowedNow;
-  }
-  // Resume the title the menu was called from; a disc that starts on its menu has none,
-  // so play its first title.
-  bool const resumed = dvdnav_menu_call(mNav, DVD_MENU_Escape) == DVDNAV_STATUS_OK &&
-                       dvdnav_is_domain_vts(mNav) == 1;
-  if (!resumed && dvdnav_title_play(mNav, 1) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
-  Jumped();
-  return noErr;
-}
-
-OSStatus DVDNavigator::GetAngleInfo(UInt16* numAngles, UInt16* angle) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  int32_t current = 0;
-  int32_t count = 0;
-  if (!GetTitleAngles(current, count)) return kDVDErrorNotAllowedNow;
-  if (numAngles) *numAngles = UInt16(count);
-  if (angle) *angle = UInt16(current);
-  return noErr;
-}
-
-OSStatus DVDNavigator::SetAngle(UInt16 angle) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  int32_t current = 0;
-  int32_t count = 0;
-  if (!GetTitleAngles(current, count)) return kDVDErrorNotAllowedNow;
-  if (angle < 1 || angle > count) return kDVDErrorInvalidArgument;
-  if (angle == current) return noErr;
-  if (dvdnav_angle_change(mNav, angle) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
-  return noErr;
-}
-
-OSStatus DVDNavigator::UserNavigation(DVDUserNavigation navigation) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (navigation < kDVDUserNavigationMoveUp || navigation > kDVDUserNavigationEnter) {
-    return kDVDErrorInvalidArgument;
-  }
-  pci_t* const pci = dvdnav_get_current_nav_pci(mNav);
-  if (mState == kDVDStateIdle || mState == kDVDStateStopped || !pci ||
-      pci->hli.hl_gi.btn_ns == 0) {
-    return kDVDErrorNotAllowedNow;
-  }
-  dvdnav_status_t status = DVDNAV_STATUS_ERR;
-  switch (navigation) {
-    case kDVDUserNavigationMoveUp: status = dvdnav_upper_button_select(mNav, pci); break;
-    case kDVDUserNavigationMoveDown: status = dvdnav_lower_button_select(mNav, pci); break;
-    case kDVDUserNavigationMoveLeft: status = dvdnav_left_button_select(mNav, pci); break;
-    case kDVDUserNavigationMoveRight: status = dvdnav_right_button_select(mNav, pci); break;
-    default: status = dvdnav_button_activate(mNav, pci); break;
-  }
-  if (status != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
-  int32_t button = 0;
-  if (dvdnav_get_current_highlight(mNav, &button) == DVDNAV_STATUS_OK) mButton = button;
-  ShowHighlight(navigation == kDVDUserNavigationEnter ? 1 : 0);
-  if (navigation == kDVDUserNavigationEnter) Jumped();
-  return noErr;
-}
-
-OSStatus DVDNavigator::MenuPoint(int x, int y, bool activate, SInt32* index) {
-  std::lock_guard<std::mutex> g(mMutex);
-  *index = -1;
-  if (!mNav) return kDVDErrorNoMedia;
-  pci_t* const pci = dvdnav_get_current_nav_pci(mNav);
-  if (mState == kDVDStateIdle || mState == kDVDStateStopped || !pci) return noErr;
-  int const count = std::min<int>(pci->hli.hl_gi.btn_ns, 36);
-  for (int i = 0; i < count; ++i) {
-    btni_t const& b = pci->hli.btnit[i];
-    if (x >= int(b.x_start) && x <= int(b.x_end) && y >= int(b.y_start) && y <= int(b.y_end)) {
-      *index = i + 1;
-      break;
-    }
-  }
-  if (*index < 0) return noErr;
-  if (activate) {
-    if (dvdnav_button_select_and_activate(mNav, pci, *index) != DVDNAV_STATUS_OK) {
-      return kDVDErrorNotAllowedNow;
-    }
-    mButton = *index;
-    ShowHighlight(1);
-    Jumped();
-  } else if (*index != mButton) {
-    if (dvdnav_button_select(mNav, pci, *index) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
-    mButton = *index;
-    ShowHighlight(0);
-  }
-  return noErr;
-}
-
-OSStatus DVDNavigator::GetBookmark(std::vector<UInt8>& data) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (!TitleUnderway()) return kDVDErrorNotAllowedNow;
-  Bookmark mark{};
-  mark.magic = kBookmarkMagic;
-  std::memcpy(mark.discID, mDiscID.data(), sizeof mark.discID);
-  int32_t title = 0;
-  int32_t part = 0;
-  dvdnav_current_title_info(mNav, &title, &part);
-  mark.title = title;
-  mark.chapter = part;
-  mark.timeMs = UInt32(PresentedTitleTime() / kTicksPerMs);
-  int32_t angle = 1;
-  int32_t count = 1;
-  dvdnav_get_angle_info(mNav, &angle, &count);
-  mark.angle = angle;
-  data.resize(sizeof mark);
-  std::memcpy(data.data(), &mark, sizeof mark);
-  return noErr;
-}
-
-OSStatus DVDNavigator::GotoBookmark(UInt8 const* data, UInt32 size) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  Bookmark mark{};
-  if (!data || size != sizeof mark) return kDVDErrorInvalidArgument;
-  std::memcpy(&mark, data, sizeof mark);
-  if (mark.magic != kBookmarkMagic ||
-      std::memcmp(mark.discID, mDiscID.data(), sizeof mark.discID) != 0) {
-    return kDVDErrorInvalidArgument;
-  }
-  if (mState == kDVDStateIdle || mState == kDVDStateStopped) {
-    // The machine must have started before it can jump.
-    int event = 0;
-    int len = 0;
-    Restart();
-    if (dvdnav_get_next_block(mNav, mBlock.data(), &event, &len) != DVDNAV_STATUS_OK) {
-      return kDVDErrorReadFailed;
-    }
-  }
-  if (dvdnav_part_play(mNav, mark.title, mark.chapter) != DVDNAV_STATUS_OK) {
-    return kDVDErrorInvalidArgument;
-  }
-  dvdnav_time_search(mNav, uint64_t(mark.timeMs) * kTicksPerMs);
-  if (mark.angle > 1) dvdnav_angle_change(mNav, mark.angle);
-  mSpeed = 1;
-  mReverse = false;
-  Jumped();
-  if (mState != kDVDStatePaused) SetState(kDVDStatePlaying);
-  return noErr;
-}
-
-DVDAspectRatio DVDNavigator::AspectRatio() {
-  std::lock_guard<std::mutex> g(mMutex);
-  return mAspect;
-}
-
-void DVDNavigator::NativeSize(UInt16* width, UInt16* height) {
-  std::lock_guard<std::mutex> g(mMutex);
-  uint32_t w = 0;
-  uint32_t h = 0;
-  if (mNav && mStandard != kDVDVideoStandardUnknown &&
-      dvdnav_get_video_resolution(mNav, &w, &h) == DVDNAV_STATUS_OK && w && h) {
-    *width = UInt16(w);
-    *height = UInt16(h);
-  }
 }
 
 }  // namespace dvd
