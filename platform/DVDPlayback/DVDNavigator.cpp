@@ -117,7 +117,7 @@ void DVDNavigator::WakeUp() {
 bool DVDNavigator::Active() const {
   return !mQuit && !mSleeping &&
          (mState == kDVDStatePlaying || mState == kDVDStateScanning ||
-          mState == kDVDStatePlayingStill);
+          mState == kDVDStatePlayingStill || (mState == kDVDStatePaused && Seeking()));
 }
 
 void DVDNavigator::SetState(DVDState state) {
@@ -132,7 +132,13 @@ void DVDNavigator::HoldPresentation() {
 }
 
 void DVDNavigator::Jumped() {
-  if (mPresenter) mPresenter->Discontinuity();
+  mSeek.active = false;
+  mSeekShown = -1;
+  mStepped = false;
+  if (mPresenter) {
+    mPresenter->SetTarget(-1);
+    mPresenter->Discontinuity();
+  }
   ++mSerial;
   mReadAhead.clear();
   mAtCellEnd = false;
@@ -322,6 +328,7 @@ void DVDNavigator::ReadAhead() {
       mBlocksLeft = dsi ? int64_t(dsi->dsi_gi.vobu_ea) : 0;
       mAtCellEnd = mInLastCell && dsi && dsi->vobu_sri.next_vobu == SRI_END_OF_CELL;
       e.titleTime = e.position.inTitle ? std::max<int64_t>(0, dvdnav_get_current_time(mNav)) : 0;
+      if (mSeek.active && !SeekLanded(e)) return;
       PlaceVobu(e, pci != nullptr);
       break;
     }
@@ -358,6 +365,8 @@ void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
   int64_t const now = mClock.Now();
   int64_t start = mReadUntil;
   if (!mClock.IsManual() && now - start > DVDClock::kTicksPerSecond / 2) start = now;
+  // A seek's target is due now; the pictures before it are decoded only.
+  start -= e.seekOffset;
   mReadUntil = mReverse ? start + kReverseStep : start + e.vobuSpan / mSpeed;
   if (!mPresenter || !hasPci) return;
   DVDVobuTiming timing;
@@ -368,6 +377,11 @@ void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
   timing.title = e.position.inTitle ? e.position.title : 0;
   timing.chapter = e.position.inTitle ? e.position.part : 0;
   timing.titleTime = e.titleTime;
+  if (e.position.inTitle) {
+    int64_t const code = TimeCodeFrameTicks(e.position);
+    timing.firstFrame = (e.titleTime + code / 2) / code;
+    timing.frameTicks = FrameTicks(e.position);
+  }
   timing.audioStream = dvdnav_get_active_audio_stream(mNav);
   int const spu = dvdnav_get_active_spu_stream(mNav);
   // Subtitles switched off still show the pictures the disc forces.
@@ -470,6 +484,7 @@ void DVDNavigator::HandleNavPacket(ReadEvent const& e) {
   int64_t start = mPresentedUntil;
   // On the real clock a late reader catches up instead of rushing through the backlog.
   if (!mClock.IsManual() && now - start > DVDClock::kTicksPerSecond / 2) start = now;
+  start -= e.seekOffset;
   mVobuClockStart = start;
   mVobuTitleTime = e.titleTime;
   mVobuSpan = e.vobuSpan;

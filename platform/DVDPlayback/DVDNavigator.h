@@ -51,6 +51,11 @@ class DVDNavigator {
   OSStatus UserNavigation(DVDUserNavigation navigation);
   // x, y in the disc's picture coordinates; index is the button under the point or -1.
   OSStatus MenuPoint(int x, int y, bool activate, SInt32* index);
+  // Frame-exact positions in the current title (frame numbers from 0).
+  OSStatus SeekToFrame(UInt32 frame);
+  OSStatus StepFrame(SInt32 frames);
+  OSStatus GetFrameInTitle(UInt32* frame);
+  OSStatus GetTitleFrameCount(UInt32* frames);
   OSStatus GetBookmark(std::vector<UInt8>& data);
   OSStatus GotoBookmark(UInt8 const* data, UInt32 size);
 
@@ -82,6 +87,17 @@ class DVDNavigator {
     int64_t vobuStart = 0;  // picture groups: first time stamp, length, title time
     int64_t vobuSpan = 0;
     int64_t titleTime = 0;
+    int64_t seekOffset = 0;  // a seek's landing group: ticks from its start to the target
+  };
+  // A seek looks for the picture group holding its target by halving a range of sectors of
+  // the program chain, reading each group's navigation packet only.
+  struct Seek {
+    bool active = false;
+    int64_t target = 0;
+    uint32_t lo = 0;
+    uint32_t hi = 0;
+    uint32_t asked = 0;  // the sector the last probe asked for
+    int probes = 0;
   };
 
   void Run();
@@ -120,6 +136,18 @@ class DVDNavigator {
   void ShowHighlight(int mode);
   // Pictures and sound stop while paused or asleep.
   void HoldPresentation();
+  void PauseNow();
+  // A seek has not yet shown its picture: reading goes on while paused.
+  bool Seeking() const;
+  void StartSeek(int64_t target);
+  // At a navigation packet during a seek: true when this group holds the target (e gets
+  // its offset); otherwise the next probe has been started.
+  bool SeekLanded(ReadEvent& e);
+  // A frame's length in ticks, and the length the disc's time codes count a frame as.
+  int64_t FrameTicks(Position const& position) const;
+  int64_t TimeCodeFrameTicks(Position const& position) const;
+  // Frames of the current title (0 when not in one).
+  int64_t TitleFrames();
 
   DVDClock& mClock;
   DVDEventQueue& mEvents;
@@ -172,6 +200,12 @@ class DVDNavigator {
   DVDAspectRatio mAspect = kDVDAspectRatioUninitialized;
   DVDVideoStandard mStandard = kDVDVideoStandardUnknown;
   int mButton = 0;
+
+  Seek mSeek;
+  int64_t mSeekShown = -1;  // the frame the last seek went to
+  bool mStepped = false;  // the picture shown was stepped to: playing goes on from it
+  int32_t mFramesTitle = -1;
+  int64_t mTitleFrames = 0;
 };
 
 }  // namespace dvd

@@ -35,6 +35,17 @@ OSStatus DVDNavigator::Play() {
     case kDVDStatePlayingStill:
       return noErr;
     case kDVDStatePaused: {
+      if (mStepped && mPresenter) {
+        // Pictures stepped to were shown out of the stream's order: it goes on from the
+        // one on screen.
+        DVDPicturePosition const shown = mPresenter->Shown();
+        SetState(mPausedFrom);
+        HoldPresentation();
+        if (shown.frameInTitle >= 0 && shown.frameInTitle + 1 < TitleFrames()) {
+          StartSeek(shown.frameInTitle + 1);
+        }
+        break;
+      }
       int64_t const shift = now - mPausedAt;
       mPresentedUntil += shift;
       mReadUntil += shift;
@@ -85,13 +96,17 @@ OSStatus DVDNavigator::Pause() {
   if (!mNav) return kDVDErrorNoMedia;
   if (mState == kDVDStatePaused) return noErr;
   if (mState == kDVDStateIdle || mState == kDVDStateStopped) return kDVDErrorNotAllowedNow;
+  PauseNow();
+  return noErr;
+}
+
+void DVDNavigator::PauseNow() {
   mPausedFrom = mState == kDVDStatePlayingStill ? kDVDStatePlayingStill : kDVDStatePlaying;
   if (mState == kDVDStateScanning) EndScan();
   mPausedAt = mClock.Now();
   SetState(kDVDStatePaused);
   HoldPresentation();
   Poke();
-  return noErr;
 }
 
 OSStatus DVDNavigator::Stop() {

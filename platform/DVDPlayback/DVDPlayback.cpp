@@ -59,29 +59,29 @@ int64_t AudioFramesDelivered(bool* isDevice) {
   return gService->mPresenter->AudioDelivered();
 }
 
+void FillPresentedInfo(DVDPicture const& picture, DVDPresentedFrameInfo* info) {
+  info->width = UInt16(picture.width);
+  info->height = UInt16(picture.height);
+  info->displayHeight = UInt16(picture.height);
+  info->displayWidth = UInt16(picture.aspect == kDVDAspectRatio16x9
+                                  ? (picture.height * 16 + 4) / 9
+                                  : (picture.height * 4 + 1) / 3);
+  info->rowBytes = UInt32(picture.width) * 3;
+  info->aspect = picture.aspect;
+  info->title = UInt16(picture.title);
+  info->chapter = UInt16(picture.chapter);
+  info->elapsedMs = UInt32(picture.titleTime / 90);
+  info->frameNumber = picture.number;
+  info->frameInTitle = picture.frameInTitle >= 0 ? UInt32(picture.frameInTitle) : kDVDNoFrame;
+}
+
 }  // namespace dvd
 
 using dvd::DVDService;
+using dvd::WithNavigator;
+using dvd::WithService;
 
 namespace {
-
-// Runs f with the session, or answers that there is none.
-template <class F>
-OSStatus WithService(F&& f) {
-  std::lock_guard<std::mutex> g(dvd::ServiceMutex());
-  DVDService* const s = dvd::Service();
-  if (!s) return kDVDErrorNotInitialized;
-  return f(*s);
-}
-
-// Runs f with the open media's navigator.
-template <class F>
-OSStatus WithNavigator(F&& f) {
-  return WithService([&](DVDService& s) -> OSStatus {
-    if (!s.mNavigator) return kDVDErrorNoMedia;
-    return f(*s.mNavigator);
-  });
-}
 
 OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
   if (!ref) return kDVDErrorInvalidArgument;
@@ -439,27 +439,13 @@ OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* outInfo, void* outPixels,
   if (!outInfo || !ioPixelsSize) return kDVDErrorInvalidArgument;
   // Not under the session's lock: the frame-ready callback may call this while the
   // session is closing.
-  dvd::DVDPicture picture;
-  bool const have = outPixels ? dvd::DVDPresenter::CopyLatest(picture)
-                              : dvd::DVDPresenter::LatestInfo(picture);
-  if (!have) return kDVDErrorNotAllowedNow;
-  UInt32 const rowBytes = UInt32(picture.width) * 3;
-  UInt32 const size = rowBytes * UInt32(picture.height);
+  auto const picture = dvd::DVDPresenter::LatestPicture();
+  if (!picture) return kDVDErrorNotAllowedNow;
+  UInt32 const size = UInt32(picture->width) * 3 * UInt32(picture->height);
   if (outPixels && *ioPixelsSize < size) return kDVDErrorInvalidArgument;
-  outInfo->width = UInt16(picture.width);
-  outInfo->height = UInt16(picture.height);
-  outInfo->displayHeight = UInt16(picture.height);
-  outInfo->displayWidth = UInt16(picture.aspect == kDVDAspectRatio16x9
-                                     ? (picture.height * 16 + 4) / 9
-                                     : (picture.height * 4 + 1) / 3);
-  outInfo->rowBytes = rowBytes;
-  outInfo->aspect = picture.aspect;
-  outInfo->title = UInt16(picture.title);
-  outInfo->chapter = UInt16(picture.chapter);
-  outInfo->elapsedMs = UInt32(picture.titleTime / 90);
-  outInfo->frameNumber = picture.number;
+  dvd::FillPresentedInfo(*picture, outInfo);
   *ioPixelsSize = size;
-  if (outPixels) std::copy(picture.rgb.begin(), picture.rgb.end(), static_cast<UInt8*>(outPixels));
+  if (outPixels) std::copy(picture->rgb.begin(), picture->rgb.end(), static_cast<UInt8*>(outPixels));
   return noErr;
 }
 

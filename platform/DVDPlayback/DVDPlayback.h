@@ -177,7 +177,10 @@ struct DVDPresentedFrameInfo {
   UInt16 chapter;
   UInt32 elapsedMs;       // title time of the picture
   UInt32 frameNumber;     // pictures presented since the media was opened, from 1
+  UInt32 frameInTitle;    // the picture's frame in its title, from 0; kDVDNoFrame on a menu
 };
+
+constexpr UInt32 kDVDNoFrame = 0xFFFFFFFF;
 
 // With null pixels only the information and the size needed are answered; then the
 // pixels are copied. kDVDErrorNotAllowedNow until a picture has been presented.
@@ -192,3 +195,50 @@ OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* outInfo, void* outPixels,
 using DVDFrameReadyCallBackFunctionPtr = void (*)(UInt32 inFrameNumber, void* inRefCon);
 OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr inCallBackProc,
                                   void* inRefCon);
+
+// Frame-exact positions in the current title. Frame n of an NTSC title is on screen from
+// n x 1001/30000 s, of a PAL title from n x 0.04 s. Seeking and stepping return at once; the
+// picture follows. kDVDErrorNotAllowedNow on a menu, a still or without playback;
+// kDVDErrorInvalidArgument for a frame outside the title.
+OSStatus DVDGetFrameInTitle(UInt32* outFrame);
+OSStatus DVDGetTitleFrameCount(UInt32* outFrames);
+// Shows exactly that frame, playing or paused as before.
+OSStatus DVDSeekToFrame(UInt32 inFrame);
+// Pauses, then moves by that many frames (negative: back).
+OSStatus DVDStepFrame(SInt32 inFrames);
+
+// The presented picture as decoded: planar Y'CbCr 4:2:0 at the stored size, Y rows
+// (width bytes each), then Cb and Cr rows (width / 2 bytes each, height / 2 rows).
+using DVDColorMatrix = UInt8;
+enum : DVDColorMatrix {
+  kDVDColorMatrixBT601 = 0,  // the default of DVD video
+  kDVDColorMatrixBT709 = 1,
+  kDVDColorMatrixSMPTE240M = 2,
+};
+// Ask for the pictures just before and after it (a deinterlacer's neighbours).
+enum : UInt32 { kDVDDecodedBefore = 1, kDVDDecodedAfter = 2 };
+struct DVDDecodedFrameInfo {
+  UInt16 width;            // 720 (or the stream's stored width)
+  UInt16 height;           // 480 or 576
+  UInt32 pictureBytes;     // one picture: width x height x 3 / 2
+  DVDAspectRatio aspect;   // kDVDAspectRatio4x3 or kDVDAspectRatio16x9
+  UInt16 title;            // 0 on a menu
+  UInt16 chapter;
+  UInt32 elapsedMs;
+  UInt32 frameInTitle;     // kDVDNoFrame on a menu
+  UInt32 frameNumber;      // as DVDPresentedFrameInfo's
+  Boolean progressive;     // coded as a frame; otherwise as two fields
+  Boolean topFieldFirst;
+  Boolean repeatFirstField;
+  DVDColorMatrix matrix;
+  Boolean fullRange;       // false: TV range (Y 16-235, Cb Cr 16-240)
+  UInt32 neighbours;       // which of those asked for are copied (kDVDDecoded...)
+};
+// With null pixels only the information and the size needed are answered (before, picture,
+// after, in that order, those asked for and at hand); then the pixels are copied.
+OSStatus DVDCopyDecodedFrame(UInt32 inNeighbours, DVDDecodedFrameInfo* outInfo, void* outPixels,
+                             UInt32* ioPixelsSize);
+// The subpicture and menu highlight as drawn over the presented picture, alone: RGBA, 4 bytes
+// a pixel with straight alpha, rows of width x 4 bytes, transparent where nothing is drawn.
+OSStatus DVDCopyPresentedOverlay(DVDPresentedFrameInfo* outInfo, void* outPixels,
+                                 UInt32* ioPixelsSize);

@@ -15,6 +15,16 @@ namespace {
 // wait; more means the clock stopped being followed.
 constexpr size_t kMaxQueue = 72;
 constexpr size_t kMaxPlaced = 64;
+// Pictures kept once shown or passed over: a picture group and more, so that a run of steps
+// back decodes each group once.
+constexpr size_t kMaxKept = 48;
+
+std::shared_ptr<AVFrame const> Own(AVFrame* frame) {
+  return std::shared_ptr<AVFrame const>(frame, [](AVFrame const* f) {
+    AVFrame* owned = const_cast<AVFrame*>(f);
+    av_frame_free(&owned);
+  });
+}
 
 std::mutex gLatestMutex;
 
@@ -56,7 +66,6 @@ DVDPresenter::~DVDPresenter() {
   }
   if (mListener) mClock.RemoveListener(mListener);
   ClearQueue();
-  av_frame_free(&mShown);
   sws_freeContext(mScaler);
   Publish(nullptr);
 }
@@ -125,12 +134,46 @@ void DVDPresenter::VideoFrame(AVFrame* frame) {
   int64_t const due = frame->pts + mShifted;
   auto const at = std::upper_bound(mQueue.begin(), mQueue.end(), due,
                                    [](int64_t d, Frame const& f) { return d < f.due; });
-  mQueue.insert(at, {copy, due});
+  mQueue.insert(at, {copy, due, PositionAt(due)});
   while (mQueue.size() > kMaxQueue) {
     av_frame_free(&mQueue.front().frame);
     mQueue.pop_front();
   }
+  mTargetCheck = true;
+  // A picture shown before the one after it was decoded gets its neighbour now.
+  if (mAfterMissing && mShown) {
+    auto const after = Neighbour(mShownPosition, 1);
+    auto const latest = LatestPicture();
+    if (after && latest && latest->number == mNumber) {
+      auto picture = std::make_shared<DVDPicture>(*latest);
+      picture->after = after;
+      Publish(std::move(picture));
+      mAfterMissing = false;
+    }
+  }
   mWake.notify_all();
+}
+
+DVDPicturePosition DVDPresenter::PositionAt(int64_t due) const {
+  DVDPicturePosition position;
+  for (auto it = mPlaced.rbegin(); it != mPlaced.rend(); ++it) {
+    if (it->clockStart > due) continue;
+    DVDVobuTiming const& t = it->timing;
+    int64_t const into = (due - it->clockStart) * t.speed;
+    position.title = t.title;
+    position.chapter = t.chapter;
+    position.forcedSubpicturesOnly = t.forcedSubpicturesOnly;
+    if (t.title > 0) {
+      position.titleTime = t.titleTime + into;
+      if (t.firstFrame >= 0 && t.frameTicks > 0) {
+        position.frameInTitle = t.firstFrame + (into + t.frameTicks / 2) / t.frameTicks;
+      }
+    }
+    return position;
+  }
+  // Placed before anything still known: where the last picture was.
+  position = mShownPosition;
+  return position;
 }
 
 void DVDPresenter::StartVobu(DVDVobuTiming const& timing) {
@@ -247,6 +290,117 @@ void DVDPresenter::Retime(int64_t from, int num, int den, bool keyFramesOnly) {
   mWake.notify_all();
 }
 
+void DVDPresenter::SetTarget(int64_t frame) {
+  std::lock_guard<std::mutex> g(mMutex);
+  mTarget = frame;
+  mTargetCheck = true;
+  mWake.notify_all();
+}
+
+bool DVDPresenter::TargetPending() {
+  std::lock_guard<std::mutex> g(mMutex);
+  return mTarget >= 0;
+}
+
+bool DVDPresenter::AfterMissing() {
+  std::lock_guard<std::mutex> g(mMutex);
+  return mAfterMissing;
+}
+
+int64_t DVDPresenter::Target() {
+  std::lock_guard<std::mutex> g(mMutex);
+  return mTarget;
+}
+
+bool DVDPresenter::HasPicture(int title, int64_t frame) {
+  std::lock_guard<std::mutex> g(mMutex);
+  auto const is = [&](DVDPicturePosition const& p) {
+    return p.title == title && p.frameInTitle == frame;
+  };
+  if (mShown && is(mShownPosition)) return true;
+  for (Kept const& k : mKept) {
+    if (is(k.position)) return true;
+  }
+  for (Frame const& f : mQueue) {
+    if (is(f.position)) return true;
+  }
+  return false;
+}
+
+DVDPicturePosition DVDPresenter::Shown() {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mShown) return {};
+  return mShownPosition;
+}
+
+void DVDPresenter::Keep(std::shared_ptr<AVFrame const> frame, DVDPicturePosition const& position) {
+  if (position.frameInTitle < 0) return;
+  if (!mKept.empty() && mKept.back().position.title != position.title) mKept.clear();
+  std::erase_if(mKept, [&](Kept const& k) {
+    return k.position.frameInTitle == position.frameInTitle;
+  });
+  mKept.push_back({std::move(frame), position});
+  while (mKept.size() > kMaxKept) mKept.pop_front();
+}
+
+void DVDPresenter::ShowQueued() {
+  Frame const f = mQueue.front();
+  mQueue.pop_front();
+  if (mShown) Keep(mShown, mShownPosition);
+  mShown = Own(f.frame);
+  mShownDue = f.due;
+  mShownPosition = f.position;
+}
+
+bool DVDPresenter::ShowTarget() {
+  mTargetCheck = false;
+  auto const kept = std::find_if(mKept.begin(), mKept.end(), [&](Kept const& k) {
+    return k.position.frameInTitle == mTarget;
+  });
+  if (kept != mKept.end()) {
+    Kept const k = *kept;
+    if (mShown) Keep(mShown, mShownPosition);
+    mShown = k.frame;
+    mShownPosition = k.position;
+    mShownDue = mClock.Now();
+    mTarget = -1;
+    return true;
+  }
+  if (mShown && mShownPosition.frameInTitle == mTarget) {
+    mTarget = -1;
+    return true;
+  }
+  // What comes before the target is decoded on the way only.
+  while (!mQueue.empty() && mQueue.front().position.frameInTitle >= 0 &&
+         mQueue.front().position.frameInTitle < mTarget) {
+    Keep(Own(mQueue.front().frame), mQueue.front().position);
+    mQueue.pop_front();
+  }
+  if (mQueue.empty()) return false;
+  ShowQueued();
+  mTarget = -1;
+  return true;
+}
+
+std::shared_ptr<AVFrame const> DVDPresenter::Neighbour(DVDPicturePosition const& position,
+                                                       int delta) const {
+  if (position.frameInTitle < 0) return nullptr;
+  auto const is = [&](DVDPicturePosition const& p) {
+    return p.title == position.title && p.frameInTitle == position.frameInTitle + delta;
+  };
+  for (Kept const& k : mKept) {
+    if (is(k.position)) return k.frame;
+  }
+  for (Frame const& f : mQueue) {
+    // Queued frames stay owned by the queue; the picture holds a reference of its own.
+    if (is(f.position)) {
+      AVFrame* const ref = av_frame_clone(f.frame);
+      return ref ? Own(ref) : nullptr;
+    }
+  }
+  return nullptr;
+}
+
 void DVDPresenter::ClearQueue() {
   for (auto& f : mQueue) av_frame_free(&f.frame);
   mQueue.clear();
@@ -269,35 +423,16 @@ void DVDPresenter::SetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr proc, 
 bool DVDPresenter::IsQuiet() {
   std::lock_guard<std::mutex> g(mMutex);
   if (mRecompose) return false;
+  if (mTarget >= 0 && mTargetCheck) return false;
   if (mHeld || mQueue.empty()) return true;
   return mQueue.front().due > mClock.Now();
 }
 
 int64_t DVDPresenter::AudioDelivered() { return mSink->Delivered(); }
 
-bool DVDPresenter::CopyLatest(DVDPicture& out) {
-  std::shared_ptr<DVDPicture const> latest;
-  {
-    std::lock_guard<std::mutex> g(gLatestMutex);
-    latest = Latest();
-  }
-  if (!latest) return false;
-  out = *latest;
-  return true;
-}
-
-bool DVDPresenter::LatestInfo(DVDPicture& out) {
+std::shared_ptr<DVDPicture const> DVDPresenter::LatestPicture() {
   std::lock_guard<std::mutex> g(gLatestMutex);
-  if (!Latest()) return false;
-  out.rgb.clear();
-  out.width = Latest()->width;
-  out.height = Latest()->height;
-  out.aspect = Latest()->aspect;
-  out.title = Latest()->title;
-  out.chapter = Latest()->chapter;
-  out.titleTime = Latest()->titleTime;
-  out.number = Latest()->number;
-  return true;
+  return Latest();
 }
 
 // ---- presenting (the presenter's thread)
@@ -305,19 +440,29 @@ bool DVDPresenter::LatestInfo(DVDPicture& out) {
 void DVDPresenter::Run() {
   std::unique_lock<std::mutex> lk(mMutex);
   while (!mQuit) {
+    if (mTarget >= 0) {
+      // Nothing else is shown until the target is.
+      if (mTargetCheck && ShowTarget()) {
+        Compose(lk);
+        continue;
+      }
+      if (mRecompose) {
+        Compose(lk);
+        continue;
+      }
+      mWake.wait(lk, [&] { return mQuit || mRecompose || mTarget < 0 || mTargetCheck; });
+      continue;
+    }
     if (!mHeld && !mQueue.empty()) {
       int64_t const now = mClock.Now();
       int64_t const due = mQueue.front().due;
       if (due <= now) {
         // The newest picture that is due; any before it are late and dropped.
         while (mQueue.size() > 1 && mQueue[1].due <= now) {
-          av_frame_free(&mQueue.front().frame);
+          Keep(Own(mQueue.front().frame), mQueue.front().position);
           mQueue.pop_front();
         }
-        av_frame_free(&mShown);
-        mShown = mQueue.front().frame;
-        mShownDue = mQueue.front().due;
-        mQueue.pop_front();
+        ShowQueued();
         Compose(lk);
         continue;
       }
@@ -326,7 +471,8 @@ void DVDPresenter::Run() {
         continue;
       }
       mClock.WaitUntil(lk, mWake, due, [&] {
-        return mQuit || mHeld || mRecompose || mQueue.empty() || mQueue.front().due != due;
+        return mQuit || mHeld || mRecompose || mTarget >= 0 || mQueue.empty() ||
+               mQueue.front().due != due;
       });
       continue;
     }
@@ -334,14 +480,16 @@ void DVDPresenter::Run() {
       Compose(lk);
       continue;
     }
-    mWake.wait(lk, [&] { return mQuit || mRecompose || (!mHeld && !mQueue.empty()); });
+    mWake.wait(lk, [&] {
+      return mQuit || mRecompose || mTarget >= 0 || (!mHeld && !mQueue.empty());
+    });
   }
 }
 
 void DVDPresenter::Compose(std::unique_lock<std::mutex>& lk) {
   mRecompose = false;
   if (!mShown) return;
-  AVFrame const* const f = mShown;
+  AVFrame const* const f = mShown.get();
   auto picture = std::make_shared<DVDPicture>();
   picture->width = f->width;
   picture->height = f->height;
@@ -355,22 +503,15 @@ void DVDPresenter::Compose(std::unique_lock<std::mutex>& lk) {
   int dstStride[4] = {rowBytes, 0, 0, 0};
   sws_scale(mScaler, f->data, f->linesize, 0, f->height, dst, dstStride);
 
-  // Where on the disc this picture is.
-  DVDVobuTiming timing = mShownTiming;
-  int64_t placedAt = mShownDue;
-  for (auto it = mPlaced.rbegin(); it != mPlaced.rend(); ++it) {
-    if (it->clockStart <= mShownDue) {
-      timing = it->timing;
-      placedAt = it->clockStart;
-      break;
-    }
-  }
-  mShownTiming = timing;
-  picture->title = timing.title;
-  picture->chapter = timing.chapter;
-  picture->titleTime =
-      timing.title > 0 ? timing.titleTime + std::max<int64_t>(0, mShownDue - placedAt) * timing.speed
-                       : 0;
+  DVDPicturePosition const& position = mShownPosition;
+  picture->title = position.title;
+  picture->chapter = position.chapter;
+  picture->titleTime = position.titleTime;
+  picture->frameInTitle = position.frameInTitle;
+  picture->decoded = mShown;
+  picture->before = Neighbour(position, -1);
+  picture->after = Neighbour(position, 1);
+  mAfterMissing = !picture->after && position.frameInTitle >= 0;
   // The display aspect is the sequence's: its pixel aspect times its size.
   AVRational const sar = f->sample_aspect_ratio;
   if (sar.num > 0 && sar.den > 0 && f->height > 0) {
@@ -379,9 +520,12 @@ void DVDPresenter::Compose(std::unique_lock<std::mutex>& lk) {
   }
 
   if (DVDSubpicture const* const sub =
-          mSubpictures.At(std::max(mShownDue, mClock.Now()), timing.forcedSubpicturesOnly)) {
+          mSubpictures.At(std::max(mShownDue, mClock.Now()), position.forcedSubpicturesOnly)) {
     DVDSubpictureDecoder::Draw(*sub, mHighlight, mClut, picture->rgb.data(), f->width, f->height,
                                rowBytes);
+    picture->overlay.assign(size_t(f->width) * size_t(f->height) * 4, 0);
+    DVDSubpictureDecoder::DrawLayer(*sub, mHighlight, mClut, picture->overlay.data(), f->width,
+                                    f->height);
   }
   picture->number = ++mNumber;
   UInt32 const number = picture->number;

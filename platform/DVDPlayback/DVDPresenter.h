@@ -38,9 +38,23 @@ struct DVDVobuTiming {
   int audioStream = 0;     // -1: none
   int subpictureStream = -1;
   bool forcedSubpicturesOnly = true;
+  // Title frame of the group's first picture (-1 on a menu) and a frame's length in ticks.
+  int64_t firstFrame = -1;
+  int64_t frameTicks = 3003;
 };
 
-// A presented picture: RGB24 rows at the stream's coded size.
+// Where a decoded picture belongs in its title.
+struct DVDPicturePosition {
+  int title = 0;  // 0 on a menu
+  int chapter = 0;
+  int64_t titleTime = 0;     // 90 kHz
+  int64_t frameInTitle = -1;  // -1 on a menu
+  bool forcedSubpicturesOnly = true;
+};
+
+// A presented picture: RGB24 rows at the stream's coded size, the decoded picture it was
+// made from, the pictures decoded just before and after it (when there were), and the
+// subpicture and highlight layer alone as RGBA.
 struct DVDPicture {
   std::vector<uint8_t> rgb;
   int width = 0;
@@ -50,6 +64,11 @@ struct DVDPicture {
   int chapter = 0;
   int64_t titleTime = 0;
   UInt32 number = 0;
+  int64_t frameInTitle = -1;
+  std::shared_ptr<AVFrame const> decoded;
+  std::shared_ptr<AVFrame const> before;
+  std::shared_ptr<AVFrame const> after;
+  std::vector<uint8_t> overlay;  // empty when nothing is drawn over the picture
 };
 
 class DVDPresenter {
@@ -76,6 +95,20 @@ class DVDPresenter {
   // to be read, is placed again; keyFramesOnly as the new speed decodes.
   void Retime(int64_t from, int num, int den, bool keyFramesOnly);
 
+  // Shows the picture of the current title with this frame number as soon as it has been
+  // decoded, paused or not, and drops the pictures before it; -1 cancels.
+  void SetTarget(int64_t frame);
+  // True when that picture is decoded and at hand (queued or kept from a step back), so
+  // that it can be shown without reading the disc.
+  bool HasPicture(int title, int64_t frame);
+  bool TargetPending();
+  // The frame a seek or step is on its way to, -1 when none.
+  int64_t Target();
+  // The picture on screen waits for the one after it to be decoded.
+  bool AfterMissing();
+  // The position of the picture on screen (frameInTitle -1 when none).
+  DVDPicturePosition Shown();
+
   void SetVolume(UInt16 volume, bool muted);
   void SetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr proc, void* refCon);
   // True when no picture is due and nothing waits to be drawn.
@@ -83,15 +116,19 @@ class DVDPresenter {
   int64_t AudioDelivered();
   bool AudioIsDevice() const { return mSink->IsDevice(); }
 
-  // The latest presented picture of the session; false when there is none.
-  static bool CopyLatest(DVDPicture& out);
-  // Its size only (no pixels copied).
-  static bool LatestInfo(DVDPicture& out);
+  // The latest presented picture of the session, shared (null when there is none).
+  static std::shared_ptr<DVDPicture const> LatestPicture();
 
  private:
   struct Frame {
     AVFrame* frame;
     int64_t due;
+    DVDPicturePosition position;
+  };
+  // A decoded picture kept after it was shown or passed over, for steps back.
+  struct Kept {
+    std::shared_ptr<AVFrame const> frame;
+    DVDPicturePosition position;
   };
   struct Placed {
     int64_t clockStart;
@@ -106,6 +143,14 @@ class DVDPresenter {
   void Run();
   void Compose(std::unique_lock<std::mutex>& lk);
   void ClearQueue();
+  DVDPicturePosition PositionAt(int64_t due) const;
+  // Puts a queued picture on screen; the one it replaces is kept.
+  void ShowQueued();
+  void Keep(std::shared_ptr<AVFrame const> frame, DVDPicturePosition const& position);
+  // Shows the target when it is at hand; true when it was.
+  bool ShowTarget();
+  // The decoded picture delta frames from position, when at hand.
+  std::shared_ptr<AVFrame const> Neighbour(DVDPicturePosition const& position, int delta) const;
 
   DVDClock& mClock;
   std::unique_ptr<DVDAudioSink> mSink;
@@ -130,9 +175,14 @@ class DVDPresenter {
   DVDSubpictureDecoder mSubpictures;
   std::array<uint32_t, 16> mClut{};
   DVDHighlight mHighlight;
-  AVFrame* mShown = nullptr;
+  std::shared_ptr<AVFrame const> mShown;
+  std::shared_ptr<AVFrame const> mShownBefore;
   int64_t mShownDue = 0;
-  DVDVobuTiming mShownTiming;
+  DVDPicturePosition mShownPosition;
+  std::deque<Kept> mKept;
+  int64_t mTarget = -1;
+  bool mTargetCheck = false;  // a picture came or the target changed
+  bool mAfterMissing = false;  // the picture published has no neighbour after it yet
   SwsContext* mScaler = nullptr;
   UInt32 mNumber = 0;
   UInt16 mVolume = 255;

@@ -41,6 +41,27 @@ struct DVDService {
 DVDService* Service();
 std::mutex& ServiceMutex();
 
+// The information DVDCopyPresentedFrame answers for a picture.
+void FillPresentedInfo(DVDPicture const& picture, DVDPresentedFrameInfo* info);
+
+// Runs f with the session, or answers that there is none.
+template <class F>
+OSStatus WithService(F&& f) {
+  std::lock_guard<std::mutex> g(ServiceMutex());
+  DVDService* const s = Service();
+  if (!s) return kDVDErrorNotInitialized;
+  return f(*s);
+}
+
+// Runs f with the open media's navigator.
+template <class F>
+OSStatus WithNavigator(F&& f) {
+  return WithService([&](DVDService& s) -> OSStatus {
+    if (!s.mNavigator) return kDVDErrorNoMedia;
+    return f(*s.mNavigator);
+  });
+}
+
 // Playback paced by a clock that only moves when told (for tests); takes effect at the
 // next DVDInitialize.
 void UseManualClock(bool manual);

@@ -194,9 +194,13 @@ DVDSubpicture const* DVDSubpictureDecoder::At(int64_t t, bool forcedOnly) {
   return &s;
 }
 
-void DVDSubpictureDecoder::Draw(DVDSubpicture const& sub, DVDHighlight const& highlight,
-                                std::array<uint32_t, 16> const& clut, uint8_t* rgb, int width,
-                                int height, int rowBytes) {
+namespace {
+
+// Calls f(x, y, rgb, alpha 0-15) for each pixel of sub that is drawn, with the highlight's
+// colours inside the button's rectangle.
+template <class F>
+void ForEachDrawn(DVDSubpicture const& sub, DVDHighlight const& highlight,
+                  std::array<uint32_t, 16> const& clut, int width, int height, F const& f) {
   uint8_t colours[2][4][3];
   int alpha[2][4];
   for (int k = 0; k < 4; ++k) {
@@ -208,7 +212,6 @@ void DVDSubpictureDecoder::Draw(DVDSubpicture const& sub, DVDHighlight const& hi
   for (int row = 0; row < sub.height; ++row) {
     int const y = sub.y + row;
     if (y < 0 || y >= height) continue;
-    uint8_t* const line = rgb + std::ptrdiff_t(y) * rowBytes;
     for (int col = 0; col < sub.width; ++col) {
       int const x = sub.x + col;
       if (x < 0 || x >= width) continue;
@@ -218,13 +221,37 @@ void DVDSubpictureDecoder::Draw(DVDSubpicture const& sub, DVDHighlight const& hi
                           ? 1
                           : 0;
       int const a = alpha[set][type];
-      if (a == 0) continue;
-      uint8_t* const px = line + x * 3;
-      for (int c = 0; c < 3; ++c) {
-        px[c] = uint8_t((colours[set][type][c] * (a + 1) + px[c] * (15 - a)) / 16);
-      }
+      if (a != 0) f(x, y, colours[set][type], a);
     }
   }
+}
+
+}  // namespace
+
+void DVDSubpictureDecoder::Draw(DVDSubpicture const& sub, DVDHighlight const& highlight,
+                                std::array<uint32_t, 16> const& clut, uint8_t* rgb, int width,
+                                int height, int rowBytes) {
+  ForEachDrawn(sub, highlight, clut, width, height,
+               [&](int x, int y, uint8_t const* colour, int a) {
+                 uint8_t* const px = rgb + std::ptrdiff_t(y) * rowBytes + x * 3;
+                 for (int c = 0; c < 3; ++c) {
+                   px[c] = uint8_t((colour[c] * (a + 1) + px[c] * (15 - a)) / 16);
+                 }
+               });
+}
+
+void DVDSubpictureDecoder::DrawLayer(DVDSubpicture const& sub, DVDHighlight const& highlight,
+                                     std::array<uint32_t, 16> const& clut, uint8_t* rgba,
+                                     int width, int height) {
+  ForEachDrawn(sub, highlight, clut, width, height,
+               [&](int x, int y, uint8_t const* colour, int a) {
+                 uint8_t* const px = rgba + (std::ptrdiff_t(y) * width + x) * 4;
+                 px[0] = colour[0];
+                 px[1] = colour[1];
+                 px[2] = colour[2];
+                 // Blended over a picture this gives what Draw does: (a + 1) / 16.
+                 px[3] = uint8_t(((a + 1) * 255 + 8) / 16);
+               });
 }
 
 }  // namespace dvd

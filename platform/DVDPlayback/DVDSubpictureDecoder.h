@@ -55,6 +55,11 @@ class DVDSubpictureDecoder {
   static void Draw(DVDSubpicture const& sub, DVDHighlight const& highlight,
                    std::array<uint32_t, 16> const& clut, uint8_t* rgb, int width, int height,
                    int rowBytes);
+  // The same drawn alone into an RGBA layer (4 bytes a pixel, rows of width * 4 bytes,
+  // straight alpha) that is transparent elsewhere.
+  static void DrawLayer(DVDSubpicture const& sub, DVDHighlight const& highlight,
+                        std::array<uint32_t, 16> const& clut, uint8_t* rgba, int width,
+                        int height);
 
  private:
   void Parse(int64_t pts);

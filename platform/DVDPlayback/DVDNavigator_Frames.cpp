@@ -1,0 +1,174 @@
+// The navigator's frame-exact positions: seeking to a frame of the title, stepping by
+// frames both ways, and the frame numbers and counts they rest on.
+#include "DVDNavigator.h"
+
+#include <dvdnav/dvdnav.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+namespace dvd {
+
+namespace {
+
+// Halving a title's sectors finds any group of a 2 GiB program chain in 20 probes.
+constexpr int kMaxSeekProbes = 24;
+
+bool IsPAL(uint32_t height) { return height == 576 || height == 288; }
+
+}  // namespace
+
+int64_t DVDNavigator::FrameTicks(Position const& position) const {
+  return IsPAL(position.height) ? 3600 : 3003;
+}
+
+// Time codes count NTSC frames as thirtieths of a second.
+int64_t DVDNavigator::TimeCodeFrameTicks(Position const& position) const {
+  return IsPAL(position.height) ? 3600 : 3000;
+}
+
+int64_t DVDNavigator::TitleFrames() {
+  int32_t title = 0;
+  int32_t part = 0;
+  if (!InTitle() || dvdnav_current_title_info(mNav, &title, &part) != DVDNAV_STATUS_OK ||
+      title <= 0) {
+    return 0;
+  }
+  if (title == mFramesTitle) return mTitleFrames;
+  uint64_t* times = nullptr;
+  uint64_t duration = 0;
+  uint32_t const chapters = dvdnav_describe_title_chapters(mNav, title, &times, &duration);
+  std::free(times);
+  if (chapters == 0) return 0;
+  Position position;
+  dvdnav_get_video_resolution(mNav, &position.width, &position.height);
+  int64_t const code = TimeCodeFrameTicks(position);
+  mFramesTitle = title;
+  mTitleFrames = (int64_t(duration) + code / 2) / code;
+  return mTitleFrames;
+}
+
+bool DVDNavigator::Seeking() const {
+  if (mSeek.active) return true;
+  if (!mPresenter) return false;
+  if (mPresenter->TargetPending()) return true;
+  // Reading goes on until the picture after the target is decoded too (a deinterlacer's
+  // neighbour), except at the title's end, where reading on would leave the title.
+  return mSeekShown >= 0 && mSeekShown + 1 < mTitleFrames && mPresenter->AfterMissing();
+}
+
+void DVDNavigator::StartSeek(int64_t target) {
+  EndScan();
+  Jumped();
+  mStillInfinite = mStillTimed = false;
+  if (mPresenter) mPresenter->SetTarget(target);
+  uint32_t position = 0;
+  uint32_t length = 0;
+  if (dvdnav_get_position(mNav, &position, &length) != DVDNAV_STATUS_OK) length = 0;
+  mSeek = Seek{true, target, 0, length, 0};
+  mSeekShown = target;
+  // Paused, the target is the picture on screen from now on.
+  mPausedAt = mClock.Now();
+  Position here;
+  dvdnav_get_video_resolution(mNav, &here.width, &here.height);
+  // dvdnav interpolates inside the cell: a first guess that the probes correct.
+  if (dvdnav_time_search(mNav, uint64_t(target * TimeCodeFrameTicks(here))) != DVDNAV_STATUS_OK) {
+    int64_t const frames = std::max<int64_t>(1, TitleFrames());
+    dvdnav_sector_search(mNav, int64_t(length) * target / frames, SEEK_SET);
+  }
+  mBlocksLeft = 0;
+  mAtCellEnd = false;
+}
+
+bool DVDNavigator::SeekLanded(ReadEvent& e) {
+  int64_t const ticks = FrameTicks(e.position);
+  int64_t const code = TimeCodeFrameTicks(e.position);
+  int64_t const first = (e.titleTime + code / 2) / code;
+  int64_t const frames = std::max<int64_t>(1, (e.vobuSpan + ticks / 2) / ticks);
+  bool const inside = first <= mSeek.target && mSeek.target < first + frames;
+  uint32_t position = 0;
+  uint32_t length = 0;
+  if (!inside && e.position.inTitle && mSeek.probes < kMaxSeekProbes &&
+      dvdnav_get_position(mNav, &position, &length) == DVDNAV_STATUS_OK) {
+    if (first > mSeek.target) {
+      // Every group from this one on comes later.
+      mSeek.hi = std::min(mSeek.hi, position);
+    } else {
+      // This group holds the sector asked for; every one up to it comes earlier.
+      mSeek.lo = std::max({mSeek.lo, position + 1, mSeek.asked + 1});
+    }
+    if (mSeek.lo < mSeek.hi) {
+      uint32_t const next = mSeek.lo + (mSeek.hi - mSeek.lo) / 2;
+      ++mSeek.probes;
+      if (dvdnav_sector_search(mNav, next, SEEK_SET) == DVDNAV_STATUS_OK) {
+        // Nothing of this group is read.
+        mSeek.asked = next;
+        mBlocksLeft = 0;
+        mAtCellEnd = false;
+        return false;
+      }
+    }
+  }
+  // Here or as near as the disc allows: the pictures before the target are decoded only.
+  mSeek.active = false;
+  e.seekOffset = std::max<int64_t>(0, mSeek.target - first) * ticks;
+  return true;
+}
+
+OSStatus DVDNavigator::SeekToFrame(UInt32 frame) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!TitleUnderway() || mState == kDVDStatePlayingStill) return kDVDErrorNotAllowedNow;
+  if (int64_t(frame) >= TitleFrames()) return kDVDErrorInvalidArgument;
+  if (mState == kDVDStateScanning) SetState(kDVDStatePlaying);
+  StartSeek(frame);
+  return noErr;
+}
+
+OSStatus DVDNavigator::StepFrame(SInt32 frames) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!TitleUnderway() || mState == kDVDStatePlayingStill || !mPresenter) {
+    return kDVDErrorNotAllowedNow;
+  }
+  DVDPicturePosition const shown = mPresenter->Shown();
+  if (shown.frameInTitle < 0) return kDVDErrorNotAllowedNow;
+  // Steps count from where a seek or step still on its way will be.
+  int64_t const pending = mSeek.active ? mSeek.target : mPresenter->Target();
+  int64_t const target = (pending >= 0 ? pending : shown.frameInTitle) + frames;
+  if (target < 0 || target >= TitleFrames()) return kDVDErrorInvalidArgument;
+  if (mState != kDVDStatePaused) PauseNow();
+  if (frames == 0) return noErr;
+  if (mPresenter->HasPicture(shown.title, target)) {
+    // Decoded already (queued, or kept from the way here): no reading.
+    mPresenter->SetTarget(target);
+    mStepped = true;
+    Poke();
+    return noErr;
+  }
+  StartSeek(target);
+  mStepped = true;
+  return noErr;
+}
+
+OSStatus DVDNavigator::GetFrameInTitle(UInt32* frame) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle() || !mPresenter) return kDVDErrorNotAllowedNow;
+  DVDPicturePosition const shown = mPresenter->Shown();
+  if (shown.frameInTitle < 0) return kDVDErrorNotAllowedNow;
+  *frame = UInt32(shown.frameInTitle);
+  return noErr;
+}
+
+OSStatus DVDNavigator::GetTitleFrameCount(UInt32* frames) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  int64_t const count = TitleFrames();
+  if (count <= 0) return kDVDErrorNotAllowedNow;
+  *frames = UInt32(count);
+  return noErr;
+}
+
+}  // namespace dvd
