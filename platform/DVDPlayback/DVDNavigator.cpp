@@ -60,10 +60,18 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
   mSpeed = 1;
   mReverse = false;
   mStillInfinite = mStillTimed = false;
+  mAudioChoice = mSubPictureChoice = mSubPictureShown = -1;
+  mFramesTitle = -1;
   mListener = mClock.AddListener([this] {
     std::lock_guard<std::mutex> lock(mMutex);
     mWake.notify_all();
   });
+  if (mPresenter) {
+    mPresenter->SetRoomListener([this] {
+      std::lock_guard<std::mutex> lock(mMutex);
+      mWake.notify_all();
+    });
+  }
   mThread = std::thread([this] { Run(); });
   return noErr;
 }
@@ -78,6 +86,7 @@ void DVDNavigator::Close() {
   mThread.join();
   mClock.RemoveListener(mListener);
   mListener = 0;
+  if (mPresenter) mPresenter->SetRoomListener(nullptr);
   std::lock_guard<std::mutex> g(mMutex);
   dvdnav_close(mNav);
   mNav = nullptr;
@@ -204,6 +213,13 @@ void DVDNavigator::WaitForWork(std::unique_lock<std::mutex>& lk) {
   mQuiet = false;
 }
 
+void DVDNavigator::WaitForRoom(std::unique_lock<std::mutex>& lk) {
+  uint64_t const serial = mSerial;
+  mWake.wait(lk, [&] {
+    return mQuit || mSerial != serial || !Active() || mPresenter->HasRoom();
+  });
+}
+
 void DVDNavigator::Run() {
   std::unique_lock<std::mutex> lk(mMutex);
   while (!mQuit) {
@@ -239,6 +255,10 @@ void DVDNavigator::Run() {
       continue;
     }
     if (CanReadAhead()) {
+      if (mPresenter && !mPresenter->HasRoom()) {
+        WaitForRoom(lk);
+        continue;
+      }
       ReadAhead();
       continue;
     }
@@ -382,8 +402,8 @@ void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
     timing.firstFrame = (e.titleTime + code / 2) / code;
     timing.frameTicks = FrameTicks(e.position);
   }
-  timing.audioStream = dvdnav_get_active_audio_stream(mNav);
-  int const spu = dvdnav_get_active_spu_stream(mNav);
+  timing.audioStream = SelectedAudio();
+  int const spu = SelectedSubPicture();
   // Subtitles switched off still show the pictures the disc forces.
   timing.subpictureStream = spu < 0 ? 0 : spu & 0x1F;
   timing.forcedSubpicturesOnly = spu < 0 || (spu & 0x80) != 0;

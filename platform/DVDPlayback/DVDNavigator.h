@@ -56,6 +56,17 @@ class DVDNavigator {
   OSStatus StepFrame(SInt32 frames);
   OSStatus GetFrameInTitle(UInt32* frame);
   OSStatus GetTitleFrameCount(UInt32* frames);
+  // Sound and subtitle streams of the title, numbered as the disc numbers them (from 0).
+  OSStatus GetNumAudioStreams(UInt16* count);
+  OSStatus GetAudioStream(UInt16* stream);
+  OSStatus SetAudioStream(UInt16 stream);
+  OSStatus GetAudioLanguageCode(UInt16 stream, UInt16* code);
+  OSStatus GetNumSubPictureStreams(UInt16* count);
+  OSStatus GetSubPictureStream(UInt16* stream);
+  OSStatus SetSubPictureStream(UInt16 stream);
+  OSStatus GetSubPictureLanguageCode(UInt16 stream, UInt16* code);
+  OSStatus EnableSubPicture(bool enable);
+  OSStatus IsSubPictureEnabled(Boolean* enabled);
   OSStatus GetBookmark(std::vector<UInt8>& data);
   OSStatus GotoBookmark(UInt8 const* data, UInt32 size);
 
@@ -117,6 +128,8 @@ class DVDNavigator {
   void Poke();
   bool WaitPresented(std::unique_lock<std::mutex>& lk);
   void WaitForWork(std::unique_lock<std::mutex>& lk);
+  // The decoders are full: waits until they take more (or something else happens).
+  void WaitForRoom(std::unique_lock<std::mutex>& lk);
   // Title time is reported in titles only, at the rate asked for.
   bool TimeEventsDue() const;
   void EmitDueTimeEvents(int64_t upTo);
@@ -148,6 +161,15 @@ class DVDNavigator {
   int64_t TimeCodeFrameTicks(Position const& position) const;
   // Frames of the current title (0 when not in one).
   int64_t TitleFrames();
+  // The disc's stream (MPEG) numbers of a title's logical streams, -1 when absent.
+  int AudioStreamID(int logical);
+  int SubPictureStreamID(int logical);
+  // What is decoded now: the stream the user chose, else the one the disc selects; the
+  // subpicture's 0x80 bit: forced pictures only.
+  int SelectedAudio();
+  int SelectedSubPicture();
+  // The choices take effect on what is queued too.
+  void ApplyStreams();
 
   DVDClock& mClock;
   DVDEventQueue& mEvents;
@@ -204,6 +226,9 @@ class DVDNavigator {
   Seek mSeek;
   int64_t mSeekShown = -1;  // the frame the last seek went to
   bool mStepped = false;  // the picture shown was stepped to: playing goes on from it
+  int mAudioChoice = -1;  // logical streams the user chose, -1: as the disc says
+  int mSubPictureChoice = -1;
+  int mSubPictureShown = -1;  // 1 shown, 0 hidden, -1: as the disc says
   int32_t mFramesTitle = -1;
   int64_t mTitleFrames = 0;
 };

@@ -75,6 +75,12 @@ void FillPresentedInfo(DVDPicture const& picture, DVDPresentedFrameInfo* info) {
   info->frameInTitle = picture.frameInTitle >= 0 ? UInt32(picture.frameInTitle) : kDVDNoFrame;
 }
 
+int DecodedAudioStream() {
+  std::lock_guard<std::mutex> g(gMutex);
+  if (!gService || !gService->mPresenter) return -1;
+  return gService->mPresenter->DecodedAudioStream();
+}
+
 }  // namespace dvd
 
 using dvd::DVDService;

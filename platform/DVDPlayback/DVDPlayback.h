@@ -242,3 +242,20 @@ OSStatus DVDCopyDecodedFrame(UInt32 inNeighbours, DVDDecodedFrameInfo* outInfo, 
 // a pixel with straight alpha, rows of width x 4 bytes, transparent where nothing is drawn.
 OSStatus DVDCopyPresentedOverlay(DVDPresentedFrameInfo* outInfo, void* outPixels,
                                  UInt32* ioPixelsSize);
+
+// Sound and subtitle streams of the title playing, numbered as the disc numbers them (from
+// 0). Languages are the two letters the disc stores ('e' << 8 | 'n' for English), 0 when it
+// names none. kDVDErrorNotAllowedNow outside a title; kDVDErrorInvalidArgument for a stream
+// the title does not have.
+using DVDLanguageCode = UInt16;
+OSStatus DVDGetNumAudioStreams(UInt16* outNumStreams);
+OSStatus DVDGetAudioStream(UInt16* outStreamNum);
+OSStatus DVDSetAudioStream(UInt16 inStreamNum);
+OSStatus DVDGetAudioLanguageCode(UInt16 inStreamNum, DVDLanguageCode* outCode);
+OSStatus DVDGetNumSubPictureStreams(UInt16* outNumStreams);
+OSStatus DVDGetSubPictureStream(UInt16* outStreamNum);
+OSStatus DVDSetSubPictureStream(UInt16 inStreamNum);
+OSStatus DVDGetSubPictureLanguageCode(UInt16 inStreamNum, DVDLanguageCode* outCode);
+// Disabled, only the subpictures the disc forces are shown.
+OSStatus DVDEnableSubPicture(Boolean inEnable);
+OSStatus DVDIsSubPictureEnabled(Boolean* outEnabled);

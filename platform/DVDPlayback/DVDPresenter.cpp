@@ -15,16 +15,7 @@ namespace {
 // wait; more means the clock stopped being followed.
 constexpr size_t kMaxQueue = 72;
 constexpr size_t kMaxPlaced = 64;
-// Pictures kept once shown or passed over: a picture group and more, so that a run of steps
-// back decodes each group once.
-constexpr size_t kMaxKept = 48;
 
-std::shared_ptr<AVFrame const> Own(AVFrame* frame) {
-  return std::shared_ptr<AVFrame const>(frame, [](AVFrame const* f) {
-    AVFrame* owned = const_cast<AVFrame*>(f);
-    av_frame_free(&owned);
-  });
-}
 
 std::mutex gLatestMutex;
 
@@ -56,6 +47,8 @@ DVDPresenter::DVDPresenter(DVDClock& clock, std::unique_ptr<DVDAudioSink> sink)
       mClut(DefaultClut()) {}
 
 DVDPresenter::~DVDPresenter() {
+  // The decoders stop first: what they would hand on has nowhere to go.
+  mFeed.Stop();
   if (mThread.joinable()) {
     {
       std::lock_guard<std::mutex> g(mMutex);
@@ -78,16 +71,81 @@ bool DVDPresenter::Construct() {
     mWake.notify_all();
   });
   mThread = std::thread([this] { Run(); });
+  mFeed.Start();
   return true;
 }
 
-// ---- feeding (the navigator's thread)
+// ---- handing over (the navigator's thread, its lock held): carried out in order on the
+// decoders' thread
+
+void DVDPresenter::Block(uint8_t const* data, size_t size) {
+  mFeed.Post(DVDDecodeFeed::Kind::Block,
+             [this, bytes = std::vector<uint8_t>(data, data + size)] {
+               DoBlock(bytes.data(), bytes.size());
+             });
+}
+
+void DVDPresenter::StartVobu(DVDVobuTiming const& timing) {
+  int64_t const base = mShifted.load();
+  mFeed.Post(DVDDecodeFeed::Kind::Other, [this, timing, base] { DoStartVobu(timing, base); });
+}
+
+void DVDPresenter::EndOfStream() {
+  mFeed.Post(DVDDecodeFeed::Kind::Other, [this] { DoEndOfStream(); });
+}
+
+void DVDPresenter::Discontinuity() {
+  mFeed.Post(DVDDecodeFeed::Kind::Jump, [this] { DoDiscontinuity(); });
+}
+
+void DVDPresenter::SetPalette(std::array<uint32_t, 16> const& clut) {
+  mFeed.Post(DVDDecodeFeed::Kind::Other, [this, clut] { DoSetPalette(clut); });
+}
+
+// At once, for what is queued here and on its way: pictures decoded from now on are placed
+// by the new shift.
+void DVDPresenter::Shift(int64_t ticks) {
+  std::lock_guard<std::mutex> g(mMutex);
+  mSink->Shift(ticks);
+  mShifted += ticks;
+  for (auto& f : mQueue) f.due += ticks;
+  for (auto& p : mPlaced) p.clockStart += ticks;
+  for (auto& stream : mSubpictures) stream.Shift(ticks);
+  mWake.notify_all();
+}
+
+void DVDPresenter::Retime(int64_t from, int num, int den, bool keyFramesOnly) {
+  int64_t const base = mShifted.load();
+  mFeed.Post(DVDDecodeFeed::Kind::Other,
+             [=, this] { DoRetime(from, num, den, keyFramesOnly, base); });
+}
+
+void DVDPresenter::SetTarget(int64_t frame) {
+  mFeed.Post(DVDDecodeFeed::Kind::Target, [this, frame] { DoSetTarget(frame); }, frame);
+}
+
+void DVDPresenter::SelectStreams(int audio, int subpicture, bool forcedOnly) {
+  mFeed.Post(DVDDecodeFeed::Kind::Other,
+             [=, this] { DoSelectStreams(audio, subpicture, forcedOnly); });
+}
+
+void DVDPresenter::SetRoomListener(std::function<void()> listener) {
+  mFeed.SetRoomListener(std::move(listener));
+}
+
+bool DVDPresenter::HasRoom() {
+  if (mFeed.HasRoom()) return true;
+  mFeed.NoticeRoom();
+  return mFeed.HasRoom();
+}
+
+// ---- carried out (the decoders' thread)
 
 int64_t DVDPresenter::Map(int64_t pts) const {
   return mTiming.clockStart + (pts - mTiming.ptsStart) / mTiming.speed;
 }
 
-void DVDPresenter::Block(uint8_t const* data, size_t size) {
+void DVDPresenter::DoBlock(uint8_t const* data, size_t size) {
   if (mHaveTiming) mDemuxer.Block(data, size);
 }
 
@@ -98,10 +156,12 @@ void DVDPresenter::Payload(DVDPayload const& p) {
       mVideo.Decode(p.data, p.size, at);
       break;
     case DVDStreamKind::Subpicture:
-      if (p.index == mTiming.subpictureStream) {
+      // Every stream is decoded, so that a change of stream shows what is on screen now.
+      if (p.index >= 0 && size_t(p.index) < mSubpictures.size()) {
         std::lock_guard<std::mutex> g(mMutex);
-        mSubpictures.Decode(p.data, p.size, at == kNoTime ? kNoTime : at + mShifted);
-        mRecompose = mShown != nullptr;
+        mSubpictures[size_t(p.index)].Decode(p.data, p.size,
+                                             at == kNoTime ? kNoTime : at + mShifted);
+        if (mShown && p.index == mTiming.subpictureStream) mRecompose = true;
         mWake.notify_all();
       }
       break;
@@ -118,11 +178,13 @@ void DVDPresenter::Payload(DVDPayload const& p) {
         }
       }
       mAudio->Decode(p.data, p.size, at);
+      mDecodedAudio = p.index;
       break;
   }
 }
 
 void DVDPresenter::Audio(int64_t at, int rate, int16_t const* samples, size_t frames) {
+  std::lock_guard<std::mutex> g(mMutex);
   mSink->Push(at + mShifted, rate, samples, frames);
 }
 
@@ -154,51 +216,35 @@ void DVDPresenter::VideoFrame(AVFrame* frame) {
   mWake.notify_all();
 }
 
-DVDPicturePosition DVDPresenter::PositionAt(int64_t due) const {
-  DVDPicturePosition position;
-  for (auto it = mPlaced.rbegin(); it != mPlaced.rend(); ++it) {
-    if (it->clockStart > due) continue;
-    DVDVobuTiming const& t = it->timing;
-    int64_t const into = (due - it->clockStart) * t.speed;
-    position.title = t.title;
-    position.chapter = t.chapter;
-    position.forcedSubpicturesOnly = t.forcedSubpicturesOnly;
-    if (t.title > 0) {
-      position.titleTime = t.titleTime + into;
-      if (t.firstFrame >= 0 && t.frameTicks > 0) {
-        position.frameInTitle = t.firstFrame + (into + t.frameTicks / 2) / t.frameTicks;
-      }
-    }
-    return position;
-  }
-  // Placed before anything still known: where the last picture was.
-  position = mShownPosition;
-  return position;
-}
-
-void DVDPresenter::StartVobu(DVDVobuTiming const& timing) {
-  bool const wasKeyOnly = mTiming.keyFramesOnly;
-  bool const titleChanged = mHaveTiming && timing.title != mTiming.title;
+void DVDPresenter::DoStartVobu(DVDVobuTiming const& given, int64_t base) {
   if (mHaveTiming && mTiming.speed == 1 && !mTiming.keyFramesOnly &&
-      (timing.speed != 1 || timing.keyFramesOnly)) {
+      (given.speed != 1 || given.keyFramesOnly)) {
     mSink->Flush();
   }
+  std::lock_guard<std::mutex> g(mMutex);
+  int64_t const shifted = mShifted;
+  // Placed at the shift of its call; pauses since move it on.
+  DVDVobuTiming timing = given;
+  timing.clockStart += shifted - base;
+  bool const wasKeyOnly = mTiming.keyFramesOnly;
+  bool const titleChanged = mHaveTiming && timing.title != mTiming.title;
   mTiming = timing;
-  mTiming.clockStart -= mShifted;
+  mTiming.clockStart -= shifted;
   mHaveTiming = true;
   if (timing.keyFramesOnly != wasKeyOnly) mVideo.SetKeyFramesOnly(timing.keyFramesOnly);
   mVideo.SetSpeed(timing.speed);
-  std::lock_guard<std::mutex> g(mMutex);
   // What the menu or title before showed ends where this one starts.
-  if (mFlushSubpictures || titleChanged) mSubpictures.EndAt(timing.clockStart);
+  if (mFlushSubpictures || titleChanged) {
+    for (auto& stream : mSubpictures) stream.EndAt(timing.clockStart);
+  }
   mFlushSubpictures = false;
   mPlaced.push_back({timing.clockStart, timing});
   while (mPlaced.size() > kMaxPlaced) mPlaced.pop_front();
 }
 
-void DVDPresenter::EndOfStream() { mVideo.Drain(); }
+void DVDPresenter::DoEndOfStream() { mVideo.Drain(); }
 
-void DVDPresenter::Discontinuity() {
+void DVDPresenter::DoDiscontinuity() {
   mVideo.Flush();
   if (mAudio) mAudio->Flush();
   mSink->Flush();
@@ -211,7 +257,7 @@ void DVDPresenter::Discontinuity() {
   mWake.notify_all();
 }
 
-void DVDPresenter::SetPalette(std::array<uint32_t, 16> const& clut) {
+void DVDPresenter::DoSetPalette(std::array<uint32_t, 16> const& clut) {
   std::lock_guard<std::mutex> g(mMutex);
   if (clut == mClut) return;
   mClut = clut;
@@ -238,39 +284,31 @@ void DVDPresenter::Hold(bool hold) {
   mWake.notify_all();
 }
 
-void DVDPresenter::Shift(int64_t ticks) {
-  mSink->Shift(ticks);
-  mShifted += ticks;
-  std::lock_guard<std::mutex> g(mMutex);
-  for (auto& f : mQueue) f.due += ticks;
-  for (auto& p : mPlaced) p.clockStart += ticks;
-  mSubpictures.Shift(ticks);
-  mWake.notify_all();
-}
-
-void DVDPresenter::Retime(int64_t from, int num, int den, bool keyFramesOnly) {
+void DVDPresenter::DoRetime(int64_t at, int num, int den, bool keyFramesOnly, int64_t base) {
   if (num <= 0 || den <= 0) return;
-  auto const f = [&](int64_t t) { return t > from ? from + (t - from) * num / den : t; };
   // Reading stops between picture groups, so the pictures the decoder holds for reordering
   // can come out now and be placed again with the rest.
   mVideo.Drain();
   // Sound plays at normal speed only, and what is queued was for the old one.
   mSink->Flush();
   if (mAudio) mAudio->Flush();
+  std::lock_guard<std::mutex> g(mMutex);
+  int64_t const shifted = mShifted;
+  int64_t const from = at + (shifted - base);
+  auto const f = [&](int64_t t) { return t > from ? from + (t - from) * num / den : t; };
   if (mHaveTiming) {
-    int64_t const start = mTiming.clockStart + mShifted;
+    int64_t const start = mTiming.clockStart + shifted;
     if (start < from) {
       mTiming.ptsStart += (from - start) * mTiming.speed;
-      mTiming.clockStart = from - mShifted;
+      mTiming.clockStart = from - shifted;
     } else {
-      mTiming.clockStart = f(start) - mShifted;
+      mTiming.clockStart = f(start) - shifted;
     }
     mTiming.speed = std::max(1, mTiming.speed * den / num);
     mVideo.SetSpeed(mTiming.speed);
   }
   if (keyFramesOnly != mTiming.keyFramesOnly) mVideo.SetKeyFramesOnly(keyFramesOnly);
   mTiming.keyFramesOnly = keyFramesOnly;
-  std::lock_guard<std::mutex> g(mMutex);
   for (auto& frame : mQueue) frame.due = f(frame.due);
   // The group on screen at the change goes on from there at the new speed.
   auto const on = std::find_if(mPlaced.rbegin(), mPlaced.rend(),
@@ -286,119 +324,8 @@ void DVDPresenter::Retime(int64_t from, int num, int den, bool keyFramesOnly) {
     p.clockStart = f(p.clockStart);
     p.timing.speed = std::max(1, p.timing.speed * den / num);
   }
-  mSubpictures.Retime(f);
+  for (auto& stream : mSubpictures) stream.Retime(f);
   mWake.notify_all();
-}
-
-void DVDPresenter::SetTarget(int64_t frame) {
-  std::lock_guard<std::mutex> g(mMutex);
-  mTarget = frame;
-  mTargetCheck = true;
-  mWake.notify_all();
-}
-
-bool DVDPresenter::TargetPending() {
-  std::lock_guard<std::mutex> g(mMutex);
-  return mTarget >= 0;
-}
-
-bool DVDPresenter::AfterMissing() {
-  std::lock_guard<std::mutex> g(mMutex);
-  return mAfterMissing;
-}
-
-int64_t DVDPresenter::Target() {
-  std::lock_guard<std::mutex> g(mMutex);
-  return mTarget;
-}
-
-bool DVDPresenter::HasPicture(int title, int64_t frame) {
-  std::lock_guard<std::mutex> g(mMutex);
-  auto const is = [&](DVDPicturePosition const& p) {
-    return p.title == title && p.frameInTitle == frame;
-  };
-  if (mShown && is(mShownPosition)) return true;
-  for (Kept const& k : mKept) {
-    if (is(k.position)) return true;
-  }
-  for (Frame const& f : mQueue) {
-    if (is(f.position)) return true;
-  }
-  return false;
-}
-
-DVDPicturePosition DVDPresenter::Shown() {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mShown) return {};
-  return mShownPosition;
-}
-
-void DVDPresenter::Keep(std::shared_ptr<AVFrame const> frame, DVDPicturePosition const& position) {
-  if (position.frameInTitle < 0) return;
-  if (!mKept.empty() && mKept.back().position.title != position.title) mKept.clear();
-  std::erase_if(mKept, [&](Kept const& k) {
-    return k.position.frameInTitle == position.frameInTitle;
-  });
-  mKept.push_back({std::move(frame), position});
-  while (mKept.size() > kMaxKept) mKept.pop_front();
-}
-
-void DVDPresenter::ShowQueued() {
-  Frame const f = mQueue.front();
-  mQueue.pop_front();
-  if (mShown) Keep(mShown, mShownPosition);
-  mShown = Own(f.frame);
-  mShownDue = f.due;
-  mShownPosition = f.position;
-}
-
-bool DVDPresenter::ShowTarget() {
-  mTargetCheck = false;
-  auto const kept = std::find_if(mKept.begin(), mKept.end(), [&](Kept const& k) {
-    return k.position.frameInTitle == mTarget;
-  });
-  if (kept != mKept.end()) {
-    Kept const k = *kept;
-    if (mShown) Keep(mShown, mShownPosition);
-    mShown = k.frame;
-    mShownPosition = k.position;
-    mShownDue = mClock.Now();
-    mTarget = -1;
-    return true;
-  }
-  if (mShown && mShownPosition.frameInTitle == mTarget) {
-    mTarget = -1;
-    return true;
-  }
-  // What comes before the target is decoded on the way only.
-  while (!mQueue.empty() && mQueue.front().position.frameInTitle >= 0 &&
-         mQueue.front().position.frameInTitle < mTarget) {
-    Keep(Own(mQueue.front().frame), mQueue.front().position);
-    mQueue.pop_front();
-  }
-  if (mQueue.empty()) return false;
-  ShowQueued();
-  mTarget = -1;
-  return true;
-}
-
-std::shared_ptr<AVFrame const> DVDPresenter::Neighbour(DVDPicturePosition const& position,
-                                                       int delta) const {
-  if (position.frameInTitle < 0) return nullptr;
-  auto const is = [&](DVDPicturePosition const& p) {
-    return p.title == position.title && p.frameInTitle == position.frameInTitle + delta;
-  };
-  for (Kept const& k : mKept) {
-    if (is(k.position)) return k.frame;
-  }
-  for (Frame const& f : mQueue) {
-    // Queued frames stay owned by the queue; the picture holds a reference of its own.
-    if (is(f.position)) {
-      AVFrame* const ref = av_frame_clone(f.frame);
-      return ref ? Own(ref) : nullptr;
-    }
-  }
-  return nullptr;
 }
 
 void DVDPresenter::ClearQueue() {
@@ -421,6 +348,7 @@ void DVDPresenter::SetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr proc, 
 }
 
 bool DVDPresenter::IsQuiet() {
+  if (!mFeed.Idle()) return false;
   std::lock_guard<std::mutex> g(mMutex);
   if (mRecompose) return false;
   if (mTarget >= 0 && mTargetCheck) return false;
@@ -519,8 +447,11 @@ void DVDPresenter::Compose(std::unique_lock<std::mutex>& lk) {
     picture->aspect = dar > 1.55 ? kDVDAspectRatio16x9 : kDVDAspectRatio4x3;
   }
 
+  int64_t const at = std::max(mShownDue, mClock.Now());
+  for (auto& stream : mSubpictures) stream.At(at, false);  // forgets what has been replaced
+  size_t const stream = size_t(position.subpictureStream) % mSubpictures.size();
   if (DVDSubpicture const* const sub =
-          mSubpictures.At(std::max(mShownDue, mClock.Now()), position.forcedSubpicturesOnly)) {
+          mSubpictures[stream].At(at, position.forcedSubpicturesOnly)) {
     DVDSubpictureDecoder::Draw(*sub, mHighlight, mClut, picture->rgb.data(), f->width, f->height,
                                rowBytes);
     picture->overlay.assign(size_t(f->width) * size_t(f->height) * 4, 0);

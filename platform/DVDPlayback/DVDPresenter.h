@@ -8,14 +8,17 @@
 #include "DVDAudioDecoder.h"
 #include "DVDAudioSink.h"
 #include "DVDClock.h"
+#include "DVDDecodeFeed.h"
 #include "DVDDemuxer.h"
 #include "DVDPlayback.h"
 #include "DVDSubpictureDecoder.h"
 #include "DVDVideoDecoder.h"
 
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -50,6 +53,7 @@ struct DVDPicturePosition {
   int64_t titleTime = 0;     // 90 kHz
   int64_t frameInTitle = -1;  // -1 on a menu
   bool forcedSubpicturesOnly = true;
+  int subpictureStream = 0;
 };
 
 // A presented picture: RGB24 rows at the stream's coded size, the decoded picture it was
@@ -73,6 +77,9 @@ struct DVDPicture {
 
 class DVDPresenter {
  public:
+  // Blocks the decoders may have waiting: two picture groups at the highest rate.
+  static constexpr size_t kFeedBlocks = 1024;
+
   DVDPresenter(DVDClock& clock, std::unique_ptr<DVDAudioSink> sink);
   ~DVDPresenter();
   DVDPresenter(DVDPresenter const&) = delete;
@@ -80,7 +87,8 @@ class DVDPresenter {
 
   bool Construct();
 
-  // From the navigator (its lock held, so these never run at the same time).
+  // From the navigator (its lock held): handed to the decoders' thread and carried out
+  // there in this order.
   void Block(uint8_t const* data, size_t size);
   void StartVobu(DVDVobuTiming const& timing);
   // The stream stops here (a still or the end): what the decoder holds is shown.
@@ -102,6 +110,9 @@ class DVDPresenter {
   // that it can be shown without reading the disc.
   bool HasPicture(int title, int64_t frame);
   bool TargetPending();
+  // From the navigator (its lock held): the streams decoded and shown from now on, queued
+  // pictures included; forcedOnly shows the pictures the disc forces only.
+  void SelectStreams(int audio, int subpicture, bool forcedOnly);
   // The frame a seek or step is on its way to, -1 when none.
   int64_t Target();
   // The picture on screen waits for the one after it to be decoded.
@@ -109,12 +120,19 @@ class DVDPresenter {
   // The position of the picture on screen (frameInTitle -1 when none).
   DVDPicturePosition Shown();
 
+  // False when the decoders have all they can hold: the navigator waits for the listener,
+  // called once room frees after a false answer.
+  bool HasRoom();
+  void SetRoomListener(std::function<void()> listener);
+
   void SetVolume(UInt16 volume, bool muted);
   void SetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr proc, void* refCon);
   // True when no picture is due and nothing waits to be drawn.
   bool IsQuiet();
   int64_t AudioDelivered();
   bool AudioIsDevice() const { return mSink->IsDevice(); }
+  // The sound stream decoded last (-1 before any).
+  int DecodedAudioStream() const { return mDecodedAudio.load(); }
 
   // The latest presented picture of the session, shared (null when there is none).
   static std::shared_ptr<DVDPicture const> LatestPicture();
@@ -135,6 +153,15 @@ class DVDPresenter {
     DVDVobuTiming timing;
   };
 
+  void DoBlock(uint8_t const* data, size_t size);
+  // base: the shift when it was handed over.
+  void DoStartVobu(DVDVobuTiming const& timing, int64_t base);
+  void DoEndOfStream();
+  void DoDiscontinuity();
+  void DoSetPalette(std::array<uint32_t, 16> const& clut);
+  void DoRetime(int64_t from, int num, int den, bool keyFramesOnly, int64_t base);
+  void DoSetTarget(int64_t frame);
+  void DoSelectStreams(int audio, int subpicture, bool forcedOnly);
   void Payload(DVDPayload const& payload);
   void VideoFrame(AVFrame* frame);
   void Audio(int64_t at, int rate, int16_t const* samples, size_t frames);
@@ -144,6 +171,8 @@ class DVDPresenter {
   void Compose(std::unique_lock<std::mutex>& lk);
   void ClearQueue();
   DVDPicturePosition PositionAt(int64_t due) const;
+  // A decoded frame of one's own, freed with its last reference.
+  static std::shared_ptr<AVFrame const> Own(AVFrame* frame);
   // Puts a queued picture on screen; the one it replaces is kept.
   void ShowQueued();
   void Keep(std::shared_ptr<AVFrame const> frame, DVDPicturePosition const& position);
@@ -158,12 +187,13 @@ class DVDPresenter {
   DVDDemuxer mDemuxer;
   DVDVideoDecoder mVideo;
   std::unique_ptr<DVDAudioDecoder> mAudio;
+  std::atomic<int> mDecodedAudio{-1};
   bool mHaveTiming = false;
   bool mFlushSubpictures = false;
   // The group being read; its clockStart does not count the pauses since (mShifted), so
   // that what the decoders hold over a pause still comes out at the right time.
   DVDVobuTiming mTiming;
-  int64_t mShifted = 0;
+  std::atomic<int64_t> mShifted{0};
 
   std::mutex mMutex;
   std::condition_variable mWake;
@@ -172,7 +202,7 @@ class DVDPresenter {
   bool mRecompose = false;
   std::deque<Frame> mQueue;
   std::deque<Placed> mPlaced;
-  DVDSubpictureDecoder mSubpictures;
+  std::array<DVDSubpictureDecoder, 32> mSubpictures;  // by stream
   std::array<uint32_t, 16> mClut{};
   DVDHighlight mHighlight;
   std::shared_ptr<AVFrame const> mShown;
@@ -191,6 +221,8 @@ class DVDPresenter {
   void* mReadyRefCon = nullptr;
   bool mInCallBack = false;
   std::thread mThread;
+  // Declared last: its thread stops before anything it uses goes.
+  DVDDecodeFeed mFeed{kFeedBlocks};
 };
 
 }  // namespace dvd

@@ -75,5 +75,7 @@ int HighlightedButton();
 // Sample frames the audio sink has played since the media opened, and whether that sink
 // is a sound device (false: the null sink); -1 without media.
 int64_t AudioFramesDelivered(bool* isDevice = nullptr);
+// The disc's number of the sound stream decoded last; -1 before any or without media.
+int DecodedAudioStream();
 
 }  // namespace dvd

@@ -1,0 +1,163 @@
+// The navigator's sound and subtitle streams: what the title has, in which languages, and
+// which are decoded. The disc's machine keeps its own selection; the user's choice is kept
+// beside it and wins while the title has that stream.
+#include "DVDNavigator.h"
+
+#include <dvdnav/dvdnav.h>
+
+namespace dvd {
+
+namespace {
+
+constexpr int kMaxAudioStreams = 8;
+constexpr int kMaxSubPictureStreams = 32;
+constexpr int kHidden = 0x80;
+
+UInt16 LanguageCode(uint16_t code) { return code == 0xFFFF ? 0 : UInt16(code); }
+
+}  // namespace
+
+int DVDNavigator::AudioStreamID(int logical) {
+  if (logical < 0 || logical >= kMaxAudioStreams || !InTitle()) return -1;
+  return dvdnav_get_audio_logical_stream(mNav, uint8_t(logical));
+}
+
+int DVDNavigator::SubPictureStreamID(int logical) {
+  if (logical < 0 || logical >= kMaxSubPictureStreams || !InTitle()) return -1;
+  return dvdnav_get_spu_logical_stream(mNav, uint8_t(logical));
+}
+
+int DVDNavigator::SelectedAudio() {
+  int const chosen = AudioStreamID(mAudioChoice);
+  return chosen >= 0 ? chosen : dvdnav_get_active_audio_stream(mNav);
+}
+
+int DVDNavigator::SelectedSubPicture() {
+  int const disc = dvdnav_get_active_spu_stream(mNav);
+  int const chosen = SubPictureStreamID(mSubPictureChoice);
+  int stream = chosen >= 0 ? chosen : disc;
+  if (stream < 0) return stream;
+  bool hidden = (disc >= 0 && (disc & kHidden) != 0) || disc < 0;
+  if (InTitle() && mSubPictureShown >= 0) hidden = mSubPictureShown == 0;
+  stream &= 0x1F;
+  return hidden ? stream | kHidden : stream;
+}
+
+void DVDNavigator::ApplyStreams() {
+  if (!mPresenter) return;
+  int const spu = SelectedSubPicture();
+  mPresenter->SelectStreams(SelectedAudio(), spu < 0 ? 0 : spu & 0x1F,
+                            spu < 0 || (spu & kHidden) != 0);
+}
+
+OSStatus DVDNavigator::GetNumAudioStreams(UInt16* count) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle()) return kDVDErrorNotAllowedNow;
+  UInt16 n = 0;
+  for (int i = 0; i < kMaxAudioStreams; ++i) {
+    if (AudioStreamID(i) >= 0) n = UInt16(i + 1);
+  }
+  *count = n;
+  return noErr;
+}
+
+OSStatus DVDNavigator::GetAudioStream(UInt16* stream) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle()) return kDVDErrorNotAllowedNow;
+  int const id = SelectedAudio();
+  for (int i = 0; i < kMaxAudioStreams; ++i) {
+    if (id >= 0 && AudioStreamID(i) == id) {
+      *stream = UInt16(i);
+      return noErr;
+    }
+  }
+  return kDVDErrorNotAllowedNow;
+}
+
+OSStatus DVDNavigator::SetAudioStream(UInt16 stream) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle()) return kDVDErrorNotAllowedNow;
+  if (AudioStreamID(stream) < 0) return kDVDErrorInvalidArgument;
+  mAudioChoice = stream;
+  ApplyStreams();
+  return noErr;
+}
+
+OSStatus DVDNavigator::GetAudioLanguageCode(UInt16 stream, UInt16* code) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle()) return kDVDErrorNotAllowedNow;
+  if (AudioStreamID(stream) < 0) return kDVDErrorInvalidArgument;
+  *code = LanguageCode(dvdnav_audio_stream_to_lang(mNav, uint8_t(stream)));
+  return noErr;
+}
+
+OSStatus DVDNavigator::GetNumSubPictureStreams(UInt16* count) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle()) return kDVDErrorNotAllowedNow;
+  UInt16 n = 0;
+  for (int i = 0; i < kMaxSubPictureStreams; ++i) {
+    if (SubPictureStreamID(i) >= 0) n = UInt16(i + 1);
+  }
+  *count = n;
+  return noErr;
+}
+
+OSStatus DVDNavigator::GetSubPictureStream(UInt16* stream) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle()) return kDVDErrorNotAllowedNow;
+  int const id = SelectedSubPicture();
+  for (int i = 0; i < kMaxSubPictureStreams; ++i) {
+    if (id >= 0 && SubPictureStreamID(i) == (id & 0x1F)) {
+      *stream = UInt16(i);
+      return noErr;
+    }
+  }
+  return kDVDErrorNotAllowedNow;
+}
+
+OSStatus DVDNavigator::SetSubPictureStream(UInt16 stream) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle()) return kDVDErrorNotAllowedNow;
+  if (SubPictureStreamID(stream) < 0) return kDVDErrorInvalidArgument;
+  mSubPictureChoice = stream;
+  ApplyStreams();
+  return noErr;
+}
+
+OSStatus DVDNavigator::GetSubPictureLanguageCode(UInt16 stream, UInt16* code) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle()) return kDVDErrorNotAllowedNow;
+  if (SubPictureStreamID(stream) < 0) return kDVDErrorInvalidArgument;
+  *code = LanguageCode(dvdnav_spu_stream_to_lang(mNav, uint8_t(stream)));
+  return noErr;
+}
+
+OSStatus DVDNavigator::EnableSubPicture(bool enable) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  mSubPictureShown = enable ? 1 : 0;
+  if (InTitle()) ApplyStreams();
+  return noErr;
+}
+
+OSStatus DVDNavigator::IsSubPictureEnabled(Boolean* enabled) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!InTitle()) {
+    *enabled = mSubPictureShown != 0;
+    return noErr;
+  }
+  int const spu = SelectedSubPicture();
+  *enabled = spu >= 0 && (spu & kHidden) == 0;
+  return noErr;
+}
+
+}  // namespace dvd
