@@ -76,11 +76,6 @@ class DVDPulseAudioSink : public DVDAudioSink {
     mWake.notify_all();
   }
 
-  void Shift(int64_t ticks) override {
-    std::lock_guard<std::mutex> g(mMutex);
-    for (auto& p : mQueue) p.at += ticks;
-  }
-
   void SetVolume(UInt16 volume, bool muted) override {
     std::lock_guard<std::mutex> g(mMutex);
     mVolume = volume;

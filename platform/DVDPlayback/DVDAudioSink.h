@@ -22,8 +22,6 @@ class DVDAudioSink {
   virtual void Flush() = 0;
   // Pause: nothing more is played until released.
   virtual void Hold(bool hold) = 0;
-  // Moves every queued time (after a pause or sleep).
-  virtual void Shift(int64_t ticks) = 0;
   virtual void SetVolume(UInt16 volume, bool muted) = 0;
   // Sample frames played so far.
   virtual int64_t Delivered() = 0;

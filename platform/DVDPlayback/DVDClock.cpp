@@ -16,6 +16,7 @@ int64_t SteadyNanos() {
 DVDClock::DVDClock(bool manual) : mManual(manual), mOrigin(SteadyNanos()) {}
 
 int64_t DVDClock::Now() const {
+  if (mStopped.load()) return mStoppedAt.load();
   if (mManual) {
     std::lock_guard<std::mutex> g(mMutex);
     return mManualNow;
@@ -30,6 +31,11 @@ bool DVDClock::WaitUntil(std::unique_lock<std::mutex>& lk, std::condition_variab
     return !stop() && Now() >= deadline;
   }
   while (!stop() && Now() < deadline) {
+    if (mStopped.load()) {
+      // Stands still until whoever starts it wakes cv.
+      cv.wait(lk);
+      continue;
+    }
     // The offset may move while waiting: the wake-up time is worked out again each round.
     auto const until = std::chrono::steady_clock::time_point(
         std::chrono::nanoseconds(mOrigin + (deadline - mOffset.load()) * 100000 / 9));
@@ -42,7 +48,7 @@ void DVDClock::Advance(int64_t ticks) {
   std::vector<std::function<void()>> listeners;
   {
     std::lock_guard<std::mutex> g(mMutex);
-    mManualNow += ticks;
+    if (!mStopped.load()) mManualNow += ticks;
     for (auto const& [id, listener] : mListeners) listeners.push_back(listener);
   }
   for (auto const& listener : listeners) listener();
@@ -60,8 +66,25 @@ void DVDClock::RemoveListener(int id) {
   mListeners.erase(id);
 }
 
+void DVDClock::SetStopped(bool stopped) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (stopped == mStopped.load()) return;
+  if (stopped) {
+    mStoppedAt = mManual ? mManualNow : (SteadyNanos() - mOrigin) * 9 / 100000 + mOffset.load();
+    mStopped = true;
+    return;
+  }
+  if (!mManual) {
+    // Goes on from where it stood.
+    mOffset += mStoppedAt.load() - ((SteadyNanos() - mOrigin) * 9 / 100000 + mOffset.load());
+  }
+  mStopped = false;
+}
+
+bool DVDClock::IsStopped() const { return mStopped.load(); }
+
 void DVDClock::FollowAudio(bool following, int64_t heard) {
-  if (mManual) return;
+  if (mManual || mStopped.load()) return;
   mFollowing = following;
   if (!following) return;
   // Spread out, so that the picture does not stutter.

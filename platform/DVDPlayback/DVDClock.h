@@ -28,8 +28,13 @@ class DVDClock {
   bool WaitUntil(std::unique_lock<std::mutex>& lk, std::condition_variable& cv, int64_t deadline,
                  std::function<bool()> const& stop) const;
 
-  // Manual clock only: moves time forward and calls the listeners so waiters look again.
+  // Manual clock only: moves time forward (unless stopped) and calls the listeners so
+  // waiters look again.
   void Advance(int64_t ticks);
+  // Stopped, the clock stands still (pause, sleep); started again it goes on from where it
+  // stood. Waiters are not called: whoever stops or starts it wakes its own.
+  void SetStopped(bool stopped);
+  bool IsStopped() const;
   int AddListener(std::function<void()> listener);
   void RemoveListener(int id);
 
@@ -44,6 +49,8 @@ class DVDClock {
   int64_t mOrigin;  // steady-clock nanoseconds at construction
   std::atomic<int64_t> mOffset{0};
   std::atomic<bool> mFollowing{false};
+  std::atomic<bool> mStopped{false};
+  std::atomic<int64_t> mStoppedAt{0};
   mutable std::mutex mMutex;
   int64_t mManualNow = 0;
   int mNextListener = 1;

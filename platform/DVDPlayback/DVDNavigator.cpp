@@ -103,7 +103,6 @@ void DVDNavigator::Sleep() {
   std::lock_guard<std::mutex> g(mMutex);
   if (mSleeping) return;
   mSleeping = true;
-  mSleptAt = mClock.Now();
   HoldPresentation();
   Poke();
 }
@@ -112,13 +111,6 @@ void DVDNavigator::WakeUp() {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mSleeping) return;
   mSleeping = false;
-  int64_t const shift = mClock.Now() - mSleptAt;
-  mPresentedUntil += shift;
-  mReadUntil += shift;
-  mVobuClockStart += shift;
-  if (mNextTimeEvent >= 0) mNextTimeEvent += shift;
-  if (mStillTimed) mStillUntil += shift;
-  if (mPresenter) mPresenter->Shift(shift);
   HoldPresentation();
   Poke();
 }
@@ -137,7 +129,10 @@ void DVDNavigator::SetState(DVDState state) {
 }
 
 void DVDNavigator::HoldPresentation() {
-  if (mPresenter) mPresenter->Hold(mSleeping || mState == kDVDStatePaused);
+  bool const hold = mSleeping || mState == kDVDStatePaused;
+  // Time stands still while nothing plays: what is queued keeps its place on the clock.
+  mClock.SetStopped(hold);
+  if (mPresenter) mPresenter->Hold(hold);
 }
 
 void DVDNavigator::Jumped() {

@@ -184,11 +184,9 @@ class DVDNavigator {
   bool mQuiet = false;       // waiting for a command
   int64_t mClockWait = -1;   // waiting for the clock to reach this
   bool mSleeping = false;
-  int64_t mSleptAt = 0;
 
   DVDState mState = kDVDStateIdle;
   DVDState mPausedFrom = kDVDStatePlaying;
-  int64_t mPausedAt = 0;
   uint64_t mSerial = 0;
 
   // Events read ahead, handled once their turn on the clock comes.

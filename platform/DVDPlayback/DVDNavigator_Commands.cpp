@@ -29,7 +29,6 @@ struct Bookmark {
 OSStatus DVDNavigator::Play() {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
-  int64_t const now = mClock.Now();
   switch (mState) {
     case kDVDStatePlaying:
     case kDVDStatePlayingStill:
@@ -46,13 +45,6 @@ OSStatus DVDNavigator::Play() {
         }
         break;
       }
-      int64_t const shift = now - mPausedAt;
-      mPresentedUntil += shift;
-      mReadUntil += shift;
-      mVobuClockStart += shift;
-      if (mNextTimeEvent >= 0) mNextTimeEvent += shift;
-      if (mStillTimed) mStillUntil += shift;
-      if (mPresenter) mPresenter->Shift(shift);
       SetState(mPausedFrom);
       HoldPresentation();
       break;
@@ -103,7 +95,6 @@ OSStatus DVDNavigator::Pause() {
 void DVDNavigator::PauseNow() {
   mPausedFrom = mState == kDVDStatePlayingStill ? kDVDStatePlayingStill : kDVDStatePlaying;
   if (mState == kDVDStateScanning) EndScan();
-  mPausedAt = mClock.Now();
   SetState(kDVDStatePaused);
   HoldPresentation();
   Poke();

@@ -68,8 +68,6 @@ void DVDNavigator::StartSeek(int64_t target) {
   if (dvdnav_get_position(mNav, &position, &length) != DVDNAV_STATUS_OK) length = 0;
   mSeek = Seek{true, target, 0, length, 0};
   mSeekShown = target;
-  // Paused, the target is the picture on screen from now on.
-  mPausedAt = mClock.Now();
   Position here;
   dvdnav_get_video_resolution(mNav, &here.width, &here.height);
   // dvdnav interpolates inside the cell: a first guess that the probes correct.

@@ -58,13 +58,6 @@ void DVDNullAudioSink::Hold(bool hold) {
   mHeldAt = now;
 }
 
-void DVDNullAudioSink::Shift(int64_t ticks) {
-  std::lock_guard<std::mutex> g(mMutex);
-  for (auto& p : mQueue) p.at += ticks;
-  mCursor += ticks;
-  mHeadStart += ticks;
-}
-
 void DVDNullAudioSink::SetVolume(UInt16, bool) {}
 
 int64_t DVDNullAudioSink::Delivered() {

@@ -16,7 +16,6 @@ class DVDNullAudioSink : public DVDAudioSink {
   void Push(int64_t at, int rate, int16_t const* samples, size_t frames) override;
   void Flush() override;
   void Hold(bool hold) override;
-  void Shift(int64_t ticks) override;
   void SetVolume(UInt16 volume, bool muted) override;
   int64_t Delivered() override;
   bool IsDevice() const override { return false; }

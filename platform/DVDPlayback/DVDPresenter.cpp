@@ -86,8 +86,7 @@ void DVDPresenter::Block(uint8_t const* data, size_t size) {
 }
 
 void DVDPresenter::StartVobu(DVDVobuTiming const& timing) {
-  int64_t const base = mShifted.load();
-  mFeed.Post(DVDDecodeFeed::Kind::Other, [this, timing, base] { DoStartVobu(timing, base); });
+  mFeed.Post(DVDDecodeFeed::Kind::Other, [this, timing] { DoStartVobu(timing); });
 }
 
 void DVDPresenter::EndOfStream() {
@@ -102,22 +101,9 @@ void DVDPresenter::SetPalette(std::array<uint32_t, 16> const& clut) {
   mFeed.Post(DVDDecodeFeed::Kind::Other, [this, clut] { DoSetPalette(clut); });
 }
 
-// At once, for what is queued here and on its way: pictures decoded from now on are placed
-// by the new shift.
-void DVDPresenter::Shift(int64_t ticks) {
-  std::lock_guard<std::mutex> g(mMutex);
-  mSink->Shift(ticks);
-  mShifted += ticks;
-  for (auto& f : mQueue) f.due += ticks;
-  for (auto& p : mPlaced) p.clockStart += ticks;
-  for (auto& stream : mSubpictures) stream.Shift(ticks);
-  mWake.notify_all();
-}
-
 void DVDPresenter::Retime(int64_t from, int num, int den, bool keyFramesOnly) {
-  int64_t const base = mShifted.load();
   mFeed.Post(DVDDecodeFeed::Kind::Other,
-             [=, this] { DoRetime(from, num, den, keyFramesOnly, base); });
+             [=, this] { DoRetime(from, num, den, keyFramesOnly); });
 }
 
 void DVDPresenter::SetTarget(int64_t frame) {
@@ -160,7 +146,7 @@ void DVDPresenter::Payload(DVDPayload const& p) {
       if (p.index >= 0 && size_t(p.index) < mSubpictures.size()) {
         std::lock_guard<std::mutex> g(mMutex);
         mSubpictures[size_t(p.index)].Decode(p.data, p.size,
-                                             at == kNoTime ? kNoTime : at + mShifted);
+                                             at);
         if (mShown && p.index == mTiming.subpictureStream) mRecompose = true;
         mWake.notify_all();
       }
@@ -184,8 +170,7 @@ void DVDPresenter::Payload(DVDPayload const& p) {
 }
 
 void DVDPresenter::Audio(int64_t at, int rate, int16_t const* samples, size_t frames) {
-  std::lock_guard<std::mutex> g(mMutex);
-  mSink->Push(at + mShifted, rate, samples, frames);
+  mSink->Push(at, rate, samples, frames);
 }
 
 void DVDPresenter::VideoFrame(AVFrame* frame) {
@@ -193,7 +178,7 @@ void DVDPresenter::VideoFrame(AVFrame* frame) {
   if (!copy) return;
   std::lock_guard<std::mutex> g(mMutex);
   // In time order: a picture held over a change of speed may come out of turn.
-  int64_t const due = frame->pts + mShifted;
+  int64_t const due = frame->pts;
   auto const at = std::upper_bound(mQueue.begin(), mQueue.end(), due,
                                    [](int64_t d, Frame const& f) { return d < f.due; });
   mQueue.insert(at, {copy, due, PositionAt(due)});
@@ -216,20 +201,15 @@ void DVDPresenter::VideoFrame(AVFrame* frame) {
   mWake.notify_all();
 }
 
-void DVDPresenter::DoStartVobu(DVDVobuTiming const& given, int64_t base) {
+void DVDPresenter::DoStartVobu(DVDVobuTiming const& timing) {
   if (mHaveTiming && mTiming.speed == 1 && !mTiming.keyFramesOnly &&
-      (given.speed != 1 || given.keyFramesOnly)) {
+      (timing.speed != 1 || timing.keyFramesOnly)) {
     mSink->Flush();
   }
   std::lock_guard<std::mutex> g(mMutex);
-  int64_t const shifted = mShifted;
-  // Placed at the shift of its call; pauses since move it on.
-  DVDVobuTiming timing = given;
-  timing.clockStart += shifted - base;
   bool const wasKeyOnly = mTiming.keyFramesOnly;
   bool const titleChanged = mHaveTiming && timing.title != mTiming.title;
   mTiming = timing;
-  mTiming.clockStart -= shifted;
   mHaveTiming = true;
   if (timing.keyFramesOnly != wasKeyOnly) mVideo.SetKeyFramesOnly(timing.keyFramesOnly);
   mVideo.SetSpeed(timing.speed);
@@ -284,7 +264,7 @@ void DVDPresenter::Hold(bool hold) {
   mWake.notify_all();
 }
 
-void DVDPresenter::DoRetime(int64_t at, int num, int den, bool keyFramesOnly, int64_t base) {
+void DVDPresenter::DoRetime(int64_t from, int num, int den, bool keyFramesOnly) {
   if (num <= 0 || den <= 0) return;
   // Reading stops between picture groups, so the pictures the decoder holds for reordering
   // can come out now and be placed again with the rest.
@@ -293,16 +273,14 @@ void DVDPresenter::DoRetime(int64_t at, int num, int den, bool keyFramesOnly, in
   mSink->Flush();
   if (mAudio) mAudio->Flush();
   std::lock_guard<std::mutex> g(mMutex);
-  int64_t const shifted = mShifted;
-  int64_t const from = at + (shifted - base);
   auto const f = [&](int64_t t) { return t > from ? from + (t - from) * num / den : t; };
   if (mHaveTiming) {
-    int64_t const start = mTiming.clockStart + shifted;
+    int64_t const start = mTiming.clockStart;
     if (start < from) {
       mTiming.ptsStart += (from - start) * mTiming.speed;
-      mTiming.clockStart = from - shifted;
+      mTiming.clockStart = from;
     } else {
-      mTiming.clockStart = f(start) - shifted;
+      mTiming.clockStart = f(start);
     }
     mTiming.speed = std::max(1, mTiming.speed * den / num);
     mVideo.SetSpeed(mTiming.speed);

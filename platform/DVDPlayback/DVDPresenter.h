@@ -98,7 +98,6 @@ class DVDPresenter {
   void SetPalette(std::array<uint32_t, 16> const& clut);
   void SetHighlight(DVDHighlight const& highlight);
   void Hold(bool hold);
-  void Shift(int64_t ticks);
   // The speed changed at clock time from by num / den: everything after it, queued or still
   // to be read, is placed again; keyFramesOnly as the new speed decodes.
   void Retime(int64_t from, int num, int den, bool keyFramesOnly);
@@ -154,12 +153,11 @@ class DVDPresenter {
   };
 
   void DoBlock(uint8_t const* data, size_t size);
-  // base: the shift when it was handed over.
-  void DoStartVobu(DVDVobuTiming const& timing, int64_t base);
+  void DoStartVobu(DVDVobuTiming const& timing);
   void DoEndOfStream();
   void DoDiscontinuity();
   void DoSetPalette(std::array<uint32_t, 16> const& clut);
-  void DoRetime(int64_t from, int num, int den, bool keyFramesOnly, int64_t base);
+  void DoRetime(int64_t from, int num, int den, bool keyFramesOnly);
   void DoSetTarget(int64_t frame);
   void DoSelectStreams(int audio, int subpicture, bool forcedOnly);
   void Payload(DVDPayload const& payload);
@@ -190,10 +188,8 @@ class DVDPresenter {
   std::atomic<int> mDecodedAudio{-1};
   bool mHaveTiming = false;
   bool mFlushSubpictures = false;
-  // The group being read; its clockStart does not count the pauses since (mShifted), so
-  // that what the decoders hold over a pause still comes out at the right time.
+  // The group being decoded.
   DVDVobuTiming mTiming;
-  std::atomic<int64_t> mShifted{0};
 
   std::mutex mMutex;
   std::condition_variable mWake;

@@ -176,14 +176,6 @@ void DVDSubpictureDecoder::EndAt(int64_t t) {
   }
 }
 
-void DVDSubpictureDecoder::Shift(int64_t ticks) {
-  for (auto& s : mPictures) {
-    s.start += ticks;
-    if (s.stop != kNoTime) s.stop += ticks;
-  }
-  if (mPts != kNoTime) mPts += ticks;
-}
-
 DVDSubpicture const* DVDSubpictureDecoder::At(int64_t t, bool forcedOnly) {
   // The newest one that has started replaces those before it.
   while (mPictures.size() > 1 && mPictures[1].start <= t) mPictures.pop_front();

@@ -39,8 +39,6 @@ class DVDSubpictureDecoder {
   void EndAt(int64_t t);
   // The subpicture to show at time t, or null; older ones are forgotten.
   DVDSubpicture const* At(int64_t t, bool forcedOnly);
-  // Moves every held time (pause, sleep).
-  void Shift(int64_t ticks);
   // Maps every held time through f (a change of scan speed).
   template <class F>
   void Retime(F const& f) {
