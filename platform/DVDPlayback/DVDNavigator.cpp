@@ -139,6 +139,7 @@ void DVDNavigator::Jumped() {
   mSeek.active = false;
   mSeekShown = -1;
   mStepped = false;
+  mDamageSkip = 0;
   if (mPresenter) {
     mPresenter->SetTarget(-1);
     mPresenter->Discontinuity();
@@ -305,10 +306,8 @@ bool DVDNavigator::CanReadAhead() const {
 void DVDNavigator::ReadAhead() {
   int event = 0;
   int len = 0;
-  if (dvdnav_get_next_block(mNav, mBlock.data(), &event, &len) != DVDNAV_STATUS_OK) {
-    mEvents.PostError(kDVDErrorReadFailed);
-    mReadAhead.clear();
-    SetState(kDVDStateStopped);
+  if (!ReadNextBlock(event, len)) {
+    SkipDamage();
     return;
   }
   if (event == DVDNAV_NOP) return;
@@ -342,6 +341,7 @@ void DVDNavigator::ReadAhead() {
       dsi_t const* const dsi = dvdnav_get_current_nav_dsi(mNav);
       mBlocksLeft = dsi ? int64_t(dsi->dsi_gi.vobu_ea) : 0;
       mAtCellEnd = mInLastCell && dsi && dsi->vobu_sri.next_vobu == SRI_END_OF_CELL;
+      PassedDamage();
       e.titleTime = e.position.inTitle ? std::max<int64_t>(0, dvdnav_get_current_time(mNav)) : 0;
       if (mSeek.active && !SeekLanded(e)) return;
       PlaceVobu(e, pci != nullptr);

@@ -159,6 +159,13 @@ class DVDNavigator {
   // A frame's length in ticks, and the length the disc's time codes count a frame as.
   int64_t FrameTicks(Position const& position) const;
   int64_t TimeCodeFrameTicks(Position const& position) const;
+  // A block, read again once when it cannot be read.
+  bool ReadNextBlock(int& event, int& len);
+  // Reading failed twice: goes on from the first picture group past the damage, or, when
+  // nothing past it can be read, reports the error and stops.
+  void SkipDamage();
+  // At a navigation packet: reading is past the damage last skipped.
+  void PassedDamage();
   // Frames of the current title (0 when not in one).
   int64_t TitleFrames();
   // The disc's stream (MPEG) numbers of a title's logical streams, -1 when absent.
@@ -221,6 +228,8 @@ class DVDNavigator {
   DVDVideoStandard mStandard = kDVDVideoStandardUnknown;
   int mButton = 0;
 
+  uint32_t mDamageAt = 0;    // where reading last failed (sector in the program chain)
+  uint32_t mDamageSkip = 0;  // how far past it the last try went
   Seek mSeek;
   int64_t mSeekShown = -1;  // the frame the last seek went to
   bool mStepped = false;  // the picture shown was stepped to: playing goes on from it

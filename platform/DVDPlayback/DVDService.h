@@ -75,6 +75,9 @@ int HighlightedButton();
 // Sample frames the audio sink has played since the media opened, and whether that sink
 // is a sound device (false: the null sink); -1 without media.
 int64_t AudioFramesDelivered(bool* isDevice = nullptr);
+// Reads of sectors first..first+count-1 of the program chain fail as on a damaged disc
+// (count 0: none fail).
+void FailReadsForTesting(uint32_t first, uint32_t count);
 // The disc's number of the sound stream decoded last; -1 before any or without media.
 int DecodedAudioStream();
 

@@ -1,6 +1,7 @@
 // Frame-exact positions on the barcoded discs: every picture carries its frame number as a
 // row of blocks, read back from the presented picture and from the decoded one and compared
 // with what the service says it shows, while playing, after seeks, steps and chapter jumps.
+#include "DVDBarcode.h"
 #include "DVDTestSession.h"
 
 #include <gtest/gtest.h>
@@ -11,26 +12,12 @@
 namespace tavelo_test {
 namespace {
 
-// The band: 16 blocks of 45 columns at rows 8-39, most significant bit first.
-constexpr int kBlocks = 16;
-constexpr int kBlockWidth = 45;
-constexpr int kBandRow = 24;
+constexpr int kBandRow = kBarcodeRow;
 
 struct Shown {
   DVDPresentedFrameInfo info{};
   int barcode = -1;
 };
-
-// -1 when a block is neither clearly black nor clearly white.
-int ReadBarcode(UInt8 const* row, int bytesPerPixel) {
-  int value = 0;
-  for (int i = 0; i < kBlocks; ++i) {
-    int const level = row[(i * kBlockWidth + kBlockWidth / 2) * bytesPerPixel];
-    if (level > 64 && level < 192) return -1;
-    value = value * 2 + (level >= 192 ? 1 : 0);
-  }
-  return value;
-}
 
 class DVDFramePositionTest : public DVDSessionTest {
  protected:
