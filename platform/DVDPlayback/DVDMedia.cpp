@@ -1,6 +1,8 @@
 #include "DVDMedia.h"
 
 #include "DVDLibraryLog.h"
+#include "DVDScrambling.h"
+#include "PlatformLog.h"
 
 #include <dvdread/dvd_reader.h>
 #include <dvdread/ifo_read.h>
@@ -154,6 +156,11 @@ OSStatus DVDMedia::Construct(std::string const& path) {
   std::unique_ptr<ifo_handle_t, IfoCloser> vmg(::ifoOpen(reader.get(), 0));
   if (!vmg || !vmg->vmgi_mat || !vmg->tt_srpt) return kDVDErrorMediaNotDVD;
   mDiscRegion = (vmg->vmgi_mat->vmg_category >> 16) & 0xFF;
+  if (DVDTitlesScrambled(reader.get(), vmg->vmgi_mat->vmg_nr_of_title_sets) &&
+      !DVDDescramblerInstalled()) {
+    PlatformLog("DVD: %s is scrambled (CSS) and libdvdcss is not installed", path.c_str());
+    return kDVDErrorMediaScrambled;
+  }
 
   if (vmg->vmgi_mat->vmg_nr_of_title_sets > 0) {
     std::unique_ptr<ifo_handle_t, IfoCloser> vts(::ifoOpen(reader.get(), 1));

@@ -17,6 +17,7 @@ constexpr OSStatus kDVDErrorInvalidArgument = -70016;          // null pointer, 
 constexpr OSStatus kDVDErrorMediaAlreadyOpen = -70017;         // close the open media first
 constexpr OSStatus kDVDErrorReadFailed = -70018;               // the disc could not be read
 constexpr OSStatus kDVDErrorRegionCodeUninitialized = -70024;  // the drive's region was never set
+constexpr OSStatus kDVDErrorMediaScrambled = -70030;  // CSS-scrambled, and libdvdcss is missing
 
 using DVDEventCode = UInt32;
 using DVDEventValue = UInt32;

@@ -1,5 +1,6 @@
 // Damaged media: each either is refused with a status or plays until an error event or a
 // stop, never crashing and never hanging (every wait is bounded).
+#include "DVDScrambling.h"
 #include "DVDTestSession.h"
 
 #include "TestLog.h"
@@ -188,6 +189,28 @@ TEST_F(DVDDamagedMediaTest, LibraryMessagesGoToTheDiagnosticLogNotTheTerminal) {
   EXPECT_TRUE(log.find("ffmpeg: ") != std::string::npos || log.find("libdvdnav: ") != std::string::npos ||
               log.find("libdvdread: ") != std::string::npos)
       << log;
+}
+
+}  // namespace
+}  // namespace tavelo_test
+
+namespace tavelo_test {
+namespace {
+
+class DVDScrambledMediaTest : public DVDSessionTest {};
+
+TEST_F(DVDScrambledMediaTest, ScrambledDiscsNeedTheDescramblerToOpen) {
+  // The machines these tests run on have no libdvdcss (Debian ships it through
+  // libdvd-pkg only); with it installed libdvdread descrambles and the disc would open.
+  if (dvd::DVDDescramblerInstalled()) GTEST_SKIP() << "libdvdcss is installed here";
+  FSRef const ref = MakeRef(DiscPath("scrambled"));
+  EXPECT_EQ(kDVDErrorMediaScrambled, DVDOpenMediaFile(&ref));
+  Boolean hasMedia = true;
+  ASSERT_EQ(noErr, DVDHasMedia(&hasMedia));
+  EXPECT_FALSE(hasMedia);
+  // The same disc unmarked opens.
+  FSRef const clear = MakeRef(DiscPath("ntsc43"));
+  EXPECT_EQ(noErr, DVDOpenMediaFile(&clear));
 }
 
 }  // namespace
