@@ -6,6 +6,7 @@
 #include <pulse/simple.h>
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -17,8 +18,12 @@ namespace dvd {
 namespace {
 
 constexpr int kDefaultRate = 48000;
+// How often a server that went away is looked for again.
+constexpr std::chrono::milliseconds kReconnectWait{500};
 // Sound later than this is dropped rather than played out of step with the picture.
-constexpr int64_t kLateLimit = DVDClock::kTicksPerSecond * 40 / 1000;
+constexpr int64_t kLateLimit = DVDClock::kTicksPerSecond * 10 / 1000;
+// Sound later than this has its late beginning cut.
+constexpr int64_t kTrimLimit = DVDClock::kTicksPerSecond * 3 / 1000;
 // The device may steer the clock by this much; further off (starting, a stall) the sound
 // is placed again on the clock instead.
 constexpr int64_t kSteerLimit = DVDClock::kTicksPerSecond / 10;
@@ -105,7 +110,7 @@ class DVDPulseAudioSink : public DVDAudioSink {
         mFlushDevice = false;
         writtenUntil = -1;
         lk.unlock();
-        pa_simple_flush(mStream, nullptr);
+        if (mStream) pa_simple_flush(mStream, nullptr);
         lk.lock();
         mClock.FollowAudio(false, 0);
         continue;
@@ -123,8 +128,23 @@ class DVDPulseAudioSink : public DVDAudioSink {
       int64_t const now = mClock.Now();
       int64_t const duration = int64_t(head.samples.size() / 2) * DVDClock::kTicksPerSecond /
                                head.rate;
-      if (head.at + duration < now - kLateLimit) {
+      // Late for the clock, or for where the device's sound has got to (after a stall):
+      // dropped, so that what follows is heard at its time.
+      int64_t const heardAt = writtenUntil >= 0 ? std::max(now, writtenUntil) : now;
+      if (head.at + duration < heardAt - kLateLimit) {
         mQueue.pop_front();
+        continue;
+      }
+      if (writtenUntil >= 0 && head.at < heardAt - kTrimLimit) {
+        // Partly late: its late beginning goes.
+        size_t const late = size_t((heardAt - head.at) * head.rate / DVDClock::kTicksPerSecond);
+        size_t const frames = head.samples.size() / 2;
+        if (late >= frames) {
+          mQueue.pop_front();
+          continue;
+        }
+        head.samples.erase(head.samples.begin(), head.samples.begin() + std::ptrdiff_t(late * 2));
+        head.at += int64_t(late) * DVDClock::kTicksPerSecond / head.rate;
         continue;
       }
       if (writtenUntil < 0) {
@@ -140,7 +160,7 @@ class DVDPulseAudioSink : public DVDAudioSink {
       UInt16 const volume = mVolume;
       bool const muted = mMuted;
       lk.unlock();
-      if (piece.rate != rate) {
+      if (piece.rate != rate && mStream) {
         pa_simple_drain(mStream, nullptr);
         pa_simple_free(mStream);
         rate = piece.rate;
@@ -155,16 +175,21 @@ class DVDPulseAudioSink : public DVDAudioSink {
       if (ok) latency = pa_simple_get_latency(mStream, nullptr);
       lk.lock();
       if (!ok) {
-        // The server went away: keep time on the system clock, drop the sound.
+        // The server went away: the picture goes on by the system clock, the sound is
+        // dropped, and the server is looked for again every so often.
         mClock.FollowAudio(false, 0);
         writtenUntil = -1;
         mQueue.clear();
-        if (!mStream) mWake.wait_for(lk, std::chrono::milliseconds(200));
-        if (!mStream) {
-          lk.unlock();
-          mStream = OpenStream(rate);
-          lk.lock();
-        }
+        lk.unlock();
+        if (mStream) pa_simple_free(mStream);
+        mStream = nullptr;
+        lk.lock();
+        mWake.wait_for(lk, kReconnectWait, [&] { return mQuit; });
+        if (mQuit) break;
+        lk.unlock();
+        pa_simple* const stream = OpenStream(rate);
+        lk.lock();
+        mStream = stream;
         continue;
       }
       int64_t const start = writtenUntil >= 0 ? std::max(writtenUntil, piece.at) : piece.at;
