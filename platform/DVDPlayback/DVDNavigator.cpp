@@ -408,6 +408,9 @@ void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
 bool DVDNavigator::WaitPresented(std::unique_lock<std::mutex>& lk) {
   uint64_t const serial = mSerial;
   for (;;) {
+    // Paused, a seek or step reads on as far as its picture needs, whatever the time (the
+    // picture after it is only read for while what is read ahead allows).
+    if (mClock.IsStopped() && SeekReadsOn()) return true;
     int64_t const now = mClock.Now();
     EmitDueTimeEvents(std::min(now, mPresentedUntil));
     if (now >= mPresentedUntil) return true;

@@ -152,6 +152,8 @@ class DVDNavigator {
   void PauseNow();
   // A seek has not yet shown its picture: reading goes on while paused.
   bool Seeking() const;
+  // Paused, a seek or step still needs what is read next: nothing after its picture group.
+  bool SeekReadsOn();
   void StartSeek(int64_t target);
   // At a navigation packet during a seek: true when this group holds the target (e gets
   // its offset); otherwise the next probe has been started.

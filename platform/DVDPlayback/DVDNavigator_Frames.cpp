@@ -12,6 +12,8 @@ namespace dvd {
 
 namespace {
 
+// Steps forward up to this far read on from where the picture shown came from.
+constexpr int64_t kStepReadingOn = 60;
 // Halving a title's sectors finds any group of a 2 GiB program chain in 20 probes.
 constexpr int kMaxSeekProbes = 24;
 
@@ -56,6 +58,29 @@ bool DVDNavigator::Seeking() const {
   // Reading goes on until the picture after the target is decoded too (a deinterlacer's
   // neighbour), except at the title's end, where reading on would leave the title.
   return mSeekShown >= 0 && mSeekShown + 1 < mTitleFrames && mPresenter->AfterMissing();
+}
+
+bool DVDNavigator::SeekReadsOn() {
+  if (mSeek.active) return true;
+  int64_t const target = mPresenter ? mPresenter->Target() : -1;
+  if (target < 0) return false;
+  // Never into what may leave the title: the program chain's end, stills, waits, stops.
+  if (mReadAhead.empty()) return !mInLastCell;
+  ReadEvent const& next = mReadAhead.front();
+  switch (next.event) {
+    case DVDNAV_STOP:
+    case DVDNAV_STILL_FRAME:
+    case DVDNAV_WAIT:
+    case DVDNAV_HOP_CHANNEL:
+      return false;
+    case DVDNAV_NAV_PACKET: {
+      if (!next.position.inTitle) return false;
+      int64_t const code = TimeCodeFrameTicks(next.position);
+      return (next.titleTime + code / 2) / code <= target;
+    }
+    default:
+      return true;
+  }
 }
 
 void DVDNavigator::StartSeek(int64_t target) {
@@ -138,9 +163,13 @@ OSStatus DVDNavigator::StepFrame(SInt32 frames) {
   if (target < 0 || target >= TitleFrames()) return kDVDErrorInvalidArgument;
   if (mState != kDVDStatePaused) PauseNow();
   if (frames == 0) return noErr;
-  if (mPresenter->HasPicture(shown.title, target)) {
-    // Decoded already (queued, or kept from the way here): no reading.
+  int64_t const from = pending >= 0 ? pending : shown.frameInTitle;
+  if (mPresenter->HasPicture(shown.title, target) ||
+      (target > from && target - from <= kStepReadingOn && !mPresenter->JumpOnItsWay())) {
+    // Decoded already (queued, or kept from the way here), or a little further on where
+    // reading goes anyway: no jump. Reading goes on until the picture after it is decoded.
     mPresenter->SetTarget(target);
+    mSeekShown = target;
     mStepped = true;
     Poke();
     return noErr;

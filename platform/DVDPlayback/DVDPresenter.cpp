@@ -107,6 +107,13 @@ void DVDPresenter::Retime(int64_t from, int num, int den, bool keyFramesOnly) {
 }
 
 void DVDPresenter::SetTarget(int64_t frame) {
+  // With nothing on its way that it must follow (a jump, another target), at once: a step
+  // to a picture at hand does not wait for what is being decoded.
+  int64_t queued = -1;
+  if (!mFeed.JumpQueued() && !mFeed.QueuedTarget(&queued)) {
+    DoSetTarget(frame);
+    return;
+  }
   mFeed.Post(DVDDecodeFeed::Kind::Target, [this, frame] { DoSetTarget(frame); }, frame);
 }
 

@@ -116,6 +116,8 @@ class DVDPresenter {
   int64_t Target();
   // The picture on screen waits for the one after it to be decoded.
   bool AfterMissing();
+  // A jump has been handed over and not yet carried out.
+  bool JumpOnItsWay() { return mFeed.JumpQueued(); }
   // The position of the picture on screen (frameInTitle -1 when none).
   DVDPicturePosition Shown();
 

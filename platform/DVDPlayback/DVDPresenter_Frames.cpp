@@ -186,3 +186,4 @@ std::shared_ptr<AVFrame const> DVDPresenter::Neighbour(DVDPicturePosition const&
 }
 
 }  // namespace dvd
+

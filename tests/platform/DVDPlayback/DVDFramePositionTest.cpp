@@ -114,6 +114,30 @@ TEST_F(DVDFramePositionTest, StepsBackThenForwardOneFrameAtATime) {
   ExpectShows(315, "40 on");
 }
 
+TEST_F(DVDFramePositionTest, StepsForwardReadOnAcrossGroupsAndChapters) {
+  OpenAndPlay("frames");
+  ASSERT_EQ(noErr, DVDPause());
+  ASSERT_EQ(noErr, DVDSeekToFrame(250));
+  ExpectShows(250, "seek");
+  // Past several picture groups and the second chapter's first frame, one at a time.
+  for (UInt32 frame = 251; frame <= 330; ++frame) {
+    ASSERT_EQ(noErr, DVDStepFrame(1));
+    ExpectShows(frame, "step forward");
+  }
+  EXPECT_EQ(2u, Last(kDVDEventPTT));
+  EXPECT_EQ(kDVDStatePaused, LastState());
+  // To the title's last frame and no further.
+  ASSERT_EQ(noErr, DVDSeekToFrame(890));
+  ExpectShows(890, "near the end");
+  for (UInt32 frame = 891; frame <= 899; ++frame) {
+    ASSERT_EQ(noErr, DVDStepFrame(1));
+    ExpectShows(frame, "to the end");
+  }
+  EXPECT_EQ(kDVDErrorInvalidArgument, DVDStepFrame(1));
+  ExpectShows(899, "at the end");
+  EXPECT_EQ(kDVDStatePaused, LastState());
+}
+
 TEST_F(DVDFramePositionTest, PlayingOnAfterStepsStartsFromTheFrameShown) {
   OpenAndPlay("frames");
   ASSERT_EQ(noErr, DVDSeekToFrame(500));
