@@ -54,7 +54,6 @@ class DVDNavigator {
   // Frame-exact positions in the current title (frame numbers from 0).
   OSStatus SeekToFrame(UInt32 frame);
   OSStatus StepFrame(SInt32 frames);
-  OSStatus GetFrameInTitle(UInt32* frame);
   OSStatus GetTitleFrameCount(UInt32* frames);
   // Sound and subtitle streams of the title, numbered as the disc numbers them (from 0).
   OSStatus GetNumAudioStreams(UInt16* count);

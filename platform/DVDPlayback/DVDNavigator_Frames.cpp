@@ -179,16 +179,6 @@ OSStatus DVDNavigator::StepFrame(SInt32 frames) {
   return noErr;
 }
 
-OSStatus DVDNavigator::GetFrameInTitle(UInt32* frame) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (!InTitle() || !mPresenter) return kDVDErrorNotAllowedNow;
-  DVDPicturePosition const shown = mPresenter->Shown();
-  if (shown.frameInTitle < 0) return kDVDErrorNotAllowedNow;
-  *frame = UInt32(shown.frameInTitle);
-  return noErr;
-}
-
 OSStatus DVDNavigator::GetTitleFrameCount(UInt32* frames) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;

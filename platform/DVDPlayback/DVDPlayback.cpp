@@ -451,7 +451,11 @@ OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* outInfo, void* outPixels,
   if (outPixels && *ioPixelsSize < size) return kDVDErrorInvalidArgument;
   dvd::FillPresentedInfo(*picture, outInfo);
   *ioPixelsSize = size;
-  if (outPixels) std::copy(picture->rgb.begin(), picture->rgb.end(), static_cast<UInt8*>(outPixels));
+  if (outPixels) {
+    std::vector<uint8_t> const& rgb = picture->RGB();
+    if (rgb.size() != size) return kDVDErrorNotAllowedNow;
+    std::copy(rgb.begin(), rgb.end(), static_cast<UInt8*>(outPixels));
+  }
   return noErr;
 }
 

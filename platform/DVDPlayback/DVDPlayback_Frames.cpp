@@ -48,7 +48,14 @@ DVDColorMatrix MatrixOf(AVFrame const* f) {
 
 OSStatus DVDGetFrameInTitle(UInt32* outFrame) {
   if (!outFrame) return kDVDErrorInvalidArgument;
-  return WithNavigator([&](DVDNavigator& n) { return n.GetFrameInTitle(outFrame); });
+  // Answered from the picture on screen, without waiting for the reader.
+  return dvd::WithService([&](dvd::DVDService& s) -> OSStatus {
+    if (!s.mPresenter) return kDVDErrorNoMedia;
+    dvd::DVDPicturePosition const shown = s.mPresenter->Shown();
+    if (shown.title <= 0 || shown.frameInTitle < 0) return kDVDErrorNotAllowedNow;
+    *outFrame = UInt32(shown.frameInTitle);
+    return noErr;
+  });
 }
 
 OSStatus DVDGetTitleFrameCount(UInt32* outFrames) {
@@ -137,8 +144,9 @@ OSStatus DVDCopyPresentedOverlay(DVDPresentedFrameInfo* outInfo, void* outPixels
   outInfo->rowBytes = rowBytes;
   *ioPixelsSize = size;
   if (!outPixels) return noErr;
-  if (picture->overlay.size() == size) {
-    std::copy(picture->overlay.begin(), picture->overlay.end(), static_cast<UInt8*>(outPixels));
+  std::vector<uint8_t> const& overlay = picture->Overlay();
+  if (overlay.size() == size) {
+    std::copy(overlay.begin(), overlay.end(), static_cast<UInt8*>(outPixels));
   } else {
     std::fill_n(static_cast<UInt8*>(outPixels), size, UInt8(0));
   }

@@ -4,7 +4,6 @@
 
 extern "C" {
 #include <libavutil/frame.h>
-#include <libswscale/swscale.h>
 }
 
 namespace dvd {
@@ -59,7 +58,6 @@ DVDPresenter::~DVDPresenter() {
   }
   if (mListener) mClock.RemoveListener(mListener);
   ClearQueue();
-  sws_freeContext(mScaler);
   Publish(nullptr);
 }
 
@@ -406,15 +404,6 @@ void DVDPresenter::Compose(std::unique_lock<std::mutex>& lk) {
   auto picture = std::make_shared<DVDPicture>();
   picture->width = f->width;
   picture->height = f->height;
-  int const rowBytes = f->width * 3;
-  picture->rgb.resize(size_t(rowBytes) * size_t(f->height));
-  mScaler = sws_getCachedContext(mScaler, f->width, f->height, AVPixelFormat(f->format),
-                                 f->width, f->height, AV_PIX_FMT_RGB24, SWS_BICUBIC, nullptr,
-                                 nullptr, nullptr);
-  if (!mScaler) return;
-  uint8_t* dst[4] = {picture->rgb.data(), nullptr, nullptr, nullptr};
-  int dstStride[4] = {rowBytes, 0, 0, 0};
-  sws_scale(mScaler, f->data, f->linesize, 0, f->height, dst, dstStride);
 
   DVDPicturePosition const& position = mShownPosition;
   picture->title = position.title;
@@ -437,11 +426,10 @@ void DVDPresenter::Compose(std::unique_lock<std::mutex>& lk) {
   size_t const stream = size_t(position.subpictureStream) % mSubpictures.size();
   if (DVDSubpicture const* const sub =
           mSubpictures[stream].At(at, position.forcedSubpicturesOnly)) {
-    DVDSubpictureDecoder::Draw(*sub, mHighlight, mClut, picture->rgb.data(), f->width, f->height,
-                               rowBytes);
-    picture->overlay.assign(size_t(f->width) * size_t(f->height) * 4, 0);
-    DVDSubpictureDecoder::DrawLayer(*sub, mHighlight, mClut, picture->overlay.data(), f->width,
-                                    f->height);
+    // Drawn when the picture is converted, in the colours of now.
+    picture->subpicture = std::make_shared<DVDSubpicture const>(*sub);
+    picture->highlight = mHighlight;
+    picture->clut = mClut;
   }
   picture->number = ++mNumber;
   UInt32 const number = picture->number;

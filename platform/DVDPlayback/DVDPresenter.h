@@ -9,6 +9,7 @@
 #include "DVDAudioSink.h"
 #include "DVDClock.h"
 #include "DVDDecodeFeed.h"
+#include "DVDPicture.h"
 #include "DVDDemuxer.h"
 #include "DVDPlayback.h"
 #include "DVDSubpictureDecoder.h"
@@ -25,7 +26,6 @@
 #include <vector>
 
 struct AVFrame;
-struct SwsContext;
 
 namespace dvd {
 
@@ -54,25 +54,6 @@ struct DVDPicturePosition {
   int64_t frameInTitle = -1;  // -1 on a menu
   bool forcedSubpicturesOnly = true;
   int subpictureStream = 0;
-};
-
-// A presented picture: RGB24 rows at the stream's coded size, the decoded picture it was
-// made from, the pictures decoded just before and after it (when there were), and the
-// subpicture and highlight layer alone as RGBA.
-struct DVDPicture {
-  std::vector<uint8_t> rgb;
-  int width = 0;
-  int height = 0;
-  DVDAspectRatio aspect = kDVDAspectRatio4x3;
-  int title = 0;
-  int chapter = 0;
-  int64_t titleTime = 0;
-  UInt32 number = 0;
-  int64_t frameInTitle = -1;
-  std::shared_ptr<AVFrame const> decoded;
-  std::shared_ptr<AVFrame const> before;
-  std::shared_ptr<AVFrame const> after;
-  std::vector<uint8_t> overlay;  // empty when nothing is drawn over the picture
 };
 
 class DVDPresenter {
@@ -211,7 +192,6 @@ class DVDPresenter {
   int64_t mTarget = -1;
   bool mTargetCheck = false;  // a picture came or the target changed
   bool mAfterMissing = false;  // the picture published has no neighbour after it yet
-  SwsContext* mScaler = nullptr;
   UInt32 mNumber = 0;
   UInt16 mVolume = 255;
   bool mMuted = false;

@@ -1,0 +1,55 @@
+#include "DVDPicture.h"
+
+extern "C" {
+#include <libavutil/frame.h>
+#include <libswscale/swscale.h>
+}
+
+namespace dvd {
+
+namespace {
+
+// One scaler a converting thread, kept for the next picture of the same shape.
+struct Scaler {
+  SwsContext* context = nullptr;
+  ~Scaler() { sws_freeContext(context); }
+};
+
+}  // namespace
+
+std::vector<uint8_t> const& DVDPicture::RGB() const {
+  std::lock_guard<std::mutex> g(mMade->mutex);
+  if (mMade->rgb) return mMade->rgbPixels;
+  mMade->rgb = true;
+  AVFrame const* const f = decoded.get();
+  if (!f || f->width <= 0 || f->height <= 0) return mMade->rgbPixels;
+  thread_local Scaler scaler;
+  scaler.context = sws_getCachedContext(scaler.context, f->width, f->height,
+                                        AVPixelFormat(f->format), f->width, f->height,
+                                        AV_PIX_FMT_RGB24, SWS_BICUBIC, nullptr, nullptr, nullptr);
+  if (!scaler.context) return mMade->rgbPixels;
+  int const rowBytes = f->width * 3;
+  std::vector<uint8_t> pixels(size_t(rowBytes) * size_t(f->height));
+  uint8_t* dst[4] = {pixels.data(), nullptr, nullptr, nullptr};
+  int dstStride[4] = {rowBytes, 0, 0, 0};
+  sws_scale(scaler.context, f->data, f->linesize, 0, f->height, dst, dstStride);
+  if (subpicture) {
+    DVDSubpictureDecoder::Draw(*subpicture, highlight, clut, pixels.data(), f->width, f->height,
+                               rowBytes);
+  }
+  mMade->rgbPixels = std::move(pixels);
+  return mMade->rgbPixels;
+}
+
+std::vector<uint8_t> const& DVDPicture::Overlay() const {
+  std::lock_guard<std::mutex> g(mMade->mutex);
+  if (mMade->overlay) return mMade->overlayPixels;
+  mMade->overlay = true;
+  if (!subpicture || width <= 0 || height <= 0) return mMade->overlayPixels;
+  mMade->overlayPixels.assign(size_t(width) * size_t(height) * 4, 0);
+  DVDSubpictureDecoder::DrawLayer(*subpicture, highlight, clut, mMade->overlayPixels.data(),
+                                  width, height);
+  return mMade->overlayPixels;
+}
+
+}  // namespace dvd
