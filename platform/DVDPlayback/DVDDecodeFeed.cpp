@@ -16,6 +16,7 @@ void DVDDecodeFeed::Stop() {
     mQuit = true;
   }
   mWake.notify_all();
+  mRoomFreed.notify_all();
   mThread.join();
   std::lock_guard<std::mutex> g(mMutex);
   mTasks.clear();
@@ -38,6 +39,11 @@ void DVDDecodeFeed::Post(Kind kind, std::function<void()> task, int64_t target) 
   }
   mTasks.push_back({kind, std::move(task)});
   mWake.notify_all();
+}
+
+void DVDDecodeFeed::WaitForRoom() {
+  std::unique_lock<std::mutex> lk(mMutex);
+  mRoomFreed.wait(lk, [&] { return mQuit || mBlocks < mMaxBlocks; });
 }
 
 bool DVDDecodeFeed::HasRoom() const {
@@ -81,7 +87,10 @@ void DVDDecodeFeed::Run() {
     mRunning = false;
     if (task.kind == Kind::Jump) --mJumps;
     if (task.kind == Kind::Target) --mTargets;
-    if (task.kind == Kind::Block) --mBlocks;
+    if (task.kind == Kind::Block) {
+      --mBlocks;
+      mRoomFreed.notify_all();
+    }
     bool const tell = mRoomWanted && mBlocks < mMaxBlocks;
     if (tell) mRoomWanted = false;
     if (tell) {

@@ -1,7 +1,7 @@
-// The decoders' own thread and its bounded queue: the reader hands over blocks and the
-// changes that go with them (picture groups, jumps, speed, targets) and goes on reading;
-// they are carried out here in the order given. A full queue holds the reader back, never
-// the application.
+// A stage's own thread and its bounded queue: the stage before hands over its work (blocks
+// or packets, and the changes that go with them: picture groups, jumps, speed, targets) and
+// goes on; it is carried out here in the order given. A full queue holds the stage before
+// back, never the application.
 #pragma once
 
 #include <condition_variable>
@@ -30,6 +30,8 @@ class DVDDecodeFeed {
   // target: the frame of a Target task.
   void Post(Kind kind, std::function<void()> task, int64_t target = -1);
   bool HasRoom() const;
+  // Blocks until the queue has room for another block (or the feed stops).
+  void WaitForRoom();
   // Called on the feed's thread when room frees after NoticeRoom() (once each time).
   // Once this returns the listener it replaced is not running.
   void SetRoomListener(std::function<void()> listener);
@@ -52,6 +54,7 @@ class DVDDecodeFeed {
   std::function<void()> mRoomListener;
   mutable std::mutex mMutex;
   std::condition_variable mWake;
+  std::condition_variable mRoomFreed;
   std::deque<Task> mTasks;
   size_t mBlocks = 0;
   int mJumps = 0;

@@ -48,6 +48,9 @@ DVDPresenter::DVDPresenter(DVDClock& clock, std::unique_ptr<DVDAudioSink> sink)
 DVDPresenter::~DVDPresenter() {
   // The decoders stop first: what they would hand on has nowhere to go.
   mFeed.Stop();
+  mVideoWork.Stop();
+  mAudioWork.Stop();
+  mSubpictureWork.Stop();
   if (mThread.joinable()) {
     {
       std::lock_guard<std::mutex> g(mMutex);
@@ -69,6 +72,9 @@ bool DVDPresenter::Construct() {
     mWake.notify_all();
   });
   mThread = std::thread([this] { Run(); });
+  mVideoWork.Start();
+  mAudioWork.Start();
+  mSubpictureWork.Start();
   mFeed.Start();
   return true;
 }
@@ -108,8 +114,8 @@ void DVDPresenter::SetTarget(int64_t frame) {
   // With nothing on its way that it must follow (a jump, another target), at once: a step
   // to a picture at hand does not wait for what is being decoded.
   int64_t queued = -1;
-  if (!mFeed.JumpQueued() && !mFeed.QueuedTarget(&queued)) {
-    DoSetTarget(frame);
+  if (!JumpOnItsWay() && !mFeed.QueuedTarget(&queued) && !mVideoWork.QueuedTarget(&queued)) {
+    ApplyTarget(frame);
     return;
   }
   mFeed.Post(DVDDecodeFeed::Kind::Target, [this, frame] { DoSetTarget(frame); }, frame);
@@ -142,36 +148,59 @@ void DVDPresenter::DoBlock(uint8_t const* data, size_t size) {
 
 void DVDPresenter::Payload(DVDPayload const& p) {
   int64_t const at = p.pts != kNoTime ? Map(p.pts) : kNoTime;
+  std::vector<uint8_t> bytes(p.data, p.data + p.size);
   switch (p.kind) {
     case DVDStreamKind::Video:
-      mVideo.Decode(p.data, p.size, at);
+      // Bounded: a slow decoder holds the demultiplexer back, and with it the reader.
+      mVideoWork.WaitForRoom();
+      mVideoWork.Post(DVDDecodeFeed::Kind::Block, [this, bytes = std::move(bytes), at] {
+        mVideo.Decode(bytes.data(), bytes.size(), at);
+      });
       break;
     case DVDStreamKind::Subpicture:
       // Every stream is decoded, so that a change of stream shows what is on screen now.
       if (p.index >= 0 && size_t(p.index) < mSubpictures.size()) {
-        std::lock_guard<std::mutex> g(mMutex);
-        mSubpictures[size_t(p.index)].Decode(p.data, p.size,
-                                             at);
-        if (mShown && p.index == mTiming.subpictureStream) mRecompose = true;
-        mWake.notify_all();
+        bool const shown = p.index == mTiming.subpictureStream;
+        mSubpictureWork.Post(DVDDecodeFeed::Kind::Other,
+                             [this, bytes = std::move(bytes), at, index = p.index, shown] {
+                               std::lock_guard<std::mutex> g(mMutex);
+                               mSubpictures[size_t(index)].Decode(bytes.data(), bytes.size(), at);
+                               if (mShown && shown) mRecompose = true;
+                               mWake.notify_all();
+                             });
       }
       break;
     default:
       // Sound plays at normal speed only.
       if (p.index != mTiming.audioStream || mTiming.speed != 1 || mTiming.keyFramesOnly) break;
-      if (!mAudio || mAudio->Kind() != p.kind) {
-        mAudio = std::make_unique<DVDAudioDecoder>();
-        if (!mAudio->Construct(p.kind, [this](int64_t t, int rate, int16_t const* s, size_t n) {
-              Audio(t, rate, s, n);
-            })) {
-          mAudio.reset();
-          break;
-        }
-      }
-      mAudio->Decode(p.data, p.size, at);
-      mDecodedAudio = p.index;
+      mAudioWork.Post(DVDDecodeFeed::Kind::Other,
+                      [this, bytes = std::move(bytes), at, kind = p.kind, index = p.index] {
+                        DecodeAudio(kind, index, bytes, at);
+                      });
       break;
   }
+}
+
+void DVDPresenter::DecodeAudio(DVDStreamKind kind, int index, std::vector<uint8_t> const& bytes,
+                               int64_t at) {
+  if (!mAudio || mAudio->Kind() != kind) {
+    mAudio = std::make_unique<DVDAudioDecoder>();
+    if (!mAudio->Construct(kind, [this](int64_t t, int rate, int16_t const* s, size_t n) {
+          Audio(t, rate, s, n);
+        })) {
+      mAudio.reset();
+      return;
+    }
+  }
+  mAudio->Decode(bytes.data(), bytes.size(), at);
+  mDecodedAudio = index;
+}
+
+void DVDPresenter::FlushAudio() {
+  mAudioWork.Post(DVDDecodeFeed::Kind::Other, [this] {
+    if (mAudio) mAudio->Flush();
+    mSink->Flush();
+  });
 }
 
 void DVDPresenter::Audio(int64_t at, int rate, int16_t const* samples, size_t frames) {
@@ -209,45 +238,54 @@ void DVDPresenter::VideoFrame(AVFrame* frame) {
 void DVDPresenter::DoStartVobu(DVDVobuTiming const& timing) {
   if (mHaveTiming && mTiming.speed == 1 && !mTiming.keyFramesOnly &&
       (timing.speed != 1 || timing.keyFramesOnly)) {
-    mSink->Flush();
+    FlushAudio();
   }
-  std::lock_guard<std::mutex> g(mMutex);
-  bool const wasKeyOnly = mTiming.keyFramesOnly;
   bool const titleChanged = mHaveTiming && timing.title != mTiming.title;
   mTiming = timing;
   mHaveTiming = true;
-  if (timing.keyFramesOnly != wasKeyOnly) mVideo.SetKeyFramesOnly(timing.keyFramesOnly);
-  mVideo.SetSpeed(timing.speed);
-  // What the menu or title before showed ends where this one starts.
   if (mFlushSubpictures || titleChanged) {
-    for (auto& stream : mSubpictures) stream.EndAt(timing.clockStart);
+    // What the menu or title before showed ends where this one starts.
+    mSubpictureWork.Post(DVDDecodeFeed::Kind::Other, [this, end = timing.clockStart] {
+      std::lock_guard<std::mutex> g(mMutex);
+      for (auto& stream : mSubpictures) stream.EndAt(end);
+    });
   }
   mFlushSubpictures = false;
-  mPlaced.push_back({timing.clockStart, timing});
-  while (mPlaced.size() > kMaxPlaced) mPlaced.pop_front();
+  mVideoWork.Post(DVDDecodeFeed::Kind::Other, [this, timing] {
+    mVideo.SetKeyFramesOnly(timing.keyFramesOnly);
+    mVideo.SetSpeed(timing.speed);
+    std::lock_guard<std::mutex> g(mMutex);
+    mPlaced.push_back({timing.clockStart, timing});
+    while (mPlaced.size() > kMaxPlaced) mPlaced.pop_front();
+  });
 }
 
-void DVDPresenter::DoEndOfStream() { mVideo.Drain(); }
+void DVDPresenter::DoEndOfStream() {
+  mVideoWork.Post(DVDDecodeFeed::Kind::Other, [this] { mVideo.Drain(); });
+}
 
 void DVDPresenter::DoDiscontinuity() {
-  mVideo.Flush();
-  if (mAudio) mAudio->Flush();
-  mSink->Flush();
   mHaveTiming = false;
   // The subpicture on screen stays until the new position's first picture group starts.
   mFlushSubpictures = true;
-  std::lock_guard<std::mutex> g(mMutex);
-  ClearQueue();
-  mPlaced.clear();
-  mWake.notify_all();
+  FlushAudio();
+  mVideoWork.Post(DVDDecodeFeed::Kind::Jump, [this] {
+    mVideo.Flush();
+    std::lock_guard<std::mutex> g(mMutex);
+    ClearQueue();
+    mPlaced.clear();
+    mWake.notify_all();
+  });
 }
 
 void DVDPresenter::DoSetPalette(std::array<uint32_t, 16> const& clut) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (clut == mClut) return;
-  mClut = clut;
-  mRecompose = mShown != nullptr;
-  mWake.notify_all();
+  mVideoWork.Post(DVDDecodeFeed::Kind::Other, [this, clut] {
+    std::lock_guard<std::mutex> g(mMutex);
+    if (clut == mClut) return;
+    mClut = clut;
+    mRecompose = mShown != nullptr;
+    mWake.notify_all();
+  });
 }
 
 void DVDPresenter::SetHighlight(DVDHighlight const& h) {
@@ -271,14 +309,9 @@ void DVDPresenter::Hold(bool hold) {
 
 void DVDPresenter::DoRetime(int64_t from, int num, int den, bool keyFramesOnly) {
   if (num <= 0 || den <= 0) return;
-  // Reading stops between picture groups, so the pictures the decoder holds for reordering
-  // can come out now and be placed again with the rest.
-  mVideo.Drain();
+  auto const f = [=](int64_t t) { return t > from ? from + (t - from) * num / den : t; };
   // Sound plays at normal speed only, and what is queued was for the old one.
-  mSink->Flush();
-  if (mAudio) mAudio->Flush();
-  std::lock_guard<std::mutex> g(mMutex);
-  auto const f = [&](int64_t t) { return t > from ? from + (t - from) * num / den : t; };
+  FlushAudio();
   if (mHaveTiming) {
     int64_t const start = mTiming.clockStart;
     if (start < from) {
@@ -288,27 +321,34 @@ void DVDPresenter::DoRetime(int64_t from, int num, int den, bool keyFramesOnly) 
       mTiming.clockStart = f(start);
     }
     mTiming.speed = std::max(1, mTiming.speed * den / num);
-    mVideo.SetSpeed(mTiming.speed);
   }
-  if (keyFramesOnly != mTiming.keyFramesOnly) mVideo.SetKeyFramesOnly(keyFramesOnly);
   mTiming.keyFramesOnly = keyFramesOnly;
-  for (auto& frame : mQueue) frame.due = f(frame.due);
-  // The group on screen at the change goes on from there at the new speed.
-  auto const on = std::find_if(mPlaced.rbegin(), mPlaced.rend(),
-                               [&](Placed const& p) { return p.clockStart < from; });
-  if (on != mPlaced.rend()) {
-    Placed rest = *on;
-    rest.timing.titleTime += (from - rest.clockStart) * rest.timing.speed;
-    rest.clockStart = from;
-    mPlaced.insert(on.base(), rest);
-  }
-  for (auto& p : mPlaced) {
-    if (p.clockStart < from) continue;
-    p.clockStart = f(p.clockStart);
-    p.timing.speed = std::max(1, p.timing.speed * den / num);
-  }
-  for (auto& stream : mSubpictures) stream.Retime(f);
-  mWake.notify_all();
+  mVideoWork.Post(DVDDecodeFeed::Kind::Other, [=, this, speed = mTiming.speed,
+                                               haveTiming = mHaveTiming] {
+    // Reading stops between picture groups, so the pictures the decoder holds for
+    // reordering can come out now and be placed again with the rest.
+    mVideo.Drain();
+    if (haveTiming) mVideo.SetSpeed(speed);
+    mVideo.SetKeyFramesOnly(keyFramesOnly);
+    std::lock_guard<std::mutex> g(mMutex);
+    for (auto& frame : mQueue) frame.due = f(frame.due);
+    // The group on screen at the change goes on from there at the new speed.
+    auto const on = std::find_if(mPlaced.rbegin(), mPlaced.rend(),
+                                 [&](Placed const& p) { return p.clockStart < from; });
+    if (on != mPlaced.rend()) {
+      Placed rest = *on;
+      rest.timing.titleTime += (from - rest.clockStart) * rest.timing.speed;
+      rest.clockStart = from;
+      mPlaced.insert(on.base(), rest);
+    }
+    for (auto& p : mPlaced) {
+      if (p.clockStart < from) continue;
+      p.clockStart = f(p.clockStart);
+      p.timing.speed = std::max(1, p.timing.speed * den / num);
+    }
+    for (auto& stream : mSubpictures) stream.Retime(f);
+    mWake.notify_all();
+  });
 }
 
 void DVDPresenter::ClearQueue() {
@@ -331,7 +371,9 @@ void DVDPresenter::SetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr proc, 
 }
 
 bool DVDPresenter::IsQuiet() {
-  if (!mFeed.Idle()) return false;
+  if (!mFeed.Idle() || !mVideoWork.Idle() || !mAudioWork.Idle() || !mSubpictureWork.Idle()) {
+    return false;
+  }
   std::lock_guard<std::mutex> g(mMutex);
   if (mRecompose) return false;
   if (mTarget >= 0 && mTargetCheck) return false;

@@ -1,8 +1,9 @@
-// Turns what the navigator reads into pictures and sound: demultiplexes each block,
-// decodes the selected streams, and presents each picture at its time on the service
-// clock (late ones are dropped), converted once to RGB with the subpicture and the menu
-// highlight drawn. Sound goes to the audio sink on the same time line. Its own thread
-// presents; the navigator's thread feeds it.
+// Turns what the navigator reads into pictures and sound, in stages with a thread each:
+// the demultiplexer (fed through a bounded queue), a decoder each for pictures, sound and
+// subpictures (each behind a queue of its own), and the presenter, which shows each picture
+// at its time on the service clock (late ones are dropped), or a seek's or step's picture
+// as soon as it is decoded. Each picture knows its frame in its title; RGB is made only
+// when asked for. Sound goes to the audio sink on the same time line.
 #pragma once
 
 #include "DVDAudioDecoder.h"
@@ -60,6 +61,10 @@ class DVDPresenter {
  public:
   // Blocks the decoders may have waiting: two picture groups at the highest rate.
   static constexpr size_t kFeedBlocks = 1024;
+  // Picture packets the video decoder may have waiting (a picture group and more); sound
+  // and subpicture packets are few and small.
+  static constexpr size_t kVideoPackets = 256;
+  static constexpr size_t kUnbounded = SIZE_MAX;
 
   DVDPresenter(DVDClock& clock, std::unique_ptr<DVDAudioSink> sink);
   ~DVDPresenter();
@@ -98,7 +103,7 @@ class DVDPresenter {
   // The picture on screen waits for the one after it to be decoded.
   bool AfterMissing();
   // A jump has been handed over and not yet carried out.
-  bool JumpOnItsWay() { return mFeed.JumpQueued(); }
+  bool JumpOnItsWay() { return mFeed.JumpQueued() || mVideoWork.JumpQueued(); }
   // The position of the picture on screen (frameInTitle -1 when none).
   DVDPicturePosition Shown();
 
@@ -142,6 +147,11 @@ class DVDPresenter {
   void DoSetPalette(std::array<uint32_t, 16> const& clut);
   void DoRetime(int64_t from, int num, int den, bool keyFramesOnly);
   void DoSetTarget(int64_t frame);
+  void ApplyTarget(int64_t frame);
+  void ApplyStreams(int subpicture, bool forcedOnly);
+  void DecodeAudio(DVDStreamKind kind, int index, std::vector<uint8_t> const& bytes, int64_t at);
+  // Sound queued so far goes (decoder and sink), in order with what comes before it.
+  void FlushAudio();
   void DoSelectStreams(int audio, int subpicture, bool forcedOnly);
   void Payload(DVDPayload const& payload);
   void VideoFrame(AVFrame* frame);
@@ -199,8 +209,12 @@ class DVDPresenter {
   void* mReadyRefCon = nullptr;
   bool mInCallBack = false;
   std::thread mThread;
-  // Declared last: its thread stops before anything it uses goes.
+  // The stages' threads, stopped first: the demultiplexer (fed by the reader), then a decoder
+  // thread each for pictures, sound and subpictures, with their queues.
   DVDDecodeFeed mFeed{kFeedBlocks};
+  DVDDecodeFeed mVideoWork{kVideoPackets};
+  DVDDecodeFeed mAudioWork{kUnbounded};
+  DVDDecodeFeed mSubpictureWork{kUnbounded};
 };
 
 }  // namespace dvd

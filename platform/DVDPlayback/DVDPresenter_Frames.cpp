@@ -49,6 +49,11 @@ DVDPicturePosition DVDPresenter::PositionAt(int64_t due) const {
 }
 
 void DVDPresenter::DoSetTarget(int64_t frame) {
+  // In order with the pictures decoded before it and the jumps that clear them.
+  mVideoWork.Post(DVDDecodeFeed::Kind::Target, [this, frame] { ApplyTarget(frame); }, frame);
+}
+
+void DVDPresenter::ApplyTarget(int64_t frame) {
   std::lock_guard<std::mutex> g(mMutex);
   mTarget = frame;
   mTargetCheck = true;
@@ -63,14 +68,16 @@ bool DVDPresenter::AfterMissing() {
 }
 
 void DVDPresenter::DoSelectStreams(int audio, int subpicture, bool forcedOnly) {
-  if (audio != mTiming.audioStream) {
-    // What was queued of the other track goes.
-    if (mAudio) mAudio->Flush();
-    mSink->Flush();
-  }
+  // What was queued of the other track goes.
+  if (audio != mTiming.audioStream) FlushAudio();
   mTiming.audioStream = audio;
   mTiming.subpictureStream = subpicture;
   mTiming.forcedSubpicturesOnly = forcedOnly;
+  mVideoWork.Post(DVDDecodeFeed::Kind::Other,
+                  [=, this] { ApplyStreams(subpicture, forcedOnly); });
+}
+
+void DVDPresenter::ApplyStreams(int subpicture, bool forcedOnly) {
   std::lock_guard<std::mutex> g(mMutex);
   auto const apply = [&](DVDPicturePosition& p) {
     p.subpictureStream = subpicture;
@@ -89,14 +96,14 @@ void DVDPresenter::DoSelectStreams(int audio, int subpicture, bool forcedOnly) {
 
 int64_t DVDPresenter::Target() {
   int64_t queued = -1;
-  if (mFeed.QueuedTarget(&queued)) return queued;
+  if (mFeed.QueuedTarget(&queued) || mVideoWork.QueuedTarget(&queued)) return queued;
   std::lock_guard<std::mutex> g(mMutex);
   return mTarget;
 }
 
 bool DVDPresenter::HasPicture(int title, int64_t frame) {
   // A jump on its way clears what is queued.
-  if (mFeed.JumpQueued()) return false;
+  if (JumpOnItsWay()) return false;
   std::lock_guard<std::mutex> g(mMutex);
   auto const is = [&](DVDPicturePosition const& p) {
     return p.title == title && p.frameInTitle == frame;
