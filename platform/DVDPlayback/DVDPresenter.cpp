@@ -161,7 +161,8 @@ void DVDPresenter::Payload(DVDPayload const& p) {
       // Every stream is decoded, so that a change of stream shows what is on screen now.
       if (p.index >= 0 && size_t(p.index) < mSubpictures.size()) {
         bool const shown = p.index == mTiming.subpictureStream;
-        mSubpictureWork.Post(DVDDecodeFeed::Kind::Other,
+        mSubpictureWork.WaitForRoom();
+        mSubpictureWork.Post(DVDDecodeFeed::Kind::Block,
                              [this, bytes = std::move(bytes), at, index = p.index, shown] {
                                std::lock_guard<std::mutex> g(mMutex);
                                mSubpictures[size_t(index)].Decode(bytes.data(), bytes.size(), at);
@@ -173,7 +174,8 @@ void DVDPresenter::Payload(DVDPayload const& p) {
     default:
       // Sound plays at normal speed only.
       if (p.index != mTiming.audioStream || mTiming.speed != 1 || mTiming.keyFramesOnly) break;
-      mAudioWork.Post(DVDDecodeFeed::Kind::Other,
+      mAudioWork.WaitForRoom();
+      mAudioWork.Post(DVDDecodeFeed::Kind::Block,
                       [this, bytes = std::move(bytes), at, kind = p.kind, index = p.index] {
                         DecodeAudio(kind, index, bytes, at);
                       });

@@ -61,10 +61,11 @@ class DVDPresenter {
  public:
   // Blocks the decoders may have waiting: two picture groups at the highest rate.
   static constexpr size_t kFeedBlocks = 1024;
-  // Picture packets the video decoder may have waiting (a picture group and more); sound
-  // and subpicture packets are few and small.
+  // Packets the decoders may have waiting: a picture group and more of pictures, a few
+  // seconds of sound, a screenful of subtitles.
   static constexpr size_t kVideoPackets = 256;
-  static constexpr size_t kUnbounded = SIZE_MAX;
+  static constexpr size_t kAudioPackets = 256;
+  static constexpr size_t kSubpicturePackets = 64;
 
   DVDPresenter(DVDClock& clock, std::unique_ptr<DVDAudioSink> sink);
   ~DVDPresenter();
@@ -213,8 +214,8 @@ class DVDPresenter {
   // thread each for pictures, sound and subpictures, with their queues.
   DVDDecodeFeed mFeed{kFeedBlocks};
   DVDDecodeFeed mVideoWork{kVideoPackets};
-  DVDDecodeFeed mAudioWork{kUnbounded};
-  DVDDecodeFeed mSubpictureWork{kUnbounded};
+  DVDDecodeFeed mAudioWork{kAudioPackets};
+  DVDDecodeFeed mSubpictureWork{kSubpicturePackets};
 };
 
 }  // namespace dvd
