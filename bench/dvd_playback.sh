@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The DVD playback service against ffmpeg and mpv on the authored 60-second NTSC title,
 # side by side in one run: decoding flat out (wall time of the decode loops), open to first
-# picture (wall time), and real-time playback for 60 s (CPU time). Builds in release mode and authors the test
-# discs into the build tree: bench/dvd_playback.sh [build-dir [extra cmake options...]]
+# picture (wall time), and real-time playback for 60 s (CPU time). Builds in release mode
+# and authors the test discs into the build tree:
+#   bench/dvd_playback.sh [build-dir [extra cmake options...]]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 dir=${1:-$root/build-bench}
