@@ -6,17 +6,9 @@
 # call latency while playing. Builds in release mode and authors the test discs:
 #   bench/frame_steps.sh [build-dir [extra cmake options...]]
 set -euo pipefail
-root=$(cd "$(dirname "$0")/.." && pwd)
-dir=${1:-$root/build-bench}
-export CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=1
-cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTAVELO_BENCH=ON \
-      -DTAVELO_TESTS=OFF -DCMAKE_CXX_COMPILER_LAUNCHER=ccache \
-      -DCMAKE_C_COMPILER_LAUNCHER=ccache "${@:2}" >/dev/null
-cmake --build "$dir" --target bench_frame_steps
-discs=$dir/discs
-"$root/tests/media/author-discs" "$discs"
-export XDG_RUNTIME_DIR=${XDG_RUNTIME_DIR:-$(mktemp -d)}
-python3 - "$dir/bench/bench_frame_steps" "$discs/long" <<'PY'
+source "$(dirname "$0")/disc_bench.sh"
+disc_bench_setup bench_frame_steps "$@"
+python3 - "$bench" "$discs/long" <<'PY'
 import json, os, select, socket, statistics, subprocess, sys, tempfile, time
 
 bench, disc = sys.argv[1], sys.argv[2]
