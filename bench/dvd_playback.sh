@@ -40,7 +40,7 @@ def ffmpeg_rtime():
     err = subprocess.run(["ffmpeg", "-nostdin", "-benchmark", "-threads", "1", "-i", vob,
                           "-f", "null", "-"], check=True, stdout=subprocess.DEVNULL,
                          stderr=subprocess.PIPE, text=True).stderr
-    line = [l for l in err.splitlines() if l.startswith("bench:")][-1]
+    line = [l for l in err.splitlines() if l.startswith("bench:") and "rtime=" in l][-1]
     return float(line.split("rtime=")[1].rstrip("s"))
 
 ffmpeg = statistics.median(ffmpeg_rtime() for _ in range(3))
