@@ -393,8 +393,7 @@ void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
   timing.chapter = e.position.inTitle ? e.position.part : 0;
   timing.titleTime = e.titleTime;
   if (e.position.inTitle) {
-    int64_t const code = TimeCodeFrameTicks(e.position);
-    timing.firstFrame = (e.titleTime + code / 2) / code;
+    timing.firstFrame = FirstFrame(e);
     timing.frameTicks = FrameTicks(e.position);
   }
   timing.audioStream = SelectedAudio();

@@ -56,14 +56,11 @@ class DVDNavigator {
   OSStatus StepFrame(SInt32 frames);
   OSStatus GetTitleFrameCount(UInt32* frames);
   // Sound and subtitle streams of the title, numbered as the disc numbers them (from 0).
-  OSStatus GetNumAudioStreams(UInt16* count);
-  OSStatus GetAudioStream(UInt16* stream);
-  OSStatus SetAudioStream(UInt16 stream);
-  OSStatus GetAudioLanguageCode(UInt16 stream, UInt16* code);
-  OSStatus GetNumSubPictureStreams(UInt16* count);
-  OSStatus GetSubPictureStream(UInt16* stream);
-  OSStatus SetSubPictureStream(UInt16 stream);
-  OSStatus GetSubPictureLanguageCode(UInt16 stream, UInt16* code);
+  enum class StreamKind { kAudio, kSubPicture };
+  OSStatus GetNumStreams(StreamKind kind, UInt16* count);
+  OSStatus GetStream(StreamKind kind, UInt16* stream);
+  OSStatus SetStream(StreamKind kind, UInt16 stream);
+  OSStatus GetLanguageCode(StreamKind kind, UInt16 stream, UInt16* code);
   OSStatus EnableSubPicture(bool enable);
   OSStatus IsSubPictureEnabled(Boolean* enabled);
   OSStatus GetBookmark(std::vector<UInt8>& data);
@@ -149,7 +146,8 @@ class DVDNavigator {
   // Pictures and sound stop while paused or asleep.
   void HoldPresentation();
   void PauseNow();
-  // A seek has not yet shown its picture: reading goes on while paused.
+  // A seek or step has not yet shown its picture (and the one after it): reading goes on
+  // while paused.
   bool Seeking() const;
   // Paused, a seek or step still needs what is read next: nothing after its picture group.
   bool SeekReadsOn();
@@ -160,6 +158,8 @@ class DVDNavigator {
   // A frame's length in ticks, and the length the disc's time codes count a frame as.
   int64_t FrameTicks(Position const& position) const;
   int64_t TimeCodeFrameTicks(Position const& position) const;
+  // The title's frame number of a picture group's first picture.
+  int64_t FirstFrame(ReadEvent const& e) const;
   // A block, read again once when it cannot be read.
   bool ReadNextBlock(int& event, int& len);
   // Reading failed twice: goes on from the first picture group past the damage, or, when
@@ -172,10 +172,12 @@ class DVDNavigator {
   // The disc's stream (MPEG) numbers of a title's logical streams, -1 when absent.
   int AudioStreamID(int logical);
   int SubPictureStreamID(int logical);
+  int StreamID(StreamKind kind, int logical);
   // What is decoded now: the stream the user chose, else the one the disc selects; the
   // subpicture's 0x80 bit: forced pictures only.
   int SelectedAudio();
   int SelectedSubPicture();
+  int SelectedStream(StreamKind kind);
   // The choices take effect on what is queued too.
   void ApplyStreams();
 

@@ -34,19 +34,13 @@ OSStatus DVDNavigator::Play() {
     case kDVDStatePlayingStill:
       return noErr;
     case kDVDStatePaused: {
+      SetState(mPausedFrom);
       if (mStepped && mPresenter) {
         // Pictures stepped to were shown out of the stream's order: it goes on from the
         // one on screen.
-        DVDPicturePosition const shown = mPresenter->Shown();
-        SetState(mPausedFrom);
-        HoldPresentation();
-        if (shown.frameInTitle >= 0 && shown.frameInTitle + 1 < TitleFrames()) {
-          StartSeek(shown.frameInTitle + 1);
-        }
-        break;
+        int64_t const shown = mPresenter->Shown().frameInTitle;
+        if (shown >= 0 && shown + 1 < TitleFrames()) StartSeek(shown + 1);
       }
-      SetState(mPausedFrom);
-      HoldPresentation();
       break;
     }
     case kDVDStateScanning: {
@@ -96,7 +90,6 @@ void DVDNavigator::PauseNow() {
   mPausedFrom = mState == kDVDStatePlayingStill ? kDVDStatePlayingStill : kDVDStatePlaying;
   if (mState == kDVDStateScanning) EndScan();
   SetState(kDVDStatePaused);
-  HoldPresentation();
   Poke();
 }
 

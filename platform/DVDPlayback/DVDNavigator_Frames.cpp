@@ -30,6 +30,11 @@ int64_t DVDNavigator::TimeCodeFrameTicks(Position const& position) const {
   return IsPAL(position.height) ? 3600 : 3000;
 }
 
+int64_t DVDNavigator::FirstFrame(ReadEvent const& e) const {
+  int64_t const code = TimeCodeFrameTicks(e.position);
+  return (e.titleTime + code / 2) / code;
+}
+
 int64_t DVDNavigator::TitleFrames() {
   int32_t title = 0;
   int32_t part = 0;
@@ -55,7 +60,7 @@ bool DVDNavigator::Seeking() const {
   if (mSeek.active) return true;
   if (!mPresenter) return false;
   if (mPresenter->TargetPending()) return true;
-  // Reading goes on until the picture after the target is decoded too (a deinterlacer's
+  // A seek or step has its picture once the one after it is decoded too (a deinterlacer's
   // neighbour), except at the title's end, where reading on would leave the title.
   return mSeekShown >= 0 && mSeekShown + 1 < mTitleFrames && mPresenter->AfterMissing();
 }
@@ -74,9 +79,7 @@ bool DVDNavigator::SeekReadsOn() {
     case DVDNAV_HOP_CHANNEL:
       return false;
     case DVDNAV_NAV_PACKET: {
-      if (!next.position.inTitle) return false;
-      int64_t const code = TimeCodeFrameTicks(next.position);
-      return (next.titleTime + code / 2) / code <= target;
+      return next.position.inTitle && FirstFrame(next) <= target;
     }
     default:
       return true;
@@ -106,8 +109,7 @@ void DVDNavigator::StartSeek(int64_t target) {
 
 bool DVDNavigator::SeekLanded(ReadEvent& e) {
   int64_t const ticks = FrameTicks(e.position);
-  int64_t const code = TimeCodeFrameTicks(e.position);
-  int64_t const first = (e.titleTime + code / 2) / code;
+  int64_t const first = FirstFrame(e);
   int64_t const frames = std::max<int64_t>(1, (e.vobuSpan + ticks / 2) / ticks);
   bool const inside = first <= mSeek.target && mSeek.target < first + frames;
   uint32_t position = 0;

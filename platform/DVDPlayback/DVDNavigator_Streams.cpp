@@ -15,6 +15,10 @@ constexpr int kHidden = 0x80;
 
 UInt16 LanguageCode(uint16_t code) { return code == 0xFFFF ? 0 : UInt16(code); }
 
+int MaxStreams(DVDNavigator::StreamKind kind) {
+  return kind == DVDNavigator::StreamKind::kAudio ? kMaxAudioStreams : kMaxSubPictureStreams;
+}
+
 }  // namespace
 
 int DVDNavigator::AudioStreamID(int logical) {
@@ -50,25 +54,37 @@ void DVDNavigator::ApplyStreams() {
                             spu < 0 || (spu & kHidden) != 0);
 }
 
-OSStatus DVDNavigator::GetNumAudioStreams(UInt16* count) {
+int DVDNavigator::StreamID(StreamKind kind, int logical) {
+  return kind == StreamKind::kAudio ? AudioStreamID(logical) : SubPictureStreamID(logical);
+}
+
+// The disc's number of the stream decoded now, without the subpicture's flags.
+int DVDNavigator::SelectedStream(StreamKind kind) {
+  if (kind == StreamKind::kAudio) return SelectedAudio();
+  int const spu = SelectedSubPicture();
+  return spu < 0 ? spu : spu & 0x1F;
+}
+
+OSStatus DVDNavigator::GetNumStreams(StreamKind kind, UInt16* count) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
   if (!InTitle()) return kDVDErrorNotAllowedNow;
   UInt16 n = 0;
-  for (int i = 0; i < kMaxAudioStreams; ++i) {
-    if (AudioStreamID(i) >= 0) n = UInt16(i + 1);
+  for (int i = 0; i < MaxStreams(kind); ++i) {
+    if (StreamID(kind, i) >= 0) n = UInt16(i + 1);
   }
   *count = n;
   return noErr;
 }
 
-OSStatus DVDNavigator::GetAudioStream(UInt16* stream) {
+OSStatus DVDNavigator::GetStream(StreamKind kind, UInt16* stream) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
   if (!InTitle()) return kDVDErrorNotAllowedNow;
-  int const id = SelectedAudio();
-  for (int i = 0; i < kMaxAudioStreams; ++i) {
-    if (id >= 0 && AudioStreamID(i) == id) {
+  int const id = SelectedStream(kind);
+  if (id < 0) return kDVDErrorNotAllowedNow;
+  for (int i = 0; i < MaxStreams(kind); ++i) {
+    if (StreamID(kind, i) == id) {
       *stream = UInt16(i);
       return noErr;
     }
@@ -76,67 +92,24 @@ OSStatus DVDNavigator::GetAudioStream(UInt16* stream) {
   return kDVDErrorNotAllowedNow;
 }
 
-OSStatus DVDNavigator::SetAudioStream(UInt16 stream) {
+OSStatus DVDNavigator::SetStream(StreamKind kind, UInt16 stream) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
   if (!InTitle()) return kDVDErrorNotAllowedNow;
-  if (AudioStreamID(stream) < 0) return kDVDErrorInvalidArgument;
-  mAudioChoice = stream;
+  if (StreamID(kind, stream) < 0) return kDVDErrorInvalidArgument;
+  (kind == StreamKind::kAudio ? mAudioChoice : mSubPictureChoice) = stream;
   ApplyStreams();
   return noErr;
 }
 
-OSStatus DVDNavigator::GetAudioLanguageCode(UInt16 stream, UInt16* code) {
+OSStatus DVDNavigator::GetLanguageCode(StreamKind kind, UInt16 stream, UInt16* code) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
   if (!InTitle()) return kDVDErrorNotAllowedNow;
-  if (AudioStreamID(stream) < 0) return kDVDErrorInvalidArgument;
-  *code = LanguageCode(dvdnav_audio_stream_to_lang(mNav, uint8_t(stream)));
-  return noErr;
-}
-
-OSStatus DVDNavigator::GetNumSubPictureStreams(UInt16* count) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (!InTitle()) return kDVDErrorNotAllowedNow;
-  UInt16 n = 0;
-  for (int i = 0; i < kMaxSubPictureStreams; ++i) {
-    if (SubPictureStreamID(i) >= 0) n = UInt16(i + 1);
-  }
-  *count = n;
-  return noErr;
-}
-
-OSStatus DVDNavigator::GetSubPictureStream(UInt16* stream) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (!InTitle()) return kDVDErrorNotAllowedNow;
-  int const id = SelectedSubPicture();
-  for (int i = 0; i < kMaxSubPictureStreams; ++i) {
-    if (id >= 0 && SubPictureStreamID(i) == (id & 0x1F)) {
-      *stream = UInt16(i);
-      return noErr;
-    }
-  }
-  return kDVDErrorNotAllowedNow;
-}
-
-OSStatus DVDNavigator::SetSubPictureStream(UInt16 stream) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (!InTitle()) return kDVDErrorNotAllowedNow;
-  if (SubPictureStreamID(stream) < 0) return kDVDErrorInvalidArgument;
-  mSubPictureChoice = stream;
-  ApplyStreams();
-  return noErr;
-}
-
-OSStatus DVDNavigator::GetSubPictureLanguageCode(UInt16 stream, UInt16* code) {
-  std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (!InTitle()) return kDVDErrorNotAllowedNow;
-  if (SubPictureStreamID(stream) < 0) return kDVDErrorInvalidArgument;
-  *code = LanguageCode(dvdnav_spu_stream_to_lang(mNav, uint8_t(stream)));
+  if (StreamID(kind, stream) < 0) return kDVDErrorInvalidArgument;
+  *code = LanguageCode(kind == StreamKind::kAudio
+                           ? dvdnav_audio_stream_to_lang(mNav, uint8_t(stream))
+                           : dvdnav_spu_stream_to_lang(mNav, uint8_t(stream)));
   return noErr;
 }
 

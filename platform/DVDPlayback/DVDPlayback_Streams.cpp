@@ -5,53 +5,59 @@
 
 using dvd::DVDNavigator;
 using dvd::WithNavigator;
+using Kind = DVDNavigator::StreamKind;
 
 namespace {
 
-// Answers through out (which must not be null) with the navigator.
-template <class T, class F>
-OSStatus Ask(T* out, F&& f) {
+OSStatus NumStreams(Kind kind, UInt16* out) {
   if (!out) return kDVDErrorInvalidArgument;
-  return WithNavigator([&](DVDNavigator& n) { return f(n, out); });
+  return WithNavigator([&](DVDNavigator& n) { return n.GetNumStreams(kind, out); });
+}
+
+OSStatus CurrentStream(Kind kind, UInt16* out) {
+  if (!out) return kDVDErrorInvalidArgument;
+  return WithNavigator([&](DVDNavigator& n) { return n.GetStream(kind, out); });
+}
+
+OSStatus ChooseStream(Kind kind, UInt16 stream) {
+  return WithNavigator([&](DVDNavigator& n) { return n.SetStream(kind, stream); });
+}
+
+OSStatus StreamLanguage(Kind kind, UInt16 stream, DVDLanguageCode* out) {
+  if (!out) return kDVDErrorInvalidArgument;
+  return WithNavigator([&](DVDNavigator& n) { return n.GetLanguageCode(kind, stream, out); });
 }
 
 }  // namespace
 
 OSStatus DVDGetNumAudioStreams(UInt16* outNumStreams) {
-  return Ask(outNumStreams, [](DVDNavigator& n, UInt16* o) { return n.GetNumAudioStreams(o); });
+  return NumStreams(Kind::kAudio, outNumStreams);
 }
 
 OSStatus DVDGetAudioStream(UInt16* outStreamNum) {
-  return Ask(outStreamNum, [](DVDNavigator& n, UInt16* o) { return n.GetAudioStream(o); });
+  return CurrentStream(Kind::kAudio, outStreamNum);
 }
 
-OSStatus DVDSetAudioStream(UInt16 inStreamNum) {
-  return WithNavigator([&](DVDNavigator& n) { return n.SetAudioStream(inStreamNum); });
-}
+OSStatus DVDSetAudioStream(UInt16 inStreamNum) { return ChooseStream(Kind::kAudio, inStreamNum); }
 
 OSStatus DVDGetAudioLanguageCode(UInt16 inStreamNum, DVDLanguageCode* outCode) {
-  return Ask(outCode, [&](DVDNavigator& n, UInt16* o) {
-    return n.GetAudioLanguageCode(inStreamNum, o);
-  });
+  return StreamLanguage(Kind::kAudio, inStreamNum, outCode);
 }
 
 OSStatus DVDGetNumSubPictureStreams(UInt16* outNumStreams) {
-  return Ask(outNumStreams,
-             [](DVDNavigator& n, UInt16* o) { return n.GetNumSubPictureStreams(o); });
+  return NumStreams(Kind::kSubPicture, outNumStreams);
 }
 
 OSStatus DVDGetSubPictureStream(UInt16* outStreamNum) {
-  return Ask(outStreamNum, [](DVDNavigator& n, UInt16* o) { return n.GetSubPictureStream(o); });
+  return CurrentStream(Kind::kSubPicture, outStreamNum);
 }
 
 OSStatus DVDSetSubPictureStream(UInt16 inStreamNum) {
-  return WithNavigator([&](DVDNavigator& n) { return n.SetSubPictureStream(inStreamNum); });
+  return ChooseStream(Kind::kSubPicture, inStreamNum);
 }
 
 OSStatus DVDGetSubPictureLanguageCode(UInt16 inStreamNum, DVDLanguageCode* outCode) {
-  return Ask(outCode, [&](DVDNavigator& n, UInt16* o) {
-    return n.GetSubPictureLanguageCode(inStreamNum, o);
-  });
+  return StreamLanguage(Kind::kSubPicture, inStreamNum, outCode);
 }
 
 OSStatus DVDEnableSubPicture(Boolean inEnable) {
@@ -59,5 +65,6 @@ OSStatus DVDEnableSubPicture(Boolean inEnable) {
 }
 
 OSStatus DVDIsSubPictureEnabled(Boolean* outEnabled) {
-  return Ask(outEnabled, [](DVDNavigator& n, Boolean* o) { return n.IsSubPictureEnabled(o); });
+  if (!outEnabled) return kDVDErrorInvalidArgument;
+  return WithNavigator([&](DVDNavigator& n) { return n.IsSubPictureEnabled(outEnabled); });
 }

@@ -29,10 +29,8 @@ class DVDDamagedPlaybackTest : public DVDSessionTest {
   std::pair<int, int> Shown() {
     Settle();
     DVDPresentedFrameInfo info{};
-    UInt32 size = 0;
-    if (DVDCopyPresentedFrame(&info, nullptr, &size) != noErr) return {-1, -1};
-    std::vector<UInt8> pixels(size);
-    EXPECT_EQ(noErr, DVDCopyPresentedFrame(&info, pixels.data(), &size));
+    std::vector<UInt8> pixels;
+    if (!CopyPresented(info, pixels)) return {-1, -1};
     int const code = ReadBarcode(pixels.data() + size_t(kBarcodeRow) * info.rowBytes + 1, 3);
     return {code, int(info.frameInTitle)};
   }

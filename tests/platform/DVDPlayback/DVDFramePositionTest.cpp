@@ -24,10 +24,8 @@ class DVDFramePositionTest : public DVDSessionTest {
   Shown Presented() {
     Settle();
     Shown s;
-    UInt32 size = 0;
-    EXPECT_EQ(noErr, DVDCopyPresentedFrame(&s.info, nullptr, &size));
-    std::vector<UInt8> pixels(size);
-    EXPECT_EQ(noErr, DVDCopyPresentedFrame(&s.info, pixels.data(), &size));
+    std::vector<UInt8> pixels;
+    EXPECT_TRUE(CopyPresented(s.info, pixels));
     if (pixels.size() >= size_t(s.info.rowBytes) * (kBandRow + 1)) {
       // Green of the RGB row: white and black blocks are far apart in every channel.
       s.barcode = ReadBarcode(pixels.data() + size_t(kBandRow) * s.info.rowBytes + 1, 3);

@@ -58,10 +58,7 @@ class DVDPictureTest : public DVDSessionTest {
   Picture Presented() {
     Settle();
     Picture p;
-    UInt32 size = 0;
-    EXPECT_EQ(noErr, DVDCopyPresentedFrame(&p.info, nullptr, &size));
-    p.pixels.resize(size);
-    EXPECT_EQ(noErr, DVDCopyPresentedFrame(&p.info, p.pixels.data(), &size));
+    EXPECT_TRUE(CopyPresented(p.info, p.pixels));
     EXPECT_EQ(size_t(p.info.rowBytes) * p.info.height, p.pixels.size());
     return p;
   }

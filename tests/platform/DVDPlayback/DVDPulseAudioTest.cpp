@@ -203,10 +203,8 @@ void NoteFlash(UInt32, void* refCon) {
   auto* flashes = static_cast<Flashes*>(refCon);
   double const now = Seconds(Clock::now());
   DVDPresentedFrameInfo info{};
-  UInt32 size = 0;
-  if (DVDCopyPresentedFrame(&info, nullptr, &size) != noErr) return;
-  std::vector<UInt8> pixels(size);
-  if (DVDCopyPresentedFrame(&info, pixels.data(), &size) != noErr) return;
+  std::vector<UInt8> pixels;
+  if (!CopyPresented(info, pixels)) return;
   size_t const centre = size_t(info.height / 2) * info.rowBytes + size_t(info.width / 2) * 3;
   if (centre + 2 >= pixels.size() || pixels[centre] < 128) return;
   std::lock_guard<std::mutex> g(flashes->mutex);

@@ -26,10 +26,8 @@ class DVDStreamSelectionTest : public DVDSessionTest {
   int Green(int x, int y) {
     Settle();
     DVDPresentedFrameInfo info{};
-    UInt32 size = 0;
-    EXPECT_EQ(noErr, DVDCopyPresentedFrame(&info, nullptr, &size));
-    std::vector<UInt8> pixels(size);
-    EXPECT_EQ(noErr, DVDCopyPresentedFrame(&info, pixels.data(), &size));
+    std::vector<UInt8> pixels;
+    EXPECT_TRUE(CopyPresented(info, pixels));
     size_t const i = size_t(y) * info.rowBytes + size_t(x) * 3 + 1;
     return i < pixels.size() ? pixels[i] : -1;
   }

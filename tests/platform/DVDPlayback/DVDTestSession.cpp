@@ -77,6 +77,13 @@ void DVDSessionTest::TearDown() {
   EXPECT_EQ(noErr, DVDDispose());
 }
 
+bool CopyPresented(DVDPresentedFrameInfo& info, std::vector<UInt8>& pixels) {
+  UInt32 size = 0;
+  if (DVDCopyPresentedFrame(&info, nullptr, &size) != noErr) return false;
+  pixels.resize(size);
+  return DVDCopyPresentedFrame(&info, pixels.data(), &size) == noErr && size == pixels.size();
+}
+
 void DVDSessionTest::OpenFile(std::string const& path) {
   FSRef const ref = MakeRef(path);
   ASSERT_EQ(noErr, DVDOpenMediaFile(&ref)) << path;
