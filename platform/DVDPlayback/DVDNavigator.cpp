@@ -43,9 +43,20 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
   dvdnav_menu_language_select(nav, language.data());
   dvdnav_audio_language_select(nav, language.data());
   dvdnav_spu_language_select(nav, language.data());
+  std::vector<int32_t> parts;
+  int32_t titles = 0;
+  if (dvdnav_get_number_of_titles(nav, &titles) == DVDNAV_STATUS_OK) {
+    for (int32_t t = 1; t <= titles; ++t) {
+      int32_t n = 0;
+      parts.push_back(dvdnav_get_number_of_parts(nav, t, &n) == DVDNAV_STATUS_OK ? n : 0);
+    }
+  }
 
   std::lock_guard<std::mutex> g(mMutex);
   mNav = nav;
+  mTitleParts = std::move(parts);
+  mJobs.clear();
+  mJobRunning = false;
   mDiscID = discID;
   mQuit = false;
   mState = kDVDStateIdle;
@@ -62,6 +73,7 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
   mStillInfinite = mStillTimed = false;
   mAudioChoice = mSubPictureChoice = mSubPictureShown = -1;
   mFramesTitle = -1;
+  Publish();
   mListener = mClock.AddListener([this] {
     std::lock_guard<std::mutex> lock(mMutex);
     mWake.notify_all();
@@ -154,8 +166,9 @@ void DVDNavigator::Jumped() {
   Poke();
 }
 
-void DVDNavigator::Restart() {
-  dvdnav_reset(mNav);
+void DVDNavigator::Restart() { dvdnav_reset(mNav); }
+
+void DVDNavigator::ForgetAnnounced() {
   // Everything is announced again as the disc starts over.
   mTitle = mChapter = -1;
   mAspect = kDVDAspectRatioUninitialized;
@@ -171,7 +184,9 @@ void DVDNavigator::Poke() {
 
 bool DVDNavigator::IsQuiet() {
   std::lock_guard<std::mutex> g(mMutex);
-  return !mNav || mQuiet || (mClockWait >= 0 && mClock.Now() < mClockWait);
+  if (!mNav) return true;
+  if (!mJobs.empty() || mJobRunning) return false;
+  return mQuiet || (mClockWait >= 0 && mClock.Now() < mClockWait);
 }
 
 DVDState DVDNavigator::State() {
@@ -184,7 +199,7 @@ int DVDNavigator::HighlightedButton() {
   return mButton;
 }
 
-bool DVDNavigator::InTitle() { return mNav && dvdnav_is_domain_vts(mNav) == 1; }
+bool DVDNavigator::InTitle() { return mNav && mView.inTitle; }
 
 void DVDNavigator::EndScan() {
   mSpeed = 1;
@@ -196,29 +211,48 @@ bool DVDNavigator::TitleUnderway() {
   return InTitle() && mState != kDVDStateIdle && mState != kDVDStateStopped;
 }
 
-bool DVDNavigator::GetTitleAngles(int32_t& current, int32_t& count) {
-  return InTitle() && dvdnav_get_angle_info(mNav, &current, &count) == DVDNAV_STATUS_OK;
+// ---- the thread
+
+void DVDNavigator::Post(std::function<void()> job) {
+  mJobs.push_back(std::move(job));
+  Poke();
 }
 
-// ---- the thread
+void DVDNavigator::RunJob(std::unique_lock<std::mutex>& lk) {
+  std::function<void()> const job = std::move(mJobs.front());
+  mJobs.pop_front();
+  mJobRunning = true;
+  lk.unlock();
+  job();
+  CountTitleFrames();
+  lk.lock();
+  mJobRunning = false;
+  Publish();
+}
+
+bool DVDNavigator::Interrupted(uint64_t serial) const {
+  return mQuit || mSerial != serial || !mJobs.empty();
+}
 
 void DVDNavigator::WaitForWork(std::unique_lock<std::mutex>& lk) {
   uint64_t const serial = mSerial;
   mQuiet = true;
-  mWake.wait(lk, [&] { return mQuit || !mQuiet || mSerial != serial; });
+  mWake.wait(lk, [&] { return Interrupted(serial) || !mQuiet; });
   mQuiet = false;
 }
 
 void DVDNavigator::WaitForRoom(std::unique_lock<std::mutex>& lk) {
   uint64_t const serial = mSerial;
-  mWake.wait(lk, [&] {
-    return mQuit || mSerial != serial || !Active() || mPresenter->HasRoom();
-  });
+  mWake.wait(lk, [&] { return Interrupted(serial) || !Active() || mPresenter->HasRoom(); });
 }
 
 void DVDNavigator::Run() {
   std::unique_lock<std::mutex> lk(mMutex);
   while (!mQuit) {
+    if (!mJobs.empty()) {
+      RunJob(lk);
+      continue;
+    }
     if (!Active()) {
       WaitForWork(lk);
       continue;
@@ -234,7 +268,7 @@ void DVDNavigator::Run() {
       uint64_t const serial = mSerial;
       mClockWait = mStillUntil;
       bool const reached = mClock.WaitUntil(lk, mWake, mStillUntil, [&] {
-        return mQuit || !Active() || mSerial != serial || mClockWait < 0;
+        return Interrupted(serial) || !Active() || mClockWait < 0;
       });
       mClockWait = -1;
       if (mSerial != serial) {
@@ -255,7 +289,7 @@ void DVDNavigator::Run() {
         WaitForRoom(lk);
         continue;
       }
-      ReadAhead();
+      ReadAhead(lk);
       continue;
     }
     if (mReadAhead.empty()) {
@@ -303,10 +337,18 @@ bool DVDNavigator::CanReadAhead() const {
   return groups < 2;
 }
 
-void DVDNavigator::ReadAhead() {
+void DVDNavigator::ReadAhead(std::unique_lock<std::mutex>& lk) {
   int event = 0;
   int len = 0;
-  if (!ReadNextBlock(event, len)) {
+  uint64_t const serial = mSerial;
+  // The block is read without the lock: commands are taken meanwhile.
+  lk.unlock();
+  bool const read = ReadNextBlock(event, len);
+  if (read && event != DVDNAV_BLOCK_OK && event != DVDNAV_NOP) CountTitleFrames();
+  lk.lock();
+  // A jump came while reading: what was read belongs to before it.
+  if (mSerial != serial) return;
+  if (!read) {
     SkipDamage();
     return;
   }
@@ -319,6 +361,7 @@ void DVDNavigator::ReadAhead() {
     if (mPresenter && len > 0) mPresenter->Block(mBlock.data(), size_t(len));
     return;
   }
+  Publish();
   ReadEvent e;
   e.event = event;
   std::memcpy(e.data.data(), mBlock.data(),
@@ -417,7 +460,7 @@ bool DVDNavigator::WaitPresented(std::unique_lock<std::mutex>& lk) {
     if (TimeEventsDue() && mNextTimeEvent < target) target = mNextTimeEvent;
     mClockWait = target;
     bool const reached = mClock.WaitUntil(lk, mWake, target, [&] {
-      return mQuit || !Active() || mSerial != serial || mClockWait < 0;
+      return Interrupted(serial) || !Active() || mClockWait < 0;
     });
     mClockWait = -1;
     if (!reached) return false;
@@ -514,59 +557,6 @@ void DVDNavigator::HandleNavPacket(ReadEvent const& e) {
   if (mNextTimeEvent < 0) mNextTimeEvent = start;
   if (mState == kDVDStatePlayingStill) SetState(kDVDStatePlaying);
   ShowHighlight(0);
-}
-
-void DVDNavigator::ShowHighlight(int mode) {
-  if (!mPresenter) return;
-  DVDHighlight highlight;
-  pci_t* const pci = dvdnav_get_current_nav_pci(mNav);
-  int32_t button = 0;
-  dvdnav_highlight_area_t area{};
-  if (pci && pci->hli.hl_gi.hli_ss != 0 && pci->hli.hl_gi.btn_ns > 0 &&
-      dvdnav_get_current_highlight(mNav, &button) == DVDNAV_STATUS_OK && button > 0 &&
-      dvdnav_get_highlight_area(pci, button, mode, &area) == DVDNAV_STATUS_OK) {
-    highlight.visible = true;
-    highlight.x0 = area.sx;
-    highlight.y0 = area.sy;
-    highlight.x1 = area.ex;
-    highlight.y1 = area.ey;
-    highlight.palette = area.palette;
-  }
-  mPresenter->SetHighlight(highlight);
-}
-
-void DVDNavigator::ReportPosition(Position const& position) {
-  int32_t title = position.title;
-  int32_t const part = position.part;
-  bool const inTitle = position.inTitle;
-  if (!inTitle) title = 0;
-  uint32_t const height = position.height;
-  DVDVideoStandard const standard =
-      height == 0 ? mStandard : (height == 576 || height == 288 ? kDVDVideoStandardPAL
-                                                                : kDVDVideoStandardNTSC);
-  DVDAspectRatio const aspect =
-      position.aspect == 3 ? kDVDAspectRatio16x9 : kDVDAspectRatio4x3;
-
-  bool const titleChanged = title != mTitle;
-  if (titleChanged) {
-    mTitle = title;
-    mEvents.Post(kDVDEventTitle, DVDEventValue(title));
-    // Title time starts again with the title's first picture group.
-    mNextTimeEvent = -1;
-  }
-  if (standard != mStandard) {
-    mStandard = standard;
-    mEvents.Post(kDVDEventVideoStandard, DVDEventValue(standard));
-  }
-  if (aspect != mAspect) {
-    mAspect = aspect;
-    mEvents.Post(kDVDEventDisplayMode, DVDEventValue(aspect));
-  }
-  if (inTitle && (titleChanged || part != mChapter)) {
-    mChapter = part;
-    mEvents.Post(kDVDEventPTT, DVDEventValue(part));
-  }
-  if (!inTitle) mChapter = -1;
 }
 
 }  // namespace dvd

@@ -1,7 +1,9 @@
 // Navigation over libdvdnav on a thread of its own: reads the disc block by block, paces
 // it against the clock by the stream's time stamps, follows cells, programs, stills and
 // jumps, keeps the menu highlight, and reports title, chapter, display, playback-state and
-// time events. Commands come from the application's thread and take effect at once.
+// time events. Only the reading thread touches libdvdnav: the application's commands change
+// what they can at once and hand the machine's part to that thread, to be done before its
+// next block; questions are answered from what the thread last saw of the machine.
 #pragma once
 
 #include "DVDClock.h"
@@ -13,6 +15,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -77,6 +80,35 @@ class DVDNavigator {
   bool IsQuiet();
 
  private:
+  // A menu button: its rectangle in the picture and its neighbours (1-based).
+  struct Button {
+    uint16_t x0 = 0, y0 = 0, x1 = 0, y1 = 0;
+    uint8_t up = 0, down = 0, left = 0, right = 0;
+  };
+  // What the machine said when the reader last looked (after each event and command).
+  struct View {
+    bool inTitle = false;
+    bool inMenu = false;
+    bool inManagerMenu = false;  // the disc's own menus, before any title set
+    int32_t title = 0;           // in a menu: 0 and the menu's number
+    int32_t part = 0;
+    uint32_t width = 0;
+    uint32_t height = 0;
+    bool hasAngles = false;
+    int32_t angle = 0;
+    int32_t angles = 0;
+    int64_t titleFrames = 0;
+    // Logical stream -> the disc's stream number (-1: none), and its language.
+    std::array<int8_t, 8> audioIDs{};
+    std::array<UInt16, 8> audioLanguages{};
+    std::array<int8_t, 32> subPictureIDs{};
+    std::array<UInt16, 32> subPictureLanguages{};
+    int discAudio = -1;  // what the machine selects
+    int discSubPicture = -1;
+    int buttonCount = 0;
+    std::array<Button, 36> buttons{};
+  };
+
   // dvdnav's position when an event was read.
   struct Position {
     bool inTitle = false;
@@ -108,18 +140,30 @@ class DVDNavigator {
   };
 
   void Run();
+  // Commands' work on the machine, done by the reading thread without the lock, in order.
+  void Post(std::function<void()> job);
+  void RunJob(std::unique_lock<std::mutex>& lk);
+  // A command, a jump or the end has come: a wait gives way.
+  bool Interrupted(uint64_t serial) const;
+  // Takes down what the machine says now (reader, lock held).
+  void Publish();
+  // The current title's frame count, worked out once a title (reader, without the lock: it
+  // reads the title set's information file).
+  void CountTitleFrames();
   // Reading runs one picture group ahead of presentation so that the sound multiplexed
   // after its pictures arrives in time.
   bool CanReadAhead() const;
-  void ReadAhead();
+  void ReadAhead(std::unique_lock<std::mutex>& lk);
   // Where a group read ahead will be presented.
   void PlaceVobu(ReadEvent const& e, bool hasPci);
   bool Active() const;
   void SetState(DVDState state);
   // A command moved the position: what was read ahead no longer counts.
   void Jumped();
-  // Back to the disc's first-play state.
+  // Back to the disc's first-play state (reader, without the lock), and what is announced
+  // again after it.
   void Restart();
+  void ForgetAnnounced();
   // A command changed something the thread waits on.
   void Poke();
   bool WaitPresented(std::unique_lock<std::mutex>& lk);
@@ -138,7 +182,8 @@ class DVDNavigator {
   void EndScan();
   // In a title that plays, pauses or scans: where chapters and bookmarks make sense.
   bool TitleUnderway();
-  bool GetTitleAngles(int32_t& current, int32_t& count);
+  // Chapters of a title of the disc (0: no such title).
+  int32_t TitleParts(int32_t title) const;
   OSStatus SearchChapter(bool previous);
   // Tells the presenter the selected button's rectangle and colours (mode 0 selected,
   // 1 activated), or that none shows.
@@ -167,11 +212,7 @@ class DVDNavigator {
   void SkipDamage();
   // At a navigation packet: reading is past the damage last skipped.
   void PassedDamage();
-  // Frames of the current title (0 when not in one).
-  int64_t TitleFrames();
-  // The disc's stream (MPEG) numbers of a title's logical streams, -1 when absent.
-  int AudioStreamID(int logical);
-  int SubPictureStreamID(int logical);
+  // The disc's stream (MPEG) number of a title's logical stream, -1 when absent.
   int StreamID(StreamKind kind, int logical);
   // What is decoded now: the stream the user chose, else the one the disc selects; the
   // subpicture's 0x80 bit: forced pictures only.
@@ -224,6 +265,11 @@ class DVDNavigator {
   int64_t mNextTimeEvent = -1;
   int64_t mTitleLength = 0;
 
+  View mView;
+  std::vector<int32_t> mTitleParts;  // chapters of each title, from the disc's manager
+  std::deque<std::function<void()>> mJobs;
+  bool mJobRunning = false;
+
   // What the application was told last.
   int32_t mTitle = -1;
   int32_t mChapter = -1;
@@ -239,6 +285,7 @@ class DVDNavigator {
   int mAudioChoice = -1;  // logical streams the user chose, -1: as the disc says
   int mSubPictureChoice = -1;
   int mSubPictureShown = -1;  // 1 shown, 0 hidden, -1: as the disc says
+  // The reader's own: the title last counted.
   int32_t mFramesTitle = -1;
   int64_t mTitleFrames = 0;
 };

@@ -1,6 +1,10 @@
 // The navigator's commands: playback, scan, chapters, menus, angles, buttons and bookmarks.
-// The reading thread and its pacing are in DVDNavigator.cpp.
+// Each is checked against what the reader last saw of the machine and answered at once; what
+// libdvdnav must do is posted to the reader, which does it before its next block. The reading
+// thread and its pacing are in DVDNavigator.cpp.
 #include "DVDNavigator.h"
+
+#include "PlatformLog.h"
 
 #include <dvdnav/dvdnav.h>
 
@@ -39,7 +43,7 @@ OSStatus DVDNavigator::Play() {
         // Pictures stepped to were shown out of the stream's order: it goes on from the
         // one on screen.
         int64_t const shown = mPresenter->Shown().frameInTitle;
-        if (shown >= 0 && shown + 1 < TitleFrames()) StartSeek(shown + 1);
+        if (shown >= 0 && shown + 1 < mView.titleFrames) StartSeek(shown + 1);
       }
       break;
     }
@@ -64,9 +68,13 @@ OSStatus DVDNavigator::Play() {
     }
     case kDVDStateStopped:
       // Playing again after a stop starts the disc from the beginning.
-      Restart();
       Jumped();
       SetState(kDVDStatePlaying);
+      Post([this] {
+        Restart();
+        std::lock_guard<std::mutex> g(mMutex);
+        ForgetAnnounced();
+      });
       break;
     default:
       Jumped();
@@ -150,34 +158,33 @@ OSStatus DVDNavigator::SearchChapter(bool previous) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
   if (!TitleUnderway()) return kDVDErrorNotAllowedNow;
-  // The first chapter has no previous one: it starts again.
-  bool const found = previous ? dvdnav_prev_pg_search(mNav) == DVDNAV_STATUS_OK ||
-                                    dvdnav_top_pg_search(mNav) == DVDNAV_STATUS_OK
-                              : dvdnav_next_pg_search(mNav) == DVDNAV_STATUS_OK;
-  if (!found) return kDVDErrorNotAllowedNow;
-  Jumped();
+  // The last chapter has no next one; the first has no previous one: it starts again.
+  if (!previous && mView.part >= TitleParts(mView.title)) return kDVDErrorNotAllowedNow;
+  Post([this, previous] {
+    bool const found = previous ? dvdnav_prev_pg_search(mNav) == DVDNAV_STATUS_OK ||
+                                      dvdnav_top_pg_search(mNav) == DVDNAV_STATUS_OK
+                                : dvdnav_next_pg_search(mNav) == DVDNAV_STATUS_OK;
+    std::lock_guard<std::mutex> g(mMutex);
+    if (found) Jumped();
+  });
   return noErr;
 }
 
 OSStatus DVDNavigator::IsOnMenu(Boolean* onMenu, DVDMenu* menu) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
-  bool const inMenu = mState != kDVDStateIdle && mState != kDVDStateStopped &&
-                      (dvdnav_is_domain_vmgm(mNav) == 1 || dvdnav_is_domain_vtsm(mNav) == 1);
+  bool const inMenu = mState != kDVDStateIdle && mState != kDVDStateStopped && mView.inMenu;
   *onMenu = inMenu;
   *menu = kDVDMenuNone;
   if (!inMenu) return noErr;
-  int32_t title = 0;
-  int32_t part = 0;
-  dvdnav_current_title_info(mNav, &title, &part);
-  switch (part) {
+  switch (mView.part) {
     case DVD_MENU_Title: *menu = kDVDMenuTitle; break;
     case DVD_MENU_Root: *menu = kDVDMenuRoot; break;
     case DVD_MENU_Subpicture: *menu = kDVDMenuSubPicture; break;
     case DVD_MENU_Audio: *menu = kDVDMenuAudio; break;
     case DVD_MENU_Angle: *menu = kDVDMenuAngle; break;
     case DVD_MENU_Part: *menu = kDVDMenuPTT; break;
-    default: *menu = dvdnav_is_domain_vmgm(mNav) == 1 ? kDVDMenuTitle : kDVDMenuRoot; break;
+    default: *menu = mView.inManagerMenu ? kDVDMenuTitle : kDVDMenuRoot; break;
   }
   return noErr;
 }
@@ -196,50 +203,54 @@ OSStatus DVDNavigator::GoToMenu(DVDMenu menu) {
     default: return kDVDErrorInvalidArgument;
   }
   if (mState == kDVDStateIdle || mState == kDVDStateStopped) return kDVDErrorNotAllowedNow;
-  if (dvdnav_menu_call(mNav, id) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
-  mSpeed = 1;
-  mReverse = false;
-  if (mState == kDVDStateScanning) SetState(kDVDStatePlaying);
-  Jumped();
+  Post([this, id, menu] {
+    bool const called = dvdnav_menu_call(mNav, id) == DVDNAV_STATUS_OK;
+    std::lock_guard<std::mutex> g(mMutex);
+    if (!called) {
+      PlatformLog("DVD: the disc has no menu %d here", int(menu));
+      return;
+    }
+    EndScan();
+    if (mState == kDVDStateScanning) SetState(kDVDStatePlaying);
+    Jumped();
+  });
   return noErr;
 }
 
 OSStatus DVDNavigator::ReturnToTitle() {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
-  if (mState == kDVDStateIdle || mState == kDVDStateStopped) return kDVDErrorNotAllowedNow;
-  if (dvdnav_is_domain_vmgm(mNav) != 1 && dvdnav_is_domain_vtsm(mNav) != 1) {
+  if (mState == kDVDStateIdle || mState == kDVDStateStopped || !mView.inMenu) {
     return kDVDErrorNotAllowedNow;
   }
-  // Resume the title the menu was called from; a disc that starts on its menu has none,
-  // so play its first title.
-  bool const resumed = dvdnav_menu_call(mNav, DVD_MENU_Escape) == DVDNAV_STATUS_OK &&
-                       dvdnav_is_domain_vts(mNav) == 1;
-  if (!resumed && dvdnav_title_play(mNav, 1) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
-  Jumped();
+  Post([this] {
+    // Resume the title the menu was called from; a disc that starts on its menu has none,
+    // so play its first title.
+    bool const resumed = dvdnav_menu_call(mNav, DVD_MENU_Escape) == DVDNAV_STATUS_OK &&
+                         dvdnav_is_domain_vts(mNav) == 1;
+    bool const played = resumed || dvdnav_title_play(mNav, 1) == DVDNAV_STATUS_OK;
+    std::lock_guard<std::mutex> g(mMutex);
+    if (played) Jumped();
+  });
   return noErr;
 }
 
 OSStatus DVDNavigator::GetAngleInfo(UInt16* numAngles, UInt16* angle) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
-  int32_t current = 0;
-  int32_t count = 0;
-  if (!GetTitleAngles(current, count)) return kDVDErrorNotAllowedNow;
-  if (numAngles) *numAngles = UInt16(count);
-  if (angle) *angle = UInt16(current);
+  if (!InTitle() || !mView.hasAngles) return kDVDErrorNotAllowedNow;
+  if (numAngles) *numAngles = UInt16(mView.angles);
+  if (angle) *angle = UInt16(mView.angle);
   return noErr;
 }
 
 OSStatus DVDNavigator::SetAngle(UInt16 angle) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
-  int32_t current = 0;
-  int32_t count = 0;
-  if (!GetTitleAngles(current, count)) return kDVDErrorNotAllowedNow;
-  if (angle < 1 || angle > count) return kDVDErrorInvalidArgument;
-  if (angle == current) return noErr;
-  if (dvdnav_angle_change(mNav, angle) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
+  if (!InTitle() || !mView.hasAngles) return kDVDErrorNotAllowedNow;
+  if (angle < 1 || angle > mView.angles) return kDVDErrorInvalidArgument;
+  if (angle == mView.angle) return noErr;
+  Post([this, angle] { dvdnav_angle_change(mNav, angle); });
   return noErr;
 }
 
@@ -249,24 +260,40 @@ OSStatus DVDNavigator::UserNavigation(DVDUserNavigation navigation) {
   if (navigation < kDVDUserNavigationMoveUp || navigation > kDVDUserNavigationEnter) {
     return kDVDErrorInvalidArgument;
   }
-  pci_t* const pci = dvdnav_get_current_nav_pci(mNav);
-  if (mState == kDVDStateIdle || mState == kDVDStateStopped || !pci ||
-      pci->hli.hl_gi.btn_ns == 0) {
+  if (mState == kDVDStateIdle || mState == kDVDStateStopped || mView.buttonCount == 0) {
     return kDVDErrorNotAllowedNow;
   }
-  dvdnav_status_t status = DVDNAV_STATUS_ERR;
-  switch (navigation) {
-    case kDVDUserNavigationMoveUp: status = dvdnav_upper_button_select(mNav, pci); break;
-    case kDVDUserNavigationMoveDown: status = dvdnav_lower_button_select(mNav, pci); break;
-    case kDVDUserNavigationMoveLeft: status = dvdnav_left_button_select(mNav, pci); break;
-    case kDVDUserNavigationMoveRight: status = dvdnav_right_button_select(mNav, pci); break;
-    default: status = dvdnav_button_activate(mNav, pci); break;
+  // The button a move lands on is known now, from the menu's own neighbour table.
+  if (mButton >= 1 && mButton <= mView.buttonCount) {
+    Button const& from = mView.buttons[size_t(mButton - 1)];
+    int to = mButton;
+    switch (navigation) {
+      case kDVDUserNavigationMoveUp: to = from.up; break;
+      case kDVDUserNavigationMoveDown: to = from.down; break;
+      case kDVDUserNavigationMoveLeft: to = from.left; break;
+      case kDVDUserNavigationMoveRight: to = from.right; break;
+      default: break;
+    }
+    if (to >= 1 && to <= mView.buttonCount) mButton = to;
   }
-  if (status != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
-  int32_t button = 0;
-  if (dvdnav_get_current_highlight(mNav, &button) == DVDNAV_STATUS_OK) mButton = button;
-  ShowHighlight(navigation == kDVDUserNavigationEnter ? 1 : 0);
-  if (navigation == kDVDUserNavigationEnter) Jumped();
+  Post([this, navigation] {
+    pci_t* const pci = dvdnav_get_current_nav_pci(mNav);
+    if (!pci) return;
+    dvdnav_status_t status = DVDNAV_STATUS_ERR;
+    switch (navigation) {
+      case kDVDUserNavigationMoveUp: status = dvdnav_upper_button_select(mNav, pci); break;
+      case kDVDUserNavigationMoveDown: status = dvdnav_lower_button_select(mNav, pci); break;
+      case kDVDUserNavigationMoveLeft: status = dvdnav_left_button_select(mNav, pci); break;
+      case kDVDUserNavigationMoveRight: status = dvdnav_right_button_select(mNav, pci); break;
+      default: status = dvdnav_button_activate(mNav, pci); break;
+    }
+    std::lock_guard<std::mutex> g(mMutex);
+    if (status != DVDNAV_STATUS_OK) return;
+    int32_t button = 0;
+    if (dvdnav_get_current_highlight(mNav, &button) == DVDNAV_STATUS_OK) mButton = button;
+    ShowHighlight(navigation == kDVDUserNavigationEnter ? 1 : 0);
+    if (navigation == kDVDUserNavigationEnter) Jumped();
+  });
   return noErr;
 }
 
@@ -274,29 +301,27 @@ OSStatus DVDNavigator::MenuPoint(int x, int y, bool activate, SInt32* index) {
   std::lock_guard<std::mutex> g(mMutex);
   *index = -1;
   if (!mNav) return kDVDErrorNoMedia;
-  pci_t* const pci = dvdnav_get_current_nav_pci(mNav);
-  if (mState == kDVDStateIdle || mState == kDVDStateStopped || !pci) return noErr;
-  int const count = std::min<int>(pci->hli.hl_gi.btn_ns, 36);
-  for (int i = 0; i < count; ++i) {
-    btni_t const& b = pci->hli.btnit[i];
-    if (x >= int(b.x_start) && x <= int(b.x_end) && y >= int(b.y_start) && y <= int(b.y_end)) {
+  if (mState == kDVDStateIdle || mState == kDVDStateStopped) return noErr;
+  for (int i = 0; i < mView.buttonCount; ++i) {
+    Button const& b = mView.buttons[size_t(i)];
+    if (x >= int(b.x0) && x <= int(b.x1) && y >= int(b.y0) && y <= int(b.y1)) {
       *index = i + 1;
       break;
     }
   }
-  if (*index < 0) return noErr;
-  if (activate) {
-    if (dvdnav_button_select_and_activate(mNav, pci, *index) != DVDNAV_STATUS_OK) {
-      return kDVDErrorNotAllowedNow;
-    }
-    mButton = *index;
-    ShowHighlight(1);
-    Jumped();
-  } else if (*index != mButton) {
-    if (dvdnav_button_select(mNav, pci, *index) != DVDNAV_STATUS_OK) return kDVDErrorNotAllowedNow;
-    mButton = *index;
-    ShowHighlight(0);
-  }
+  int const button = *index;
+  if (button < 0 || (!activate && button == mButton)) return noErr;
+  mButton = button;
+  Post([this, button, activate] {
+    pci_t* const pci = dvdnav_get_current_nav_pci(mNav);
+    bool const done =
+        pci && (activate ? dvdnav_button_select_and_activate(mNav, pci, button)
+                         : dvdnav_button_select(mNav, pci, button)) == DVDNAV_STATUS_OK;
+    std::lock_guard<std::mutex> g(mMutex);
+    if (!done) return;
+    ShowHighlight(activate ? 1 : 0);
+    if (activate) Jumped();
+  });
   return noErr;
 }
 
@@ -307,16 +332,10 @@ OSStatus DVDNavigator::GetBookmark(std::vector<UInt8>& data) {
   Bookmark mark{};
   mark.magic = kBookmarkMagic;
   std::memcpy(mark.discID, mDiscID.data(), sizeof mark.discID);
-  int32_t title = 0;
-  int32_t part = 0;
-  dvdnav_current_title_info(mNav, &title, &part);
-  mark.title = title;
-  mark.chapter = part;
+  mark.title = mView.title;
+  mark.chapter = mView.part;
   mark.timeMs = UInt32(PresentedTitleTime() / DVDClock::kTicksPerMs);
-  int32_t angle = 1;
-  int32_t count = 1;
-  dvdnav_get_angle_info(mNav, &angle, &count);
-  mark.angle = angle;
+  mark.angle = mView.hasAngles ? mView.angle : 1;
   data.resize(sizeof mark);
   std::memcpy(data.data(), &mark, sizeof mark);
   return noErr;
@@ -332,24 +351,34 @@ OSStatus DVDNavigator::GotoBookmark(UInt8 const* data, UInt32 size) {
       std::memcmp(mark.discID, mDiscID.data(), sizeof mark.discID) != 0) {
     return kDVDErrorInvalidArgument;
   }
-  if (mState == kDVDStateIdle || mState == kDVDStateStopped) {
-    // The machine must have started before it can jump.
-    int event = 0;
-    int len = 0;
-    Restart();
-    if (dvdnav_get_next_block(mNav, mBlock.data(), &event, &len) != DVDNAV_STATUS_OK) {
-      return kDVDErrorReadFailed;
+  if (mark.chapter < 1 || mark.chapter > TitleParts(mark.title)) return kDVDErrorInvalidArgument;
+  bool const restart = mState == kDVDStateIdle || mState == kDVDStateStopped;
+  Post([this, mark, restart] {
+    bool started = true;
+    if (restart) {
+      // The machine must have started before it can jump.
+      int event = 0;
+      int len = 0;
+      Restart();
+      started = dvdnav_get_next_block(mNav, mBlock.data(), &event, &len) == DVDNAV_STATUS_OK;
     }
-  }
-  if (dvdnav_part_play(mNav, mark.title, mark.chapter) != DVDNAV_STATUS_OK) {
-    return kDVDErrorInvalidArgument;
-  }
-  dvdnav_time_search(mNav, uint64_t(mark.timeMs) * DVDClock::kTicksPerMs);
-  if (mark.angle > 1) dvdnav_angle_change(mNav, mark.angle);
-  mSpeed = 1;
-  mReverse = false;
-  Jumped();
-  if (mState != kDVDStatePaused) SetState(kDVDStatePlaying);
+    bool const there =
+        started && dvdnav_part_play(mNav, mark.title, mark.chapter) == DVDNAV_STATUS_OK;
+    if (there) {
+      dvdnav_time_search(mNav, uint64_t(mark.timeMs) * DVDClock::kTicksPerMs);
+      if (mark.angle > 1) dvdnav_angle_change(mNav, mark.angle);
+    }
+    std::lock_guard<std::mutex> g(mMutex);
+    if (restart) ForgetAnnounced();
+    if (!there) {
+      PlatformLog("DVD: the bookmark's title %d chapter %d cannot be played", int(mark.title),
+                  int(mark.chapter));
+      return;
+    }
+    EndScan();
+    Jumped();
+    if (mState != kDVDStatePaused) SetState(kDVDStatePlaying);
+  });
   return noErr;
 }
 
@@ -360,13 +389,14 @@ DVDAspectRatio DVDNavigator::AspectRatio() {
 
 void DVDNavigator::NativeSize(UInt16* width, UInt16* height) {
   std::lock_guard<std::mutex> g(mMutex);
-  uint32_t w = 0;
-  uint32_t h = 0;
-  if (mNav && mStandard != kDVDVideoStandardUnknown &&
-      dvdnav_get_video_resolution(mNav, &w, &h) == DVDNAV_STATUS_OK && w && h) {
-    *width = UInt16(w);
-    *height = UInt16(h);
+  if (mNav && mStandard != kDVDVideoStandardUnknown && mView.width && mView.height) {
+    *width = UInt16(mView.width);
+    *height = UInt16(mView.height);
   }
+}
+
+int32_t DVDNavigator::TitleParts(int32_t title) const {
+  return title >= 1 && size_t(title) <= mTitleParts.size() ? mTitleParts[size_t(title - 1)] : 0;
 }
 
 }  // namespace dvd

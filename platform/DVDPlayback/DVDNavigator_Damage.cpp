@@ -9,7 +9,9 @@
 #include <dvdnav/dvdnav.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdio>
+#include <mutex>
 
 namespace dvd {
 
@@ -17,6 +19,20 @@ namespace {
 
 std::atomic<uint32_t> gFailFirst{0};
 std::atomic<uint32_t> gFailCount{0};
+
+// Reads held at their start, as on a drive that spins up or retries.
+std::atomic<bool> gHoldReads{false};
+std::mutex gHoldMutex;
+std::condition_variable gHoldChanged;
+int gReadsHeld = 0;
+
+void WaitWhileReadsHeld() {
+  if (!gHoldReads.load()) return;
+  std::unique_lock<std::mutex> lk(gHoldMutex);
+  ++gReadsHeld;
+  gHoldChanged.wait(lk, [] { return !gHoldReads.load(); });
+  --gReadsHeld;
+}
 
 // The first try past damage skips this many sectors; each try that lands on it again
 // doubles it.
@@ -29,7 +45,19 @@ void FailReadsForTesting(uint32_t first, uint32_t count) {
   gFailCount = count;
 }
 
+void HoldReadsForTesting(bool hold) {
+  std::lock_guard<std::mutex> g(gHoldMutex);
+  gHoldReads = hold;
+  gHoldChanged.notify_all();
+}
+
+int ReadsHeldForTesting() {
+  std::lock_guard<std::mutex> g(gHoldMutex);
+  return gReadsHeld;
+}
+
 bool DVDNavigator::ReadNextBlock(int& event, int& len) {
+  WaitWhileReadsHeld();
   for (int attempt = 0; attempt < 2; ++attempt) {
     if (dvdnav_get_next_block(mNav, mBlock.data(), &event, &len) != DVDNAV_STATUS_OK) continue;
     uint32_t const count = gFailCount.load();

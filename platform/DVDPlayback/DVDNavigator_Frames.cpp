@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 
 namespace dvd {
 
@@ -35,34 +34,13 @@ int64_t DVDNavigator::FirstFrame(ReadEvent const& e) const {
   return (e.titleTime + code / 2) / code;
 }
 
-int64_t DVDNavigator::TitleFrames() {
-  int32_t title = 0;
-  int32_t part = 0;
-  if (!InTitle() || dvdnav_current_title_info(mNav, &title, &part) != DVDNAV_STATUS_OK ||
-      title <= 0) {
-    return 0;
-  }
-  if (title == mFramesTitle) return mTitleFrames;
-  uint64_t* times = nullptr;
-  uint64_t duration = 0;
-  uint32_t const chapters = dvdnav_describe_title_chapters(mNav, title, &times, &duration);
-  std::free(times);
-  if (chapters == 0) return 0;
-  Position position;
-  dvdnav_get_video_resolution(mNav, &position.width, &position.height);
-  int64_t const code = TimeCodeFrameTicks(position);
-  mFramesTitle = title;
-  mTitleFrames = (int64_t(duration) + code / 2) / code;
-  return mTitleFrames;
-}
-
 bool DVDNavigator::Seeking() const {
   if (mSeek.active) return true;
   if (!mPresenter) return false;
   if (mPresenter->TargetPending()) return true;
   // A seek or step has its picture once the one after it is decoded too (a deinterlacer's
   // neighbour), except at the title's end, where reading on would leave the title.
-  return mSeekShown >= 0 && mSeekShown + 1 < mTitleFrames && mPresenter->AfterMissing();
+  return mSeekShown >= 0 && mSeekShown + 1 < mView.titleFrames && mPresenter->AfterMissing();
 }
 
 bool DVDNavigator::SeekReadsOn() {
@@ -91,20 +69,26 @@ void DVDNavigator::StartSeek(int64_t target) {
   Jumped();
   mStillInfinite = mStillTimed = false;
   if (mPresenter) mPresenter->SetTarget(target);
-  uint32_t position = 0;
-  uint32_t length = 0;
-  if (dvdnav_get_position(mNav, &position, &length) != DVDNAV_STATUS_OK) length = 0;
-  mSeek = Seek{true, target, 0, length, 0};
+  // The probes' range is the program chain's, known once the reader looks.
+  mSeek = Seek{true, target, 0, 0, 0};
   mSeekShown = target;
-  Position here;
-  dvdnav_get_video_resolution(mNav, &here.width, &here.height);
-  // dvdnav interpolates inside the cell: a first guess that the probes correct.
-  if (dvdnav_time_search(mNav, uint64_t(target * TimeCodeFrameTicks(here))) != DVDNAV_STATUS_OK) {
-    int64_t const frames = std::max<int64_t>(1, TitleFrames());
-    dvdnav_sector_search(mNav, int64_t(length) * target / frames, SEEK_SET);
-  }
   mBlocksLeft = 0;
   mAtCellEnd = false;
+  Position here;
+  here.height = mView.height;
+  uint64_t const time = uint64_t(target * TimeCodeFrameTicks(here));
+  int64_t const frames = std::max<int64_t>(1, mView.titleFrames);
+  Post([this, target, time, frames] {
+    uint32_t position = 0;
+    uint32_t length = 0;
+    if (dvdnav_get_position(mNav, &position, &length) != DVDNAV_STATUS_OK) length = 0;
+    // dvdnav interpolates inside the cell: a first guess that the probes correct.
+    if (dvdnav_time_search(mNav, time) != DVDNAV_STATUS_OK) {
+      dvdnav_sector_search(mNav, int64_t(length) * target / frames, SEEK_SET);
+    }
+    std::lock_guard<std::mutex> g(mMutex);
+    if (mSeek.active && mSeek.target == target) mSeek.hi = length;
+  });
 }
 
 bool DVDNavigator::SeekLanded(ReadEvent& e) {
@@ -145,7 +129,7 @@ OSStatus DVDNavigator::SeekToFrame(UInt32 frame) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
   if (!TitleUnderway() || mState == kDVDStatePlayingStill) return kDVDErrorNotAllowedNow;
-  if (int64_t(frame) >= TitleFrames()) return kDVDErrorInvalidArgument;
+  if (int64_t(frame) >= mView.titleFrames) return kDVDErrorInvalidArgument;
   if (mState == kDVDStateScanning) SetState(kDVDStatePlaying);
   StartSeek(frame);
   return noErr;
@@ -162,7 +146,7 @@ OSStatus DVDNavigator::StepFrame(SInt32 frames) {
   // Steps count from where a seek or step still on its way will be.
   int64_t const pending = mSeek.active ? mSeek.target : mPresenter->Target();
   int64_t const target = (pending >= 0 ? pending : shown.frameInTitle) + frames;
-  if (target < 0 || target >= TitleFrames()) return kDVDErrorInvalidArgument;
+  if (target < 0 || target >= mView.titleFrames) return kDVDErrorInvalidArgument;
   if (mState != kDVDStatePaused) PauseNow();
   if (frames == 0) return noErr;
   int64_t const from = pending >= 0 ? pending : shown.frameInTitle;
@@ -184,7 +168,7 @@ OSStatus DVDNavigator::StepFrame(SInt32 frames) {
 OSStatus DVDNavigator::GetTitleFrameCount(UInt32* frames) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
-  int64_t const count = TitleFrames();
+  int64_t const count = mView.titleFrames;
   if (count <= 0) return kDVDErrorNotAllowedNow;
   *frames = UInt32(count);
   return noErr;

@@ -1,44 +1,35 @@
 // The navigator's sound and subtitle streams: what the title has, in which languages, and
 // which are decoded. The disc's machine keeps its own selection; the user's choice is kept
-// beside it and wins while the title has that stream.
+// beside it and wins while the title has that stream. Everything here is answered from what
+// the reader last saw of the machine.
 #include "DVDNavigator.h"
-
-#include <dvdnav/dvdnav.h>
 
 namespace dvd {
 
 namespace {
 
-constexpr int kMaxAudioStreams = 8;
-constexpr int kMaxSubPictureStreams = 32;
 constexpr int kHidden = 0x80;
 
-UInt16 LanguageCode(uint16_t code) { return code == 0xFFFF ? 0 : UInt16(code); }
-
 int MaxStreams(DVDNavigator::StreamKind kind) {
-  return kind == DVDNavigator::StreamKind::kAudio ? kMaxAudioStreams : kMaxSubPictureStreams;
+  return kind == DVDNavigator::StreamKind::kAudio ? 8 : 32;
 }
 
 }  // namespace
 
-int DVDNavigator::AudioStreamID(int logical) {
-  if (logical < 0 || logical >= kMaxAudioStreams || !InTitle()) return -1;
-  return dvdnav_get_audio_logical_stream(mNav, uint8_t(logical));
-}
-
-int DVDNavigator::SubPictureStreamID(int logical) {
-  if (logical < 0 || logical >= kMaxSubPictureStreams || !InTitle()) return -1;
-  return dvdnav_get_spu_logical_stream(mNav, uint8_t(logical));
+int DVDNavigator::StreamID(StreamKind kind, int logical) {
+  if (!InTitle() || logical < 0 || logical >= MaxStreams(kind)) return -1;
+  return kind == StreamKind::kAudio ? mView.audioIDs[size_t(logical)]
+                                    : mView.subPictureIDs[size_t(logical)];
 }
 
 int DVDNavigator::SelectedAudio() {
-  int const chosen = AudioStreamID(mAudioChoice);
-  return chosen >= 0 ? chosen : dvdnav_get_active_audio_stream(mNav);
+  int const chosen = StreamID(StreamKind::kAudio, mAudioChoice);
+  return chosen >= 0 ? chosen : mView.discAudio;
 }
 
 int DVDNavigator::SelectedSubPicture() {
-  int const disc = dvdnav_get_active_spu_stream(mNav);
-  int const chosen = SubPictureStreamID(mSubPictureChoice);
+  int const disc = mView.discSubPicture;
+  int const chosen = StreamID(StreamKind::kSubPicture, mSubPictureChoice);
   int stream = chosen >= 0 ? chosen : disc;
   if (stream < 0) return stream;
   bool hidden = (disc >= 0 && (disc & kHidden) != 0) || disc < 0;
@@ -47,22 +38,18 @@ int DVDNavigator::SelectedSubPicture() {
   return hidden ? stream | kHidden : stream;
 }
 
-void DVDNavigator::ApplyStreams() {
-  if (!mPresenter) return;
-  int const spu = SelectedSubPicture();
-  mPresenter->SelectStreams(SelectedAudio(), spu < 0 ? 0 : spu & 0x1F,
-                            spu < 0 || (spu & kHidden) != 0);
-}
-
-int DVDNavigator::StreamID(StreamKind kind, int logical) {
-  return kind == StreamKind::kAudio ? AudioStreamID(logical) : SubPictureStreamID(logical);
-}
-
 // The disc's number of the stream decoded now, without the subpicture's flags.
 int DVDNavigator::SelectedStream(StreamKind kind) {
   if (kind == StreamKind::kAudio) return SelectedAudio();
   int const spu = SelectedSubPicture();
   return spu < 0 ? spu : spu & 0x1F;
+}
+
+void DVDNavigator::ApplyStreams() {
+  if (!mPresenter) return;
+  int const spu = SelectedSubPicture();
+  mPresenter->SelectStreams(SelectedAudio(), spu < 0 ? 0 : spu & 0x1F,
+                            spu < 0 || (spu & kHidden) != 0);
 }
 
 OSStatus DVDNavigator::GetNumStreams(StreamKind kind, UInt16* count) {
@@ -107,9 +94,8 @@ OSStatus DVDNavigator::GetLanguageCode(StreamKind kind, UInt16 stream, UInt16* c
   if (!mNav) return kDVDErrorNoMedia;
   if (!InTitle()) return kDVDErrorNotAllowedNow;
   if (StreamID(kind, stream) < 0) return kDVDErrorInvalidArgument;
-  *code = LanguageCode(kind == StreamKind::kAudio
-                           ? dvdnav_audio_stream_to_lang(mNav, uint8_t(stream))
-                           : dvdnav_spu_stream_to_lang(mNav, uint8_t(stream)));
+  *code = kind == StreamKind::kAudio ? mView.audioLanguages[stream]
+                                     : mView.subPictureLanguages[stream];
   return noErr;
 }
 

@@ -78,6 +78,9 @@ int64_t AudioFramesDelivered(bool* isDevice = nullptr);
 // Reads of sectors first..first+count-1 of the program chain fail as on a damaged disc
 // (count 0: none fail).
 void FailReadsForTesting(uint32_t first, uint32_t count);
+// Block reads wait at their start until released, as on a slow drive; how many wait now.
+void HoldReadsForTesting(bool hold);
+int ReadsHeldForTesting();
 // The disc's number of the sound stream decoded last; -1 before any or without media.
 int DecodedAudioStream();
 

@@ -77,6 +77,14 @@ void DVDSessionTest::TearDown() {
   EXPECT_EQ(noErr, DVDDispose());
 }
 
+bool OnMenu(DVDMenu* which) {
+  Boolean onMenu = false;
+  DVDMenu menu = kDVDMenuNone;
+  EXPECT_EQ(noErr, DVDIsOnMenu(&onMenu, &menu));
+  if (which) *which = menu;
+  return onMenu;
+}
+
 bool CopyPresented(DVDPresentedFrameInfo& info, std::vector<UInt8>& pixels) {
   UInt32 size = 0;
   if (DVDCopyPresentedFrame(&info, nullptr, &size) != noErr) return false;

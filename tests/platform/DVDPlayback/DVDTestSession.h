@@ -39,6 +39,8 @@ class DVDEventRecorder {
 
 std::string DiscPath(char const* name);
 FSRef MakeRef(std::string const& path);
+// Whether a menu is on, as DVDIsOnMenu answers (which must answer), and which.
+bool OnMenu(DVDMenu* which = nullptr);
 // The presented picture as DVDCopyPresentedFrame gives it; false when it gives none.
 bool CopyPresented(DVDPresentedFrameInfo& info, std::vector<UInt8>& pixels);
 
