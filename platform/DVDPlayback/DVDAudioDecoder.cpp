@@ -1,7 +1,6 @@
 #include "DVDAudioDecoder.h"
 
 #include <algorithm>
-#include <cmath>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -13,7 +12,9 @@ namespace dvd {
 namespace {
 
 int16_t Clip(float v) {
-  return int16_t(std::lround(std::clamp(v, -1.0f, 1.0f) * 32767.0f));
+  float const s = std::clamp(v, -1.0f, 1.0f) * 32767.0f;
+  // Half away from zero, as lround, without a library call per sample.
+  return int16_t(s + (s >= 0.0f ? 0.5f : -0.5f));
 }
 
 // One sample of channel ch of frame f as a float in -1..1, whatever the layout.
@@ -95,18 +96,28 @@ void DVDAudioDecoder::Receive() {
     bool const mix = fc >= 0 || sl >= 0 || sr >= 0;
     float const gain = mix ? 0.5f : 1.0f;
     mOut.resize(size_t(frames) * 2);
-    for (int i = 0; i < frames; ++i) {
-      float l = Sample(frame, fl, i);
-      float r = Sample(frame, fr, i);
-      if (fc >= 0) {
-        float const c = Sample(frame, fc, i) * 0.7071f;
-        l += c;
-        r += c;
+    auto const mixWith = [&](auto sample) {
+      for (int i = 0; i < frames; ++i) {
+        float l = sample(fl, i);
+        float r = sample(fr, i);
+        if (fc >= 0) {
+          float const c = sample(fc, i) * 0.7071f;
+          l += c;
+          r += c;
+        }
+        if (sl >= 0) l += sample(sl, i) * 0.7071f;
+        if (sr >= 0) r += sample(sr, i) * 0.7071f;
+        mOut[size_t(i) * 2] = Clip(l * gain);
+        mOut[size_t(i) * 2 + 1] = Clip(r * gain);
       }
-      if (sl >= 0) l += Sample(frame, sl, i) * 0.7071f;
-      if (sr >= 0) r += Sample(frame, sr, i) * 0.7071f;
-      mOut[size_t(i) * 2] = Clip(l * gain);
-      mOut[size_t(i) * 2 + 1] = Clip(r * gain);
+    };
+    // AC-3 and MPEG audio decode to planar floats: read those directly.
+    if (frame->format == AV_SAMPLE_FMT_FLTP) {
+      mixWith([frame](int ch, int i) {
+        return reinterpret_cast<float const*>(frame->extended_data[ch])[i];
+      });
+    } else {
+      mixWith([frame](int ch, int i) { return Sample(frame, ch, i); });
     }
     mNextPts = pts + int64_t(frames) * 90000 / rate;
     mSink(pts, rate, mOut.data(), size_t(frames));
