@@ -42,7 +42,6 @@ class DVDClock {
   // now and the clock is steered towards it (callers pass small differences only); not
   // following leaves the clock where it is.
   void FollowAudio(bool following, int64_t heard);
-  bool IsFollowingAudio() const { return mFollowing.load(); }
 
  private:
   bool mManual;

@@ -199,7 +199,7 @@ int DVDNavigator::HighlightedButton() {
   return mButton;
 }
 
-bool DVDNavigator::InTitle() { return mNav && mView.inTitle; }
+bool DVDNavigator::InTitle() { return mNav && mView.position.inTitle; }
 
 void DVDNavigator::EndScan() {
   mSpeed = 1;
@@ -367,12 +367,7 @@ void DVDNavigator::ReadAhead(std::unique_lock<std::mutex>& lk) {
   std::memcpy(e.data.data(), mBlock.data(),
               std::min<size_t>(e.data.size(), size_t(std::max(len, 0))));
   // What the event means is taken now: by the time it is handled dvdnav has read on.
-  e.position.inTitle = InTitle();
-  if (dvdnav_current_title_info(mNav, &e.position.title, &e.position.part) != DVDNAV_STATUS_OK) {
-    e.position.title = e.position.part = 0;
-  }
-  dvdnav_get_video_resolution(mNav, &e.position.width, &e.position.height);
-  e.position.aspect = dvdnav_get_video_aspect(mNav);
+  e.position = mView.position;
   switch (event) {
     case DVDNAV_NAV_PACKET: {
       pci_t const* const pci = dvdnav_get_current_nav_pci(mNav);

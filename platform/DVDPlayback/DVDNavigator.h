@@ -85,31 +85,7 @@ class DVDNavigator {
     uint16_t x0 = 0, y0 = 0, x1 = 0, y1 = 0;
     uint8_t up = 0, down = 0, left = 0, right = 0;
   };
-  // What the machine said when the reader last looked (after each event and command).
-  struct View {
-    bool inTitle = false;
-    bool inMenu = false;
-    bool inManagerMenu = false;  // the disc's own menus, before any title set
-    int32_t title = 0;           // in a menu: 0 and the menu's number
-    int32_t part = 0;
-    uint32_t width = 0;
-    uint32_t height = 0;
-    bool hasAngles = false;
-    int32_t angle = 0;
-    int32_t angles = 0;
-    int64_t titleFrames = 0;
-    // Logical stream -> the disc's stream number (-1: none), and its language.
-    std::array<int8_t, 8> audioIDs{};
-    std::array<UInt16, 8> audioLanguages{};
-    std::array<int8_t, 32> subPictureIDs{};
-    std::array<UInt16, 32> subPictureLanguages{};
-    int discAudio = -1;  // what the machine selects
-    int discSubPicture = -1;
-    int buttonCount = 0;
-    std::array<Button, 36> buttons{};
-  };
-
-  // dvdnav's position when an event was read.
+  // dvdnav's position: title (in a menu: 0, and the menu's number as part) and picture.
   struct Position {
     bool inTitle = false;
     int32_t title = 0;
@@ -118,6 +94,28 @@ class DVDNavigator {
     uint32_t height = 0;
     int aspect = 0;
   };
+  // What the machine said when the reader last looked (after each event and command).
+  struct View {
+    static constexpr int kAudioStreams = 8;
+    static constexpr int kSubPictureStreams = 32;
+    Position position;
+    bool inMenu = false;
+    bool inManagerMenu = false;  // the disc's own menus, before any title set
+    bool hasAngles = false;
+    int32_t angle = 0;
+    int32_t angles = 0;
+    int64_t titleFrames = 0;
+    // Logical stream -> the disc's stream number (-1: none), and its language.
+    std::array<int8_t, kAudioStreams> audioIDs{};
+    std::array<UInt16, kAudioStreams> audioLanguages{};
+    std::array<int8_t, kSubPictureStreams> subPictureIDs{};
+    std::array<UInt16, kSubPictureStreams> subPictureLanguages{};
+    int discAudio = -1;  // what the machine selects
+    int discSubPicture = -1;
+    int buttonCount = 0;
+    std::array<Button, 36> buttons{};
+  };
+
   // An event read ahead of presentation, with what it meant when it was read.
   struct ReadEvent {
     int event = 0;
@@ -212,6 +210,7 @@ class DVDNavigator {
   void SkipDamage();
   // At a navigation packet: reading is past the damage last skipped.
   void PassedDamage();
+  static int MaxStreams(StreamKind kind);
   // The disc's stream (MPEG) number of a title's logical stream, -1 when absent.
   int StreamID(StreamKind kind, int logical);
   // What is decoded now: the stream the user chose, else the one the disc selects; the

@@ -159,7 +159,7 @@ OSStatus DVDNavigator::SearchChapter(bool previous) {
   if (!mNav) return kDVDErrorNoMedia;
   if (!TitleUnderway()) return kDVDErrorNotAllowedNow;
   // The last chapter has no next one; the first has no previous one: it starts again.
-  if (!previous && mView.part >= TitleParts(mView.title)) return kDVDErrorNotAllowedNow;
+  if (!previous && mView.position.part >= TitleParts(mView.position.title)) return kDVDErrorNotAllowedNow;
   Post([this, previous] {
     bool const found = previous ? dvdnav_prev_pg_search(mNav) == DVDNAV_STATUS_OK ||
                                       dvdnav_top_pg_search(mNav) == DVDNAV_STATUS_OK
@@ -177,7 +177,7 @@ OSStatus DVDNavigator::IsOnMenu(Boolean* onMenu, DVDMenu* menu) {
   *onMenu = inMenu;
   *menu = kDVDMenuNone;
   if (!inMenu) return noErr;
-  switch (mView.part) {
+  switch (mView.position.part) {
     case DVD_MENU_Title: *menu = kDVDMenuTitle; break;
     case DVD_MENU_Root: *menu = kDVDMenuRoot; break;
     case DVD_MENU_Subpicture: *menu = kDVDMenuSubPicture; break;
@@ -332,8 +332,8 @@ OSStatus DVDNavigator::GetBookmark(std::vector<UInt8>& data) {
   Bookmark mark{};
   mark.magic = kBookmarkMagic;
   std::memcpy(mark.discID, mDiscID.data(), sizeof mark.discID);
-  mark.title = mView.title;
-  mark.chapter = mView.part;
+  mark.title = mView.position.title;
+  mark.chapter = mView.position.part;
   mark.timeMs = UInt32(PresentedTitleTime() / DVDClock::kTicksPerMs);
   mark.angle = mView.hasAngles ? mView.angle : 1;
   data.resize(sizeof mark);
@@ -389,9 +389,9 @@ DVDAspectRatio DVDNavigator::AspectRatio() {
 
 void DVDNavigator::NativeSize(UInt16* width, UInt16* height) {
   std::lock_guard<std::mutex> g(mMutex);
-  if (mNav && mStandard != kDVDVideoStandardUnknown && mView.width && mView.height) {
-    *width = UInt16(mView.width);
-    *height = UInt16(mView.height);
+  if (mNav && mStandard != kDVDVideoStandardUnknown && mView.position.width && mView.position.height) {
+    *width = UInt16(mView.position.width);
+    *height = UInt16(mView.position.height);
   }
 }
 

@@ -74,9 +74,7 @@ void DVDNavigator::StartSeek(int64_t target) {
   mSeekShown = target;
   mBlocksLeft = 0;
   mAtCellEnd = false;
-  Position here;
-  here.height = mView.height;
-  uint64_t const time = uint64_t(target * TimeCodeFrameTicks(here));
+  uint64_t const time = uint64_t(target * TimeCodeFrameTicks(mView.position));
   int64_t const frames = std::max<int64_t>(1, mView.titleFrames);
   Post([this, target, time, frames] {
     uint32_t position = 0;

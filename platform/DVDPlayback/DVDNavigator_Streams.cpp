@@ -10,11 +10,11 @@ namespace {
 
 constexpr int kHidden = 0x80;
 
-int MaxStreams(DVDNavigator::StreamKind kind) {
-  return kind == DVDNavigator::StreamKind::kAudio ? 8 : 32;
-}
-
 }  // namespace
+
+int DVDNavigator::MaxStreams(StreamKind kind) {
+  return kind == StreamKind::kAudio ? View::kAudioStreams : View::kSubPictureStreams;
+}
 
 int DVDNavigator::StreamID(StreamKind kind, int logical) {
   if (!InTitle() || logical < 0 || logical >= MaxStreams(kind)) return -1;

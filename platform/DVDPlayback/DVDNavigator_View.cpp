@@ -19,19 +19,20 @@ UInt16 LanguageCode(uint16_t code) { return code == 0xFFFF ? 0 : UInt16(code); }
 
 void DVDNavigator::Publish() {
   View v;
-  v.inTitle = dvdnav_is_domain_vts(mNav) == 1;
+  v.position.inTitle = dvdnav_is_domain_vts(mNav) == 1;
   v.inManagerMenu = dvdnav_is_domain_vmgm(mNav) == 1;
   v.inMenu = v.inManagerMenu || dvdnav_is_domain_vtsm(mNav) == 1;
-  if (dvdnav_current_title_info(mNav, &v.title, &v.part) != DVDNAV_STATUS_OK) {
-    v.title = v.part = 0;
+  if (dvdnav_current_title_info(mNav, &v.position.title, &v.position.part) != DVDNAV_STATUS_OK) {
+    v.position.title = v.position.part = 0;
   }
-  dvdnav_get_video_resolution(mNav, &v.width, &v.height);
+  dvdnav_get_video_resolution(mNav, &v.position.width, &v.position.height);
+  v.position.aspect = dvdnav_get_video_aspect(mNav);
   v.hasAngles =
-      v.inTitle && dvdnav_get_angle_info(mNav, &v.angle, &v.angles) == DVDNAV_STATUS_OK;
-  v.titleFrames = v.inTitle && v.title == mFramesTitle ? mTitleFrames : 0;
+      v.position.inTitle && dvdnav_get_angle_info(mNav, &v.angle, &v.angles) == DVDNAV_STATUS_OK;
+  v.titleFrames = v.position.inTitle && v.position.title == mFramesTitle ? mTitleFrames : 0;
   v.audioIDs.fill(-1);
   v.subPictureIDs.fill(-1);
-  if (v.inTitle) {
+  if (v.position.inTitle) {
     for (size_t i = 0; i < v.audioIDs.size(); ++i) {
       v.audioIDs[i] = dvdnav_get_audio_logical_stream(mNav, uint8_t(i));
       if (v.audioIDs[i] >= 0) {
