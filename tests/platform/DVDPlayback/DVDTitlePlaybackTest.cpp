@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
+#include <vector>
 
 namespace tavelo_test {
 namespace {
@@ -315,6 +317,49 @@ TEST_F(DVDTitlePlaybackTest, ClosingReportsIdle) {
   ASSERT_EQ(noErr, DVDCloseMediaFile());
   Settle();
   EXPECT_EQ(kDVDStateIdle, LastState());
+}
+
+TEST_F(DVDTitlePlaybackTest, ABookmarkForAChapterOrTitleTheDiscLacksIsRefusedAtOnce) {
+  OpenFile(DiscPath("ntsc43"));
+  ASSERT_EQ(noErr, DVDPlay());
+  Advance(1000);
+  UInt32 size = 64;
+  std::vector<UInt8> mark(size);
+  ASSERT_EQ(noErr, DVDGetBookmark(mark.data(), &size));
+  mark.resize(size);
+  // Title and chapter follow the block's tag and the disc's ID.
+  auto const with = [&](size_t offset, SInt32 value) {
+    std::vector<UInt8> changed = mark;
+    std::memcpy(changed.data() + offset, &value, sizeof value);
+    return changed;
+  };
+  std::vector<UInt8> const noChapter = with(16, 99);
+  std::vector<UInt8> const noTitle = with(12, 42);
+  mRecorder.Clear();
+  EXPECT_EQ(kDVDErrorInvalidArgument, DVDGotoBookmark(noChapter.data(), size));
+  EXPECT_EQ(kDVDErrorInvalidArgument, DVDGotoBookmark(noTitle.data(), size));
+  Advance(1500);
+  EXPECT_TRUE(mRecorder.Of(kDVDEventPTT).empty()) << "nothing moved";
+  EXPECT_TRUE(mRecorder.Of(kDVDEventPlayback).empty()) << "went on playing";
+  auto const times = mRecorder.Of(kDVDEventTitleTime);
+  ASSERT_FALSE(times.empty());
+  EXPECT_GT(times.back().data1, 1500u) << "from where it was";
+}
+
+TEST_F(DVDTitlePlaybackTest, AMenuTheDiscLacksLeavesPlaybackWhereItIs) {
+  OpenFile(DiscPath("ntsc43"));
+  ASSERT_EQ(noErr, DVDPlay());
+  Advance(1000);
+  mRecorder.Clear();
+  // The disc has no menus: the call is taken, the reader finds none and logs it.
+  EXPECT_EQ(noErr, DVDGoToMenu(kDVDMenuAudio));
+  Advance(1500);
+  EXPECT_FALSE(OnMenu());
+  EXPECT_TRUE(mRecorder.Of(kDVDEventTitle).empty());
+  EXPECT_TRUE(mRecorder.Of(kDVDEventPlayback).empty()) << "went on playing";
+  auto const times = mRecorder.Of(kDVDEventTitleTime);
+  ASSERT_FALSE(times.empty());
+  EXPECT_GT(times.back().data1, 1500u) << "from where it was, not over";
 }
 
 }  // namespace
