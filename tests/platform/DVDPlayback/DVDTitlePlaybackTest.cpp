@@ -11,7 +11,20 @@
 namespace tavelo_test {
 namespace {
 
-using DVDTitlePlaybackTest = DVDSessionTest;
+class DVDTitlePlaybackTest : public DVDSessionTest {
+ protected:
+  // The bookmark of the first disc a second into playing it.
+  std::vector<UInt8> BookmarkASecondIn() {
+    OpenFile(DiscPath("ntsc43"));
+    EXPECT_EQ(noErr, DVDPlay());
+    Advance(1000);
+    UInt32 size = 64;
+    std::vector<UInt8> mark(size);
+    EXPECT_EQ(noErr, DVDGetBookmark(mark.data(), &size));
+    mark.resize(size);
+    return mark;
+  }
+};
 
 // One NTSC frame, in milliseconds, rounded up.
 constexpr int kFrameMs = 34;
@@ -269,12 +282,8 @@ TEST_F(DVDTitlePlaybackTest, BookmarkReturnsToTheSameTitleChapterAndTime) {
 }
 
 TEST_F(DVDTitlePlaybackTest, BookmarkOfAnotherDiscIsRefused) {
-  OpenFile(DiscPath("ntsc43"));
-  ASSERT_EQ(noErr, DVDPlay());
-  Advance(1000);
-  UInt32 size = 64;
-  std::vector<UInt8> mark(size);
-  ASSERT_EQ(noErr, DVDGetBookmark(mark.data(), &size));
+  std::vector<UInt8> const mark = BookmarkASecondIn();
+  UInt32 const size = UInt32(mark.size());
   ASSERT_EQ(noErr, DVDCloseMediaFile());
   OpenFile(DiscPath("pal169"));
   ASSERT_EQ(noErr, DVDPlay());
@@ -320,13 +329,8 @@ TEST_F(DVDTitlePlaybackTest, ClosingReportsIdle) {
 }
 
 TEST_F(DVDTitlePlaybackTest, ABookmarkForAChapterOrTitleTheDiscLacksIsRefusedAtOnce) {
-  OpenFile(DiscPath("ntsc43"));
-  ASSERT_EQ(noErr, DVDPlay());
-  Advance(1000);
-  UInt32 size = 64;
-  std::vector<UInt8> mark(size);
-  ASSERT_EQ(noErr, DVDGetBookmark(mark.data(), &size));
-  mark.resize(size);
+  std::vector<UInt8> const mark = BookmarkASecondIn();
+  UInt32 const size = UInt32(mark.size());
   // Title and chapter follow the block's tag and the disc's ID.
   auto const with = [&](size_t offset, SInt32 value) {
     std::vector<UInt8> changed = mark;
