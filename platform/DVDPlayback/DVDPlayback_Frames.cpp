@@ -71,24 +71,20 @@ OSStatus DVDStepFrame(SInt32 inFrames) {
   return WithNavigator([&](DVDNavigator& n) { return n.StepFrame(inFrames); });
 }
 
-OSStatus DVDCopyDecodedFrame(UInt32 inNeighbours, DVDDecodedFrameInfo* outInfo, void* outPixels,
-                             UInt32* ioPixelsSize) {
-  if (!outInfo || !ioPixelsSize) return kDVDErrorInvalidArgument;
-  if (inNeighbours & ~UInt32(kDVDDecodedBefore | kDVDDecodedAfter)) {
-    return kDVDErrorInvalidArgument;
-  }
-  // Not under the session's lock, like DVDCopyPresentedFrame.
-  auto const picture = dvd::DVDPresenter::LatestPicture();
-  if (!picture || !IsPlanar420(picture->decoded.get())) return kDVDErrorNotAllowedNow;
-  AVFrame const* const f = picture->decoded.get();
+namespace dvd {
+
+OSStatus CopyDecoded(DVDPicture const& picture, UInt32 inNeighbours, DVDDecodedFrameInfo* outInfo,
+                     void* outPixels, UInt32* ioPixelsSize) {
+  if (!IsPlanar420(picture.decoded.get())) return kDVDErrorNotAllowedNow;
+  AVFrame const* const f = picture.decoded.get();
   auto const same = [&](AVFrame const* g) {
     return IsPlanar420(g) && g->width == f->width && g->height == f->height;
   };
   UInt32 neighbours = 0;
-  if ((inNeighbours & kDVDDecodedBefore) && same(picture->before.get())) {
+  if ((inNeighbours & kDVDDecodedBefore) && same(picture.before.get())) {
     neighbours |= kDVDDecodedBefore;
   }
-  if ((inNeighbours & kDVDDecodedAfter) && same(picture->after.get())) {
+  if ((inNeighbours & kDVDDecodedAfter) && same(picture.after.get())) {
     neighbours |= kDVDDecodedAfter;
   }
   UInt32 const one = UInt32(f->width) * UInt32(f->height) * 3 / 2;
@@ -99,13 +95,13 @@ OSStatus DVDCopyDecodedFrame(UInt32 inNeighbours, DVDDecodedFrameInfo* outInfo, 
   outInfo->width = UInt16(f->width);
   outInfo->height = UInt16(f->height);
   outInfo->pictureBytes = one;
-  outInfo->aspect = picture->aspect;
-  outInfo->title = UInt16(picture->title);
-  outInfo->chapter = UInt16(picture->chapter);
-  outInfo->elapsedMs = UInt32(picture->titleTime / 90);
+  outInfo->aspect = picture.aspect;
+  outInfo->title = UInt16(picture.title);
+  outInfo->chapter = UInt16(picture.chapter);
+  outInfo->elapsedMs = UInt32(picture.titleTime / 90);
   outInfo->frameInTitle =
-      picture->frameInTitle >= 0 ? UInt32(picture->frameInTitle) : kDVDNoFrame;
-  outInfo->frameNumber = picture->number;
+      picture.frameInTitle >= 0 ? UInt32(picture.frameInTitle) : kDVDNoFrame;
+  outInfo->frameNumber = picture.number;
 #if LIBAVUTIL_VERSION_MAJOR >= 59
   bool const interlaced = (f->flags & AV_FRAME_FLAG_INTERLACED) != 0;
   bool const topFirst = (f->flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
@@ -123,13 +119,27 @@ OSStatus DVDCopyDecodedFrame(UInt32 inNeighbours, DVDDecodedFrameInfo* outInfo, 
   if (!outPixels) return noErr;
   auto* out = static_cast<UInt8*>(outPixels);
   if (neighbours & kDVDDecodedBefore) {
-    CopyPlanes(picture->before.get(), out);
+    CopyPlanes(picture.before.get(), out);
     out += one;
   }
   CopyPlanes(f, out);
   out += one;
-  if (neighbours & kDVDDecodedAfter) CopyPlanes(picture->after.get(), out);
+  if (neighbours & kDVDDecodedAfter) CopyPlanes(picture.after.get(), out);
   return noErr;
+}
+
+}  // namespace dvd
+
+OSStatus DVDCopyDecodedFrame(UInt32 inNeighbours, DVDDecodedFrameInfo* outInfo, void* outPixels,
+                             UInt32* ioPixelsSize) {
+  if (!outInfo || !ioPixelsSize) return kDVDErrorInvalidArgument;
+  if (inNeighbours & ~UInt32(kDVDDecodedBefore | kDVDDecodedAfter)) {
+    return kDVDErrorInvalidArgument;
+  }
+  // Not under the session's lock, like DVDCopyPresentedFrame.
+  auto const picture = dvd::DVDPresenter::LatestPicture();
+  if (!picture) return kDVDErrorNotAllowedNow;
+  return dvd::CopyDecoded(*picture, inNeighbours, outInfo, outPixels, ioPixelsSize);
 }
 
 OSStatus DVDCopyPresentedOverlay(DVDPresentedFrameInfo* outInfo, void* outPixels,

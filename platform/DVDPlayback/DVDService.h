@@ -43,6 +43,9 @@ std::mutex& ServiceMutex();
 
 // The information DVDCopyPresentedFrame answers for a picture.
 void FillPresentedInfo(DVDPicture const& picture, DVDPresentedFrameInfo* info);
+// DVDCopyDecodedFrame for a picture taken already.
+OSStatus CopyDecoded(DVDPicture const& picture, UInt32 neighbours, DVDDecodedFrameInfo* info,
+                     void* pixels, UInt32* pixelsSize);
 
 // Runs f with the session, or answers that there is none.
 template <class F>

@@ -1,0 +1,63 @@
+// Still pictures from a decoded DVD picture: taken at the moment of the command (the picture
+// on screen, its neighbours and what is drawn over it, copied), then made, on any thread:
+// deinterlaced when asked, converted once to RGB with the stream's matrix and its TV range
+// expanded, filtered (a field blend) when asked, the subpicture layer drawn over it when it
+// was taken, black borders cut when asked, and scaled with high quality to its true shape.
+#pragma once
+
+#include "DVDPlayback.h"
+
+#include <vector>
+
+using DVDStillShape = UInt32;
+enum : DVDStillShape {
+  kDVDStillShapeSquarePixels = 0,     // the display shape: 640x480, 854x480, 768x576, 1024x576
+  kDVDStillShapeSquarePixelsITU = 1,  // the same from the 704-column BT.601 active aperture
+  kDVDStillShapeStored = 2,           // as coded: 720x480, 720x576
+};
+
+using DVDStillDeinterlace = UInt32;
+enum : DVDStillDeinterlace {
+  kDVDStillDeinterlaceAuto = 0,      // adaptive, for pictures coded interlaced only
+  kDVDStillDeinterlaceOff = 1,
+  kDVDStillDeinterlaceAdaptive = 2,  // always, with the neighbouring pictures
+};
+
+// Run on the converted picture at its stored size, before anything is drawn over it: ARGB
+// rows (A, R, G, B bytes), rowBytes apart.
+using DVDStillFieldFilter = void (*)(UInt8* argb, UInt32 width, UInt32 height, UInt32 rowBytes,
+                                     void* refCon);
+
+// A picture as taken: DVDCopyDecodedFrame's answer with the neighbours at hand and, when
+// asked, DVDCopyPresentedOverlay's layer; and how to make the still.
+struct DVDStillRequest {
+  DVDDecodedFrameInfo info{};
+  std::vector<UInt8> planes;   // before, picture, after: those info.neighbours names
+  std::vector<UInt8> overlay;  // RGBA at the stored size; empty: nothing drawn over it
+  DVDStillShape shape = kDVDStillShapeSquarePixels;
+  DVDStillDeinterlace deinterlace = kDVDStillDeinterlaceAuto;
+  bool cropBorders = false;
+  DVDStillFieldFilter fieldFilter = nullptr;
+  void* fieldFilterRefCon = nullptr;
+};
+
+struct DVDStillPicture {
+  UInt32 width = 0;
+  UInt32 height = 0;
+  UInt32 rowBytes = 0;
+  std::vector<UInt8> argb;  // A, R, G, B bytes, rows rowBytes apart
+  bool deinterlaced = false;
+  // The part of the stored picture shown, after the aperture and the borders cut.
+  UInt32 left = 0;
+  UInt32 top = 0;
+  UInt32 right = 0;
+  UInt32 bottom = 0;
+};
+
+// Takes the picture presented now, its neighbours and, with withOverlay, its subpicture
+// layer. kDVDErrorNotAllowedNow before a picture has been presented.
+OSStatus DVDTakeStill(bool withOverlay, DVDStillRequest* outRequest);
+// kDVDErrorInvalidArgument when the request's pixels do not match its information.
+OSStatus DVDMakeStill(DVDStillRequest const& request, DVDStillPicture* outPicture);
+// The square-pixel width of a picture of this height and aspect (even).
+UInt32 DVDStillDisplayWidth(UInt32 height, DVDAspectRatio aspect);

@@ -1,0 +1,317 @@
+// Stills from the decoded picture: their sizes for every shape, standard and aspect, their
+// colours, the black borders cut and dark scenes kept, the subpicture layer drawn or left
+// out, the caller's field filter, and, on the authored discs, the exact frame and
+// deinterlacing judged by how combed the moving bar is.
+#include "DVDBarcode.h"
+#include "DVDStill.h"
+#include "DVDTestSession.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+namespace tavelo_test {
+namespace {
+
+struct YCbCr {
+  int y, cb, cr;
+};
+
+// R, G, B in 0..1 to TV-range Y'CbCr with the matrix's luma weights.
+YCbCr Encode(double r, double g, double b, double kr, double kb) {
+  double const y = kr * r + (1 - kr - kb) * g + kb * b;
+  return {int(std::lround(16 + 219 * y)), int(std::lround(128 + 112 * (b - y) / (1 - kb))),
+          int(std::lround(128 + 112 * (r - y) / (1 - kr)))};
+}
+
+// A progressive picture of this size filled with one colour.
+DVDStillRequest Flat(int width, int height, DVDAspectRatio aspect, YCbCr c) {
+  DVDStillRequest r;
+  r.info.width = UInt16(width);
+  r.info.height = UInt16(height);
+  r.info.pictureBytes = UInt32(width * height * 3 / 2);
+  r.info.aspect = aspect;
+  r.info.progressive = true;
+  r.info.matrix = kDVDColorMatrixBT601;
+  r.planes.assign(r.info.pictureBytes, 0);
+  std::fill_n(r.planes.begin(), width * height, UInt8(c.y));
+  std::fill_n(r.planes.begin() + width * height, width * height / 4, UInt8(c.cb));
+  std::fill_n(r.planes.begin() + width * height * 5 / 4, width * height / 4, UInt8(c.cr));
+  return r;
+}
+
+void Paint(DVDStillRequest& r, int x0, int y0, int x1, int y1, YCbCr c) {
+  int const w = r.info.width;
+  int const h = r.info.height;
+  for (int y = y0; y < y1; ++y) {
+    for (int x = x0; x < x1; ++x) {
+      r.planes[size_t(y * w + x)] = UInt8(c.y);
+      r.planes[size_t(w * h + (y / 2) * (w / 2) + x / 2)] = UInt8(c.cb);
+      r.planes[size_t(w * h * 5 / 4 + (y / 2) * (w / 2) + x / 2)] = UInt8(c.cr);
+    }
+  }
+}
+
+struct Rgb {
+  int r, g, b;
+};
+Rgb At(DVDStillPicture const& p, int x, int y) {
+  UInt8 const* const px = &p.argb[size_t(y) * p.rowBytes + size_t(x) * 4];
+  return {px[1], px[2], px[3]};
+}
+
+DVDStillPicture Make(DVDStillRequest const& r) {
+  DVDStillPicture p;
+  EXPECT_EQ(noErr, DVDMakeStill(r, &p));
+  EXPECT_EQ(size_t(p.rowBytes) * p.height, p.argb.size());
+  return p;
+}
+
+constexpr YCbCr kBlack{16, 128, 128};
+constexpr YCbCr kGrey{126, 128, 128};
+
+TEST(DVDStillMaking, EveryShapeHasItsSizeForEachStandardAndAspect) {
+  struct Case {
+    int height;
+    DVDAspectRatio aspect;
+    UInt32 square;
+  };
+  for (Case const c : {Case{480, kDVDAspectRatio4x3, 640}, Case{480, kDVDAspectRatio16x9, 854},
+                       Case{576, kDVDAspectRatio4x3, 768}, Case{576, kDVDAspectRatio16x9, 1024}}) {
+    DVDStillRequest r = Flat(720, c.height, c.aspect, kGrey);
+    for (DVDStillShape shape :
+         {kDVDStillShapeSquarePixels, kDVDStillShapeSquarePixelsITU, kDVDStillShapeStored}) {
+      r.shape = shape;
+      DVDStillPicture const p = Make(r);
+      EXPECT_EQ(shape == kDVDStillShapeStored ? 720u : c.square, p.width)
+          << c.height << " lines, aspect " << c.aspect << ", shape " << shape;
+      EXPECT_EQ(UInt32(c.height), p.height);
+      // The active aperture leaves out 8 columns at each side.
+      EXPECT_EQ(shape == kDVDStillShapeSquarePixelsITU ? 8u : 0u, p.left);
+      EXPECT_EQ(shape == kDVDStillShapeSquarePixelsITU ? 712u : 720u, p.right);
+    }
+  }
+}
+
+// 75 % bars: white, yellow, cyan, green, magenta, red, blue, black.
+constexpr Rgb kBars[] = {{1, 1, 1}, {1, 1, 0}, {0, 1, 1}, {0, 1, 0},
+                         {1, 0, 1}, {1, 0, 0}, {0, 0, 1}, {0, 0, 0}};
+
+void ExpectBars(DVDColorMatrix matrix, double kr, double kb) {
+  DVDStillRequest r = Flat(720, 480, kDVDAspectRatio4x3, kBlack);
+  r.info.matrix = matrix;
+  r.shape = kDVDStillShapeStored;
+  for (int i = 0; i < 8; ++i) {
+    Rgb const c = kBars[i];
+    Paint(r, i * 90, 0, i * 90 + 90, 480, Encode(0.75 * c.r, 0.75 * c.g, 0.75 * c.b, kr, kb));
+  }
+  DVDStillPicture const p = Make(r);
+  for (int i = 0; i < 8; ++i) {
+    Rgb const got = At(p, i * 90 + 45, 240);
+    Rgb const want{191 * kBars[i].r, 191 * kBars[i].g, 191 * kBars[i].b};
+    EXPECT_NEAR(want.r, got.r, 3) << "bar " << i;
+    EXPECT_NEAR(want.g, got.g, 3) << "bar " << i;
+    EXPECT_NEAR(want.b, got.b, 3) << "bar " << i;
+  }
+}
+
+TEST(DVDStillMaking, ColourBarsComeOutAtTheirColoursForTheStreamsMatrix) {
+  ExpectBars(kDVDColorMatrixBT601, 0.299, 0.114);
+  ExpectBars(kDVDColorMatrixBT709, 0.2126, 0.0722);
+}
+
+TEST(DVDStillMaking, LetterboxAndPillarboxBandsAreCutExactly) {
+  // 4:3 letterbox: 60 black lines above and below.
+  DVDStillRequest r = Flat(720, 480, kDVDAspectRatio4x3, kBlack);
+  Paint(r, 0, 60, 720, 420, kGrey);
+  r.cropBorders = true;
+  DVDStillPicture p = Make(r);
+  EXPECT_EQ(60u, p.top);
+  EXPECT_EQ(420u, p.bottom);
+  EXPECT_EQ(640u, p.width);
+  EXPECT_EQ(360u, p.height);
+  EXPECT_NEAR(kGrey.y, 16 + At(p, 320, 0).g * 219 / 255, 3) << "no black line left";
+  // Without the choice the bands stay.
+  r.cropBorders = false;
+  p = Make(r);
+  EXPECT_EQ(480u, p.height);
+  // Pillarbox: 90 black columns at each side of a stored picture.
+  r = Flat(720, 480, kDVDAspectRatio16x9, kBlack);
+  Paint(r, 90, 0, 630, 480, kGrey);
+  r.cropBorders = true;
+  r.shape = kDVDStillShapeStored;
+  p = Make(r);
+  EXPECT_EQ(90u, p.left);
+  EXPECT_EQ(630u, p.right);
+  EXPECT_EQ(540u, p.width);
+  EXPECT_EQ(480u, p.height);
+}
+
+TEST(DVDStillMaking, ADarkSceneIsNeverCutInto) {
+  // Black all over: a dark scene, kept whole.
+  DVDStillRequest r = Flat(720, 480, kDVDAspectRatio4x3, kBlack);
+  r.cropBorders = true;
+  r.shape = kDVDStillShapeStored;
+  DVDStillPicture p = Make(r);
+  EXPECT_EQ(480u, p.height);
+  EXPECT_EQ(720u, p.width);
+  // Letterboxed night: inside the bands the picture is black but for two lights at its
+  // corners; everything between them stays, only the bands above and below go.
+  Paint(r, 0, 100, 4, 104, kGrey);
+  Paint(r, 716, 380, 720, 382, YCbCr{60, 128, 128});
+  p = Make(r);
+  EXPECT_EQ(100u, p.top);
+  EXPECT_EQ(382u, p.bottom);
+  EXPECT_EQ(0u, p.left);
+  EXPECT_EQ(720u, p.right);
+  // A dark blue row is not black.
+  r = Flat(720, 480, kDVDAspectRatio4x3, YCbCr{20, 150, 120});
+  r.cropBorders = true;
+  p = Make(r);
+  EXPECT_EQ(480u, p.height);
+}
+
+TEST(DVDStillMaking, TheOverlayIsDrawnOnlyWhenTaken) {
+  DVDStillRequest r = Flat(720, 480, kDVDAspectRatio4x3, kBlack);
+  r.shape = kDVDStillShapeStored;
+  DVDStillPicture p = Make(r);
+  EXPECT_EQ(0, At(p, 100, 100).g);
+  r.overlay.assign(720 * 480 * 4, 0);
+  for (int y = 80; y < 120; ++y) {
+    for (int x = 80; x < 120; ++x) {
+      UInt8* const o = &r.overlay[size_t(y * 720 + x) * 4];
+      o[0] = o[1] = o[2] = 255;
+      o[3] = 255;
+    }
+  }
+  p = Make(r);
+  EXPECT_EQ(255, At(p, 100, 100).g);
+  EXPECT_EQ(0, At(p, 200, 100).g);
+  // Half transparent: halfway.
+  r.overlay[size_t(100 * 720 + 100) * 4 + 3] = 128;
+  p = Make(r);
+  EXPECT_NEAR(128, At(p, 100, 100).g, 1);
+}
+
+TEST(DVDStillMaking, TheFieldFilterSeesTheStoredPictureBeforeTheOverlay) {
+  DVDStillRequest r = Flat(720, 576, kDVDAspectRatio16x9, kBlack);
+  r.overlay.assign(720 * 576 * 4, 0);
+  UInt8* const o = &r.overlay[size_t(10 * 720 + 10) * 4];
+  o[2] = o[3] = 255;  // blue, opaque
+  struct Seen {
+    UInt32 width = 0, height = 0, rowBytes = 0;
+  } seen;
+  r.fieldFilter = [](UInt8* argb, UInt32 w, UInt32 h, UInt32 rowBytes, void* refCon) {
+    *static_cast<Seen*>(refCon) = Seen{w, h, rowBytes};
+    for (UInt32 y = 0; y < h; ++y) {
+      for (UInt32 x = 0; x < w; ++x) argb[y * rowBytes + x * 4 + 1] = 255;
+    }
+  };
+  r.fieldFilterRefCon = &seen;
+  r.shape = kDVDStillShapeStored;
+  DVDStillPicture const p = Make(r);
+  EXPECT_EQ(720u, seen.width);
+  EXPECT_EQ(576u, seen.height);
+  EXPECT_EQ(2880u, seen.rowBytes);
+  EXPECT_EQ(255, At(p, 300, 300).r);
+  Rgb const over = At(p, 10, 10);
+  EXPECT_EQ(0, over.r);
+  EXPECT_EQ(255, over.b);
+}
+
+TEST(DVDStillMaking, ARequestWhosePixelsDoNotMatchIsRefused) {
+  DVDStillRequest r = Flat(720, 480, kDVDAspectRatio4x3, kGrey);
+  DVDStillPicture p;
+  EXPECT_EQ(kDVDErrorInvalidArgument, DVDMakeStill(r, nullptr));
+  r.planes.pop_back();
+  EXPECT_EQ(kDVDErrorInvalidArgument, DVDMakeStill(r, &p));
+  r = Flat(720, 480, kDVDAspectRatio4x3, kGrey);
+  r.info.neighbours = kDVDDecodedAfter;  // named but not there
+  EXPECT_EQ(kDVDErrorInvalidArgument, DVDMakeStill(r, &p));
+  r = Flat(720, 480, kDVDAspectRatio4x3, kGrey);
+  r.overlay.assign(10, 0);
+  EXPECT_EQ(kDVDErrorInvalidArgument, DVDMakeStill(r, &p));
+  EXPECT_EQ(kDVDErrorInvalidArgument, DVDTakeStill(false, nullptr));
+}
+
+// ---- on the authored discs
+
+// How combed a picture is: neighbouring rows (other field) against rows two apart (same
+// field), summed where the picture moves between fields; about 1 when not combed.
+double Combing(DVDStillPicture const& p) {
+  double near = 0;
+  double far = 0;
+  for (UInt32 y = 40; y + 2 < p.height; ++y) {
+    for (UInt32 x = 0; x < p.width; ++x) {
+      int const a = At(p, int(x), int(y)).g;
+      int const b = At(p, int(x), int(y + 1)).g;
+      int const c = At(p, int(x), int(y + 2)).g;
+      near += std::abs(a - b);
+      far += std::abs(a - c);
+    }
+  }
+  return far > 0 ? near / far : 0;
+}
+
+class DVDStillTest : public DVDSessionTest {
+ protected:
+  DVDStillRequest PausedAt(char const* disc, UInt32 frame) {
+    OpenFile(DiscPath(disc));
+    EXPECT_EQ(noErr, DVDPlay());
+    Settle();
+    EXPECT_EQ(noErr, DVDPause());
+    EXPECT_EQ(noErr, DVDSeekToFrame(frame));
+    Settle();
+    DVDStillRequest r;
+    EXPECT_EQ(noErr, DVDTakeStill(true, &r));
+    return r;
+  }
+};
+
+TEST_F(DVDStillTest, NothingToTakeBeforeAPictureIsPresented) {
+  OpenFile(DiscPath("frames"));
+  DVDStillRequest r;
+  EXPECT_EQ(kDVDErrorNotAllowedNow, DVDTakeStill(false, &r));
+}
+
+TEST_F(DVDStillTest, TheStillIsTheExactFrameOnScreen) {
+  for (UInt32 frame : {0u, 123u, 301u, 899u}) {
+    DVDStillRequest r = PausedAt("frames", frame);
+    ASSERT_EQ(frame, r.info.frameInTitle);
+    r.shape = kDVDStillShapeStored;
+    DVDStillPicture const p = Make(r);
+    ASSERT_GT(p.height, UInt32(kBarcodeRow));
+    EXPECT_EQ(int(frame), ReadBarcode(&p.argb[size_t(kBarcodeRow) * p.rowBytes + 2], 4));
+    EXPECT_FALSE(p.deinterlaced) << "progressive pictures are left as they are by Auto";
+    ASSERT_EQ(noErr, DVDCloseMediaFile());
+  }
+}
+
+TEST_F(DVDStillTest, InterlacedPicturesAreDeinterlacedWithoutCombing) {
+  // A picture inside its group, so that both neighbours are decoded.
+  DVDStillRequest r = PausedAt("interlaced", 65);
+  ASSERT_FALSE(r.info.progressive);
+  EXPECT_EQ(UInt32(kDVDDecodedBefore | kDVDDecodedAfter), r.info.neighbours);
+  r.shape = kDVDStillShapeStored;
+  r.deinterlace = kDVDStillDeinterlaceOff;
+  DVDStillPicture const off = Make(r);
+  EXPECT_FALSE(off.deinterlaced);
+  r.deinterlace = kDVDStillDeinterlaceAuto;
+  DVDStillPicture const autoStill = Make(r);
+  EXPECT_TRUE(autoStill.deinterlaced);
+  r.deinterlace = kDVDStillDeinterlaceAdaptive;
+  DVDStillPicture const adaptive = Make(r);
+  EXPECT_TRUE(adaptive.deinterlaced);
+  double const combed = Combing(off);
+  EXPECT_GT(combed, 1.5) << "the disc's bar should comb when left alone";
+  EXPECT_LT(Combing(autoStill), 1.15);
+  EXPECT_LT(Combing(adaptive), 1.15);
+  // The frame's own barcode survives deinterlacing.
+  EXPECT_EQ(65, ReadBarcode(&adaptive.argb[size_t(kBarcodeRow) * adaptive.rowBytes + 2], 4));
+}
+
+}  // namespace
+}  // namespace tavelo_test
