@@ -173,6 +173,10 @@ QRectF GrabWindowController::grabRectScreenCoordinates() const {
 // ---- grabbing
 
 void GrabWindowController::grabGrabberWindowScreen(UInt32 options) {
+  if ((options & kGrabCropToView) && grabsVideoFrames()) {
+    setGrabbedBitmapImageRep(grabVideoFrame());
+    return;
+  }
   if (!CoreVerify(mGrabWindow)) return;
   grabScreenDisplayID(CGDirectDisplayID(grabScreenID()), options);
 }

@@ -72,6 +72,11 @@ class GrabWindowController : public QObject {
   // The view a grab crops to: the window's grab view, else its content view; may be null.
   static QWidget* GrabViewOfWindow(QWidget* window);
 
+  // A grab of the grab view takes the video's own picture instead of the screen when a
+  // subclass says so; a null picture then means no grab.
+  virtual bool grabsVideoFrames() const { return false; }
+  virtual std::shared_ptr<NSBitmapImageRep> grabVideoFrame() { return nullptr; }
+
   void grabGrabberWindowScreen(UInt32 options);
   void grabScreenDisplayID(CGDirectDisplayID displayID, UInt32 options);
 

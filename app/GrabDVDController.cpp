@@ -96,6 +96,7 @@ void GrabDVDController::applicationDidFinishLaunching() {
 void GrabDVDController::applicationWillTerminate() {
   endSession();
   if (CoreVerify(mGrabDefaultsMenu)) savePreferences(mGrabDefaultsMenu);
+  mStillChoices.SavePreferences();
 }
 
 void GrabDVDController::beginSession() {

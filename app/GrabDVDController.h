@@ -11,6 +11,7 @@
 #include "DVDBookmark.h"
 #include "DVDEvent.h"
 #include "DVDPlayback.h"
+#include "GrabStillChoices.h"
 #include "GrabWindowController.h"
 
 #include <QAbstractButton>
@@ -51,6 +52,7 @@ class GrabDVDController : public GrabWindowController {
   QString mVolumePath;  // null when a folder or nothing is open
   SInt32 mDVDState = 0;
   DVDEventCallBackRef mEventCallBackID = 0;
+  GrabStillChoices mStillChoices;
 
   // The process-wide bookmark cursor, shared by all media.
   static SInt32 sBookmarkCursor;
@@ -79,6 +81,8 @@ class GrabDVDController : public GrabWindowController {
   void launchAppWebPageByID(QString const& page);
 
   bool validateMenuItem(QAction* item) override;
+  bool grabsVideoFrames() const override { return mStillChoices.GrabsVideoFrames(); }
+  std::shared_ptr<NSBitmapImageRep> grabVideoFrame() override;
   bool validateMenuItemGrab(QAction* item);
   // Shows the last grab in the controller window.
   void grabbedFrameUpdated();
@@ -126,6 +130,23 @@ class GrabDVDController : public GrabWindowController {
   // second only grabs and shows the picture.
   void grabCurrentFrame(QObject* sender);
   void grabCurrentFrameSaveNumberedFile(QObject* sender);
+
+  // Frame stepping: the picture after or before the one on screen, paused.
+  void onNextFrame(QObject* sender);
+  void onPreviousFrame(QObject* sender);
+
+  // What grabs take from the video (GrabStillChoices).
+  void selectDefault_GrabScreen(QObject* sender);
+  void selectDefault_GrabVideoFrame(QObject* sender);
+  void selectDefault_SizeSquarePixels(QObject* sender);
+  void selectDefault_SizeSquarePixelsITU(QObject* sender);
+  void selectDefault_SizeStored(QObject* sender);
+  void selectDefault_DeinterlaceAuto(QObject* sender);
+  void selectDefault_DeinterlaceOff(QObject* sender);
+  void selectDefault_DeinterlaceBlend(QObject* sender);
+  void selectDefault_DeinterlaceAdaptive(QObject* sender);
+  void toggleGrabIncludeSubtitles(QObject* sender);
+  void toggleGrabCropBorders(QObject* sender);
 
   void deviceDidMount(QObject* sender);
   void machineWillSleep(QObject* sender);

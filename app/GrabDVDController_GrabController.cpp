@@ -65,4 +65,50 @@ void GrabDVDController::awakeFromNibGrab() {
     if (!NSMenuItemAction::action(item).isEmpty()) NSMenuItem_NSUISelectorGroup::setTarget(item, this);
   }
   restorePreferences(mGrabDefaultsMenu);
+  mStillChoices.Construct(mGrabDefaultsMenu, this);
+  mStillChoices.RestorePreferences();
+}
+
+std::shared_ptr<NSBitmapImageRep> GrabDVDController::grabVideoFrame() {
+  return mStillChoices.TakeVideoFrame();
+}
+
+void GrabDVDController::onNextFrame(QObject*) { CoreMachDebugVerify(DVDStepFrame(1) == noErr); }
+
+void GrabDVDController::onPreviousFrame(QObject*) {
+  CoreMachDebugVerify(DVDStepFrame(-1) == noErr);
+}
+
+void GrabDVDController::selectDefault_GrabScreen(QObject* sender) {
+  mStillChoices.SelectSource(sender, false);
+}
+void GrabDVDController::selectDefault_GrabVideoFrame(QObject* sender) {
+  mStillChoices.SelectSource(sender, true);
+}
+void GrabDVDController::selectDefault_SizeSquarePixels(QObject* sender) {
+  mStillChoices.SelectShape(sender, kDVDStillShapeSquarePixels);
+}
+void GrabDVDController::selectDefault_SizeSquarePixelsITU(QObject* sender) {
+  mStillChoices.SelectShape(sender, kDVDStillShapeSquarePixelsITU);
+}
+void GrabDVDController::selectDefault_SizeStored(QObject* sender) {
+  mStillChoices.SelectShape(sender, kDVDStillShapeStored);
+}
+void GrabDVDController::selectDefault_DeinterlaceAuto(QObject* sender) {
+  mStillChoices.SelectDeinterlace(sender, GrabStillChoices::kAuto);
+}
+void GrabDVDController::selectDefault_DeinterlaceOff(QObject* sender) {
+  mStillChoices.SelectDeinterlace(sender, GrabStillChoices::kOff);
+}
+void GrabDVDController::selectDefault_DeinterlaceBlend(QObject* sender) {
+  mStillChoices.SelectDeinterlace(sender, GrabStillChoices::kBlend);
+}
+void GrabDVDController::selectDefault_DeinterlaceAdaptive(QObject* sender) {
+  mStillChoices.SelectDeinterlace(sender, GrabStillChoices::kAdaptive);
+}
+void GrabDVDController::toggleGrabIncludeSubtitles(QObject* sender) {
+  mStillChoices.ToggleSubtitles(sender);
+}
+void GrabDVDController::toggleGrabCropBorders(QObject* sender) {
+  mStillChoices.ToggleCropBorders(sender);
 }

@@ -2,6 +2,7 @@
 #include "DVDPlayback.h"
 
 #include "DVDService.h"
+#include "DVDStill.h"
 
 #include <algorithm>
 #include <cstring>
@@ -160,5 +161,22 @@ OSStatus DVDCopyPresentedOverlay(DVDPresentedFrameInfo* outInfo, void* outPixels
   } else {
     std::fill_n(static_cast<UInt8*>(outPixels), size, UInt8(0));
   }
+  return noErr;
+}
+
+OSStatus DVDTakeStill(bool withOverlay, DVDStillRequest* outRequest) {
+  if (!outRequest) return kDVDErrorInvalidArgument;
+  // One picture for everything taken: the one on screen now.
+  auto const picture = dvd::DVDPresenter::LatestPicture();
+  if (!picture) return kDVDErrorNotAllowedNow;
+  UInt32 const both = kDVDDecodedBefore | kDVDDecodedAfter;
+  UInt32 size = 0;
+  OSStatus status = dvd::CopyDecoded(*picture, both, &outRequest->info, nullptr, &size);
+  if (status != noErr) return status;
+  outRequest->planes.resize(size);
+  status = dvd::CopyDecoded(*picture, both, &outRequest->info, outRequest->planes.data(), &size);
+  if (status != noErr) return status;
+  outRequest->overlay.clear();
+  if (withOverlay) outRequest->overlay = picture->Overlay();
   return noErr;
 }

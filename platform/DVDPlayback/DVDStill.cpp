@@ -1,8 +1,5 @@
 #include "DVDStill.h"
 
-#include "DVDPresenter.h"
-#include "DVDService.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -192,23 +189,6 @@ UInt32 DVDStillDisplayWidth(UInt32 height, DVDAspectRatio aspect) {
   UInt32 const num = aspect == kDVDAspectRatio16x9 ? 16 : 4;
   UInt32 const den = aspect == kDVDAspectRatio16x9 ? 9 : 3;
   return (height * num + den) / (2 * den) * 2;
-}
-
-OSStatus DVDTakeStill(bool withOverlay, DVDStillRequest* outRequest) {
-  if (!outRequest) return kDVDErrorInvalidArgument;
-  // One picture for everything taken: the one on screen now.
-  auto const picture = dvd::DVDPresenter::LatestPicture();
-  if (!picture) return kDVDErrorNotAllowedNow;
-  UInt32 const both = kDVDDecodedBefore | kDVDDecodedAfter;
-  UInt32 size = 0;
-  OSStatus status = dvd::CopyDecoded(*picture, both, &outRequest->info, nullptr, &size);
-  if (status != noErr) return status;
-  outRequest->planes.resize(size);
-  status = dvd::CopyDecoded(*picture, both, &outRequest->info, outRequest->planes.data(), &size);
-  if (status != noErr) return status;
-  outRequest->overlay.clear();
-  if (withOverlay) outRequest->overlay = picture->Overlay();
-  return noErr;
 }
 
 OSStatus DVDMakeStill(DVDStillRequest const& r, DVDStillPicture* out) {

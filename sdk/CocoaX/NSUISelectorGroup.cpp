@@ -22,25 +22,16 @@ bool import_NSUISelectorGroup() { return true; }
 
 namespace {
 
-// Entries for the names (what the defaults store) with their interned selectors, ended by
-// the null entry.
-template <std::size_t N>
-std::array<tagNSUISelectorEntry, N + 1> Table(char const* const (&names)[N]) {
-  std::array<tagNSUISelectorEntry, N + 1> table{};
-  for (std::size_t i = 0; i < N; ++i) table[i] = {names[i], sel_registerName(names[i])};
-  return table;
-}
-
-auto const kDefaultCreatorSelectors = Table({"selectDefault_CreatorPreview:",
+auto const kDefaultCreatorSelectors = NSUISelectorTable({"selectDefault_CreatorPreview:",
                                              "selectDefault_CreatorQuickTime:",
                                              "selectDefault_CreatorPhotoShop:"});
-auto const kDefaultFolderSelectors = Table({"selectDefault_PicturesFolder:",
+auto const kDefaultFolderSelectors = NSUISelectorTable({"selectDefault_PicturesFolder:",
                                             "selectDefault_DesktopFolder:",
                                             "selectDefault_DocumentsFolder:"});
-auto const kDefaultFileTypeSelectors = Table(
+auto const kDefaultFileTypeSelectors = NSUISelectorTable(
     {"selectDefault_SaveJPEG:", "selectDefault_SaveTIFF:", "selectDefault_SavePNG:"});
-auto const kMyToggleSelectors = Table({"save:", "saveAs:"});
-auto const kMyMutexSelectors = Table({"copy:", "paste:"});
+auto const kMyToggleSelectors = NSUISelectorTable({"save:", "saveAs:"});
+auto const kMyMutexSelectors = NSUISelectorTable({"copy:", "paste:"});
 
 }  // namespace
 

@@ -7,6 +7,8 @@
 
 #include <QString>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 class QAction;
@@ -36,6 +38,15 @@ struct tagNSUISelectorGroup {
   bool IsMember(char const* name) const;
   char const* NameOfSelector(SEL selector) const;  // null when not a member
 };
+
+// A group's member table from the names the defaults store, with their interned selectors,
+// ended by the null entry.
+template <std::size_t N>
+std::array<tagNSUISelectorEntry, N + 1> NSUISelectorTable(char const* const (&names)[N]) {
+  std::array<tagNSUISelectorEntry, N + 1> table{};
+  for (std::size_t i = 0; i < N; ++i) table[i] = {names[i], sel_registerName(names[i])};
+  return table;
+}
 
 extern tagNSUISelectorGroup const DefaultCreatorSelectorGroup;
 extern tagNSUISelectorGroup const DefaultFolderSelectorGroup;

@@ -101,13 +101,39 @@ TEST_F(MainMenuTest, GrabDefaultsMenuHoldsTypeFolderAndCreatorItems) {
   ASSERT_NE(menu, nullptr);
   QStringList selectors;
   for (QAction* item : menu->actions()) {
-    if (!item->isSeparator()) selectors << QString::fromLatin1(NSMenuItemAction::action(item));
+    if (!item->isSeparator() && !item->menu()) selectors << QString::fromLatin1(NSMenuItemAction::action(item));
   }
-  EXPECT_EQ(selectors, (QStringList{"selectDefault_SaveJPEG:", "selectDefault_SaveTIFF:", "selectDefault_SavePNG:",
+  // The still choices follow (GrabDefaultsMenuEndsWithTheStillChoices).
+  EXPECT_EQ(selectors.mid(0, 10), (QStringList{"selectDefault_SaveJPEG:", "selectDefault_SaveTIFF:", "selectDefault_SavePNG:",
                                     "selectDefault_PicturesFolder:", "selectDefault_DesktopFolder:",
                                     "selectDefault_DocumentsFolder:", "selectDefault_CreatorPreview:",
                                     "selectDefault_CreatorQuickTime:", "selectDefault_CreatorPhotoShop:",
                                     "selectDefault_CreatoriPhoto:"}));
+}
+
+TEST_F(MainMenuTest, GrabDefaultsMenuEndsWithTheStillChoices) {
+  QMenu* menu = mNib.controller()->mGrabDefaultsMenu;
+  ASSERT_NE(menu, nullptr);
+  QStringList tail;
+  for (QAction* item : menu->actions().mid(menu->actions().size() - 5)) {
+    tail << (item->menu() ? item->menu()->title() : QString::fromLatin1(NSMenuItemAction::action(item)));
+  }
+  EXPECT_EQ(tail, (QStringList{"Grab From", "Picture Size", "Deinterlacing", "toggleGrabIncludeSubtitles:",
+                               "toggleGrabCropBorders:"}));
+  auto const actionsOf = [&](char const* name) {
+    QStringList names;
+    if (QMenu* sub = menu->findChild<QMenu*>(QString::fromLatin1(name))) {
+      for (QAction* item : sub->actions()) names << QString::fromLatin1(NSMenuItemAction::action(item));
+    }
+    return names;
+  };
+  EXPECT_EQ(actionsOf("mGrabFromMenu"), (QStringList{"selectDefault_GrabScreen:", "selectDefault_GrabVideoFrame:"}));
+  EXPECT_EQ(actionsOf("mGrabSizeMenu"),
+            (QStringList{"selectDefault_SizeSquarePixels:", "selectDefault_SizeSquarePixelsITU:",
+                         "selectDefault_SizeStored:"}));
+  EXPECT_EQ(actionsOf("mGrabDeinterlaceMenu"),
+            (QStringList{"selectDefault_DeinterlaceAuto:", "selectDefault_DeinterlaceOff:",
+                         "selectDefault_DeinterlaceBlend:", "selectDefault_DeinterlaceAdaptive:"}));
 }
 
 TEST_F(MainMenuTest, OutletsAreConnected) {

@@ -1,5 +1,6 @@
 #include "FakeDVDPlayback.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace fake_dvd {
@@ -239,6 +240,26 @@ OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* info, void* pixels, UInt32
   if (*size < needed) return kDVDErrorInvalidArgument;
   auto* out = static_cast<unsigned char*>(pixels);
   for (UInt32 i = 0; i < needed; i += 3) std::memcpy(out + i, S().frameRGB, 3);
+  return noErr;
+}
+OSStatus DVDStepFrame(SInt32 frames) {
+  S().steps.push_back(frames);
+  return Call("DVDStepFrame");
+}
+// A grey 720 x 480 progressive picture, as decoded, when a frame is presented.
+OSStatus DVDTakeStill(bool withOverlay, DVDStillRequest* request) {
+  OSStatus const r = Call("DVDTakeStill");
+  if (r != noErr) return r;
+  if (!S().hasFrame) return kDVDErrorNotAllowedNow;
+  S().stillWithOverlay = withOverlay;
+  *request = DVDStillRequest{};
+  request->info.width = 720;
+  request->info.height = 480;
+  request->info.pictureBytes = 720 * 480 * 3 / 2;
+  request->info.aspect = kDVDAspectRatio4x3;
+  request->info.progressive = true;
+  request->planes.assign(request->info.pictureBytes, 128);
+  std::fill_n(request->planes.begin(), 720 * 480, UInt8(126));
   return noErr;
 }
 OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr proc, void* refCon) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "DVDPlayback.h"
+#include "DVDStill.h"
 
 namespace fake_dvd {
 
@@ -47,6 +48,8 @@ struct State {
   UInt32 timeEventRate = 0;
   // The presented picture: none until a colour is set.
   bool hasFrame = false;
+  std::vector<SInt32> steps;       // DVDStepFrame's arguments, in order
+  bool stillWithOverlay = false;   // DVDTakeStill's last argument
   unsigned char frameRGB[3] = {0, 0, 0};
   DVDFrameReadyCallBackFunctionPtr frameReady = nullptr;
   void* frameRefCon = nullptr;

@@ -1,0 +1,181 @@
+#include "GrabStillChoices.h"
+
+#include <QAction>
+#include <QMenu>
+
+#include <cstring>
+#include <vector>
+
+#include "CoreMachDebugLog.h"
+#include "NSBitmapImageRep.h"
+#include "NSMenuItemAction.h"
+#include "XFrameBuffer.h"
+#include "XFrameOperations.h"
+
+namespace {
+
+// The first member of each is the default.
+auto const kSourceSelectors =
+    NSUISelectorTable({"selectDefault_GrabScreen:", "selectDefault_GrabVideoFrame:"});
+auto const kSizeSelectors =
+    NSUISelectorTable({"selectDefault_SizeSquarePixels:", "selectDefault_SizeSquarePixelsITU:",
+           "selectDefault_SizeStored:"});
+auto const kDeinterlaceSelectors =
+    NSUISelectorTable({"selectDefault_DeinterlaceAuto:", "selectDefault_DeinterlaceOff:",
+           "selectDefault_DeinterlaceBlend:", "selectDefault_DeinterlaceAdaptive:"});
+
+char const kSubtitlesKey[] = "GrabIncludeSubtitles";
+char const kCropKey[] = "GrabCropBorders";
+
+// The library's field blend (type A) over the still at its stored size.
+void BlendFields(UInt8* argb, UInt32 width, UInt32 height, UInt32 rowBytes, void*) {
+  std::vector<UInt8> blended(size_t(rowBytes) * height);
+  XFrameBuffer src;
+  src.Width = SInt32(width);
+  src.Height = SInt32(height);
+  src.PixelType = kXFrame_Pel_Format_8RGB;
+  src.Fields = 2 | kXFrameFields_TopFirst;
+  src.Pixels = argb;
+  src.RowBytes = SInt32(rowBytes);
+  src.PelBytes = 4;
+  XFrameBuffer dst = src;
+  dst.Pixels = blended.data();
+  if (CoreVerify(XFrame_BlendFields(src, dst, XFrameFilters{kXFrameFilter_BlendFieldsTypeA}))) {
+    std::memcpy(argb, blended.data(), blended.size());
+  }
+}
+
+// A stored boolean, or the default when there is none.
+bool StoredBool(char const* key, bool byDefault) {
+  QString const stored = NSUserDefaults_Standard::stringForKey(QString::fromUtf8(key));
+  return stored.isNull() ? byDefault : stored == QStringLiteral("true");
+}
+
+void StoreBool(char const* key, bool value) {
+  NSUserDefaults_Standard::setString(value ? QStringLiteral("true") : QStringLiteral("false"),
+                                     QString::fromUtf8(key));
+}
+
+QAction* ItemWithAction(QMenu* menu, char const* action) {
+  if (!menu) return nullptr;
+  for (QAction* item : menu->actions()) {
+    if (NSMenuItemAction::action(item) == action) return item;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+tagNSUISelectorGroup const GrabSourceSelectorGroup = {1, "GrabSourceSelectorGroup",
+                                                      kSourceSelectors.data()};
+tagNSUISelectorGroup const GrabSizeSelectorGroup = {1, "GrabSizeSelectorGroup",
+                                                    kSizeSelectors.data()};
+tagNSUISelectorGroup const GrabDeinterlaceSelectorGroup = {1, "GrabDeinterlaceSelectorGroup",
+                                                           kDeinterlaceSelectors.data()};
+
+void GrabStillChoices::Construct(QMenu* grabDefaultsMenu, QObject* target) {
+  if (!CoreVerify(grabDefaultsMenu)) return;
+  mSourceMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabFromMenu"));
+  mSizeMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabSizeMenu"));
+  mDeinterlaceMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabDeinterlaceMenu"));
+  mSubtitlesItem = ItemWithAction(grabDefaultsMenu, "toggleGrabIncludeSubtitles:");
+  mCropItem = ItemWithAction(grabDefaultsMenu, "toggleGrabCropBorders:");
+  // Restoring performs the chosen items' actions on the controller.
+  for (QMenu* menu : {mSourceMenu.data(), mSizeMenu.data(), mDeinterlaceMenu.data()}) {
+    if (!CoreVerify(menu)) continue;
+    for (QAction* item : menu->actions()) NSMenuItem_NSUISelectorGroup::setTarget(item, target);
+  }
+}
+
+void GrabStillChoices::SavePreferences() const {
+  NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(mSourceMenu, GrabSourceSelectorGroup);
+  NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(mSizeMenu, GrabSizeSelectorGroup);
+  NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(mDeinterlaceMenu,
+                                                         GrabDeinterlaceSelectorGroup);
+  StoreBool(kSubtitlesKey, mIncludeSubtitles);
+  StoreBool(kCropKey, mCropBorders);
+}
+
+void GrabStillChoices::RestorePreferences() {
+  if (mSourceMenu) {
+    NSMenu_NSUISelectorGroup::restoreSelectorGroupPreferences(mSourceMenu,
+                                                              GrabSourceSelectorGroup);
+  }
+  if (mSizeMenu) {
+    NSMenu_NSUISelectorGroup::restoreSelectorGroupPreferences(mSizeMenu, GrabSizeSelectorGroup);
+  }
+  if (mDeinterlaceMenu) {
+    NSMenu_NSUISelectorGroup::restoreSelectorGroupPreferences(mDeinterlaceMenu,
+                                                              GrabDeinterlaceSelectorGroup);
+  }
+  mIncludeSubtitles = StoredBool(kSubtitlesKey, true);
+  mCropBorders = StoredBool(kCropKey, false);
+  if (mSubtitlesItem) mSubtitlesItem->setChecked(mIncludeSubtitles);
+  if (mCropItem) mCropItem->setChecked(mCropBorders);
+}
+
+void GrabStillChoices::SelectSource(QObject* sender, bool videoFrame) {
+  if (auto* item = qobject_cast<QAction*>(sender)) {
+    NSMenuItem_NSUISelectorGroup::selectSelfFromSelectorGroup(item, GrabSourceSelectorGroup);
+  }
+  mVideoFrame = videoFrame;
+}
+
+void GrabStillChoices::SelectShape(QObject* sender, DVDStillShape shape) {
+  if (auto* item = qobject_cast<QAction*>(sender)) {
+    NSMenuItem_NSUISelectorGroup::selectSelfFromSelectorGroup(item, GrabSizeSelectorGroup);
+  }
+  mShape = shape;
+}
+
+void GrabStillChoices::SelectDeinterlace(QObject* sender, Deinterlace deinterlace) {
+  if (auto* item = qobject_cast<QAction*>(sender)) {
+    NSMenuItem_NSUISelectorGroup::selectSelfFromSelectorGroup(item, GrabDeinterlaceSelectorGroup);
+  }
+  mDeinterlace = deinterlace;
+}
+
+void GrabStillChoices::ToggleSubtitles(QObject* sender) {
+  auto* const item = qobject_cast<QAction*>(sender);
+  mIncludeSubtitles = item ? item->isChecked() : !mIncludeSubtitles;
+}
+
+void GrabStillChoices::ToggleCropBorders(QObject* sender) {
+  auto* const item = qobject_cast<QAction*>(sender);
+  mCropBorders = item ? item->isChecked() : !mCropBorders;
+}
+
+std::shared_ptr<NSBitmapImageRep> GrabStillChoices::TakeVideoFrame() const {
+  DVDStillRequest request;
+  if (!CoreVerify(DVDTakeStill(mIncludeSubtitles, &request) == noErr)) return nullptr;
+  request.shape = mShape;
+  request.cropBorders = mCropBorders;
+  switch (mDeinterlace) {
+    case kAuto: request.deinterlace = kDVDStillDeinterlaceAuto; break;
+    case kAdaptive: request.deinterlace = kDVDStillDeinterlaceAdaptive; break;
+    case kBlend:
+      request.deinterlace = kDVDStillDeinterlaceOff;
+      request.fieldFilter = BlendFields;
+      break;
+    case kOff: request.deinterlace = kDVDStillDeinterlaceOff; break;
+  }
+  DVDStillPicture still;
+  if (!CoreVerify(DVDMakeStill(request, &still) == noErr)) return nullptr;
+  // R, G, B and a fourth byte, as every grabbed picture.
+  auto bitmap = std::make_shared<NSBitmapImageRep>();
+  if (!CoreVerify(bitmap->Construct(nullptr, long(still.width), long(still.height), 8, 3, false,
+                                    0, 32))) {
+    return nullptr;
+  }
+  for (UInt32 y = 0; y < still.height; ++y) {
+    UInt8 const* from = &still.argb[size_t(y) * still.rowBytes];
+    UInt8* to = bitmap->bitmapData() + size_t(y) * size_t(bitmap->bytesPerRow());
+    for (UInt32 x = 0; x < still.width; ++x, from += 4, to += 4) {
+      to[0] = from[1];
+      to[1] = from[2];
+      to[2] = from[3];
+      to[3] = 255;
+    }
+  }
+  return bitmap;
+}

@@ -1,0 +1,171 @@
+// Grabs that take the decoded picture instead of the screen ("Video Frame"), at the chosen
+// shape, with the choices kept in the user defaults; frame stepping from the menu and keys.
+#include <QAction>
+#include <QDir>
+#include <QImage>
+#include <QKeySequence>
+#include <QSettings>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "AppTestSupport.h"
+#include "FakeDVDPlayback.h"
+#include "GrabDVDController.h"
+#include "MainMenuNib.h"
+#include "NSBitmapImageRep.h"
+
+namespace {
+
+class VideoFrameGrabTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    tavelo_app_test::ProcessEvents();
+    fake_dvd::Reset();
+    ASSERT_TRUE(mNib.Construct());
+    mNib.controller()->applicationDidFinishLaunching();
+    mNib.videoWindow()->show();
+    tavelo_app_test::ProcessEvents();
+    // After the restored folder choice: quick saves go to a folder of the test's own.
+    mFolder = tavelo_app_test::NewFolder("quicksave");
+    ASSERT_TRUE(NSBitmapImageRep::setQuickSaveFolderUnixPath(mFolder));
+  }
+  void TearDown() override {
+    QSettings settings(QStringLiteral("Tavelo"), QStringLiteral("Tavelo"));
+    for (char const* key : {"GrabSourceSelectorGroup", "GrabSizeSelectorGroup",
+                            "GrabDeinterlaceSelectorGroup", "GrabIncludeSubtitles",
+                            "GrabCropBorders", "DefaultFileTypeSelectorGroup",
+                            "DefaultFolderSelectorGroup", "DefaultCreatorSelectorGroup"}) {
+      settings.remove(QString::fromLatin1(key));
+    }
+    NSBitmapImageRep::setScreenFallbackWindow(nullptr);
+  }
+  QStringList Files() const { return QDir(mFolder).entryList(QDir::Files, QDir::Name); }
+  bool Choose(char const* action) {
+    QAction* item = mNib.menuItemWithAction(action);
+    return item && mNib.performMenuItem(item);
+  }
+  bool Checked(char const* action) {
+    QAction* item = mNib.menuItemWithAction(action);
+    return item && item->isChecked();
+  }
+  // Grabs with the menu command; the grabbed picture's size, or 0 x 0.
+  QSize Grab() {
+    GrabDVDController* c = mNib.controller();
+    c->grabCurrentFrameSaveNumberedFile(nullptr);
+    if (!c->hasGrabbedImage()) return QSize();
+    return QSize(int(c->grabbedBitmapImageRep()->pixelsWide()),
+                 int(c->grabbedBitmapImageRep()->pixelsHigh()));
+  }
+
+  MainMenuNib mNib;
+  QString mFolder;
+};
+
+TEST_F(VideoFrameGrabTest, TheScreenStaysTheDefault) {
+  GrabDVDController* c = mNib.controller();
+  EXPECT_TRUE(Checked("selectDefault_GrabScreen:"));
+  EXPECT_FALSE(Checked("selectDefault_GrabVideoFrame:"));
+  EXPECT_TRUE(Checked("selectDefault_SizeSquarePixels:"));
+  EXPECT_TRUE(Checked("selectDefault_DeinterlaceAuto:"));
+  EXPECT_TRUE(Checked("toggleGrabIncludeSubtitles:"));
+  EXPECT_FALSE(Checked("toggleGrabCropBorders:"));
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  fake_dvd::S().hasFrame = true;
+  QWidget* view = mNib.videoWindow()->grabThisViewContentRect();
+  EXPECT_EQ(view->size(), Grab());
+  EXPECT_EQ(0, fake_dvd::Calls("DVDTakeStill"));
+}
+
+TEST_F(VideoFrameGrabTest, VideoFrameGrabsTakeTheDecodedPictureAtTheChosenShape) {
+  GrabDVDController* c = mNib.controller();
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  fake_dvd::S().hasFrame = true;
+  ASSERT_TRUE(Choose("selectDefault_GrabVideoFrame:"));
+  EXPECT_TRUE(Checked("selectDefault_GrabVideoFrame:"));
+  EXPECT_FALSE(Checked("selectDefault_GrabScreen:"));
+  EXPECT_EQ(QSize(640, 480), Grab());
+  EXPECT_TRUE(fake_dvd::S().stillWithOverlay) << "subtitles are included by default";
+  // Grey Y' 126 in TV range.
+  unsigned char const* px = c->grabbedBitmapImageRep()->bitmapData();
+  EXPECT_NEAR(128, px[0], 2);
+  ASSERT_TRUE(Choose("selectDefault_SizeStored:"));
+  EXPECT_EQ(QSize(720, 480), Grab());
+  ASSERT_TRUE(Choose("selectDefault_SizeSquarePixelsITU:"));
+  EXPECT_EQ(QSize(640, 480), Grab());
+  ASSERT_TRUE(Choose("toggleGrabIncludeSubtitles:"));
+  EXPECT_FALSE(Checked("toggleGrabIncludeSubtitles:"));
+  Grab();
+  EXPECT_FALSE(fake_dvd::S().stillWithOverlay);
+  for (char const* deinterlace : {"selectDefault_DeinterlaceOff:", "selectDefault_DeinterlaceBlend:",
+                                  "selectDefault_DeinterlaceAdaptive:"}) {
+    ASSERT_TRUE(Choose(deinterlace));
+    EXPECT_EQ(QSize(640, 480), Grab()) << deinterlace;
+  }
+  // The quick save writes the decoded picture.
+  c->grabCurrentFrame(nullptr);
+  EXPECT_EQ(Files(), QStringList{"Tavelo 0000.jpg"});
+  QImage const saved(mFolder + "/Tavelo 0000.jpg");
+  EXPECT_EQ(QSize(640, 480), saved.size());
+}
+
+TEST_F(VideoFrameGrabTest, WithoutAPictureOnScreenNothingIsGrabbed) {
+  GrabDVDController* c = mNib.controller();
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(Choose("selectDefault_GrabVideoFrame:"));
+  fake_dvd::S().hasFrame = false;
+  c->grabCurrentFrame(nullptr);
+  EXPECT_FALSE(c->hasGrabbedImage());
+  EXPECT_TRUE(Files().isEmpty());
+}
+
+TEST_F(VideoFrameGrabTest, TheChoicesAreSavedAtQuitAndRestoredAtLaunch) {
+  GrabDVDController* c = mNib.controller();
+  ASSERT_TRUE(Choose("selectDefault_GrabVideoFrame:"));
+  ASSERT_TRUE(Choose("selectDefault_SizeStored:"));
+  ASSERT_TRUE(Choose("selectDefault_DeinterlaceBlend:"));
+  ASSERT_TRUE(Choose("toggleGrabIncludeSubtitles:"));
+  ASSERT_TRUE(Choose("toggleGrabCropBorders:"));
+  c->applicationWillTerminate();
+  QSettings settings(QStringLiteral("Tavelo"), QStringLiteral("Tavelo"));
+  settings.sync();
+  EXPECT_EQ(settings.value(QStringLiteral("GrabSourceSelectorGroup")).toString(),
+            "selectDefault_GrabVideoFrame:");
+  EXPECT_EQ(settings.value(QStringLiteral("GrabSizeSelectorGroup")).toString(),
+            "selectDefault_SizeStored:");
+  EXPECT_EQ(settings.value(QStringLiteral("GrabDeinterlaceSelectorGroup")).toString(),
+            "selectDefault_DeinterlaceBlend:");
+  EXPECT_EQ(settings.value(QStringLiteral("GrabIncludeSubtitles")).toString(), "false");
+  EXPECT_EQ(settings.value(QStringLiteral("GrabCropBorders")).toString(), "true");
+
+  MainMenuNib relaunched;
+  ASSERT_TRUE(relaunched.Construct());
+  tavelo_app_test::ProcessEvents();
+  GrabStillChoices const& restored = relaunched.controller()->mStillChoices;
+  EXPECT_TRUE(restored.mVideoFrame);
+  EXPECT_EQ(kDVDStillShapeStored, restored.mShape);
+  EXPECT_EQ(GrabStillChoices::kBlend, restored.mDeinterlace);
+  EXPECT_FALSE(restored.mIncludeSubtitles);
+  EXPECT_TRUE(restored.mCropBorders);
+  EXPECT_TRUE(relaunched.menuItemWithAction("selectDefault_GrabVideoFrame:")->isChecked());
+  EXPECT_TRUE(relaunched.menuItemWithAction("selectDefault_SizeStored:")->isChecked());
+  EXPECT_FALSE(relaunched.menuItemWithAction("toggleGrabIncludeSubtitles:")->isChecked());
+  EXPECT_TRUE(relaunched.menuItemWithAction("toggleGrabCropBorders:")->isChecked());
+}
+
+TEST_F(VideoFrameGrabTest, PeriodAndCommaStepAFrameEachWay) {
+  GrabDVDController* c = mNib.controller();
+  QAction* next = mNib.menuItemWithAction("onNextFrame:");
+  QAction* previous = mNib.menuItemWithAction("onPreviousFrame:");
+  ASSERT_NE(next, nullptr);
+  ASSERT_NE(previous, nullptr);
+  EXPECT_EQ(QKeySequence(QStringLiteral(".")), next->shortcut());
+  EXPECT_EQ(QKeySequence(QStringLiteral(",")), previous->shortcut());
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  EXPECT_TRUE(mNib.performMenuItem(next));
+  EXPECT_TRUE(mNib.performMenuItem(previous));
+  EXPECT_TRUE(mNib.performMenuItem(previous));
+  EXPECT_EQ((std::vector<SInt32>{1, -1, -1}), fake_dvd::S().steps);
+}
+
+}  // namespace

@@ -1,0 +1,82 @@
+#!/usr/bin/env bash
+# End-to-end stills from the decoded picture on a private X server: with "Video Frame" and
+# "Stored Size" chosen, quick saves after stepping with "." and "," carry exactly the stepped
+# frames' numbers (the barcoded disc burns each frame's number into its picture); the choices
+# are saved at quit.
+#
+#   tavelo_still_e2e.sh TAVELO_BINARY TEST_DISCS_FOLDER
+set -euo pipefail
+
+tavelo=$1
+discs=${2:-}
+[ -n "$discs" ] && [ -d "$discs/frames/VIDEO_TS" ] || { echo "FAIL: no test discs in '$discs'" >&2; exit 1; }
+disc=$discs/frames
+key_pause=0.5
+source "$(dirname "$0")/e2e_common.sh"
+e2e_start tavelo-still-e2e
+export XDG_PICTURES_DIR=$HOME/Pictures
+mkdir -p "$XDG_PICTURES_DIR" "$XDG_CONFIG_HOME/Tavelo"
+echo "XDG_PICTURES_DIR=\"\$HOME/Pictures\"" >"$XDG_CONFIG_HOME/user-dirs.dirs"
+grabs=$XDG_PICTURES_DIR/Tavelo
+cat >"$XDG_CONFIG_HOME/Tavelo/Tavelo.conf" <<'CONF'
+[General]
+GrabSourceSelectorGroup=selectDefault_GrabVideoFrame:
+GrabSizeSelectorGroup=selectDefault_SizeStored:
+CONF
+
+wait_file() {  # wait_file PATH: up to 10 s
+  for _ in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.1; done
+  fail "no file $1 (have: $(ls "$grabs" 2>/dev/null | tr '\n' ' '))"
+}
+barcode() {  # barcode IMAGE: the frame number in its 16 blocks at row 24, -1 when unreadable
+  local value=0 r g b
+  convert "$1" -crop 720x1+0+24 -depth 8 txt:- >"$work/row.txt"
+  for i in $(seq 0 15); do
+    read -r r g b <<<"$(sed -n "s/^$((i * 45 + 22)),0: (\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p" "$work/row.txt")"
+    if [ "$g" -ge 192 ]; then value=$((value * 2 + 1))
+    elif [ "$g" -le 64 ]; then value=$((value * 2))
+    else echo -1; return; fi
+  done
+  echo "$value"
+}
+grab() {  # grab N: quick save number N; prints its barcode
+  keys ctrl+g
+  local f
+  f=$(printf '%s/Tavelo %04d.jpg' "$grabs" "$1")
+  wait_file "$f"
+  [ "$(identify -format '%wx%h' "$f")" = 720x480 ] || fail "$f is $(identify -format '%wx%h' "$f"), not the stored 720x480"
+  barcode "$f"
+}
+
+launch "$disc"
+step "play, then pause"
+sleep 2
+keys space
+sleep 1
+
+step "a quick save is the decoded frame on screen"
+first=$(grab 0)
+[ "$first" -ge 0 ] || fail "the first grab's barcode cannot be read"
+
+step "three steps forward with '.'"
+keys period period period
+sleep 1
+second=$(grab 1)
+[ "$second" = $((first + 3)) ] || fail "after three steps from $first the grab shows $second"
+
+step "one step back with ','"
+keys comma
+sleep 1
+third=$(grab 2)
+[ "$third" = $((first + 2)) ] || fail "after a step back from $second the grab shows $third"
+
+quit_app
+grep -q 'GrabSourceSelectorGroup=selectDefault_GrabVideoFrame:' "$XDG_CONFIG_HOME/Tavelo/Tavelo.conf" ||
+  fail "the source choice was not kept: $(cat "$XDG_CONFIG_HOME/Tavelo/Tavelo.conf")"
+grep -q 'GrabIncludeSubtitles=true' "$XDG_CONFIG_HOME/Tavelo/Tavelo.conf" ||
+  fail "the subtitles choice was not saved"
+if [ -f "$log" ] && grep -q "FAILED" "$log"; then
+  sed 's/^/  log: /' "$log" >&2
+  fail "the log has failed checks"
+fi
+echo "PASS"
