@@ -145,6 +145,9 @@ class GrabDVDController : public GrabWindowController {
   void selectDefault_DeinterlaceOff(QObject* sender);
   void selectDefault_DeinterlaceBlend(QObject* sender);
   void selectDefault_DeinterlaceAdaptive(QObject* sender);
+  void selectDefault_JPEGQuality75(QObject* sender);
+  void selectDefault_JPEGQuality90(QObject* sender);
+  void selectDefault_JPEGQuality100(QObject* sender);
   void toggleGrabIncludeSubtitles(QObject* sender);
   void toggleGrabCropBorders(QObject* sender);
 

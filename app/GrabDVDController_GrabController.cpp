@@ -106,6 +106,15 @@ void GrabDVDController::selectDefault_DeinterlaceBlend(QObject* sender) {
 void GrabDVDController::selectDefault_DeinterlaceAdaptive(QObject* sender) {
   mStillChoices.SelectDeinterlace(sender, GrabStillChoices::kAdaptive);
 }
+void GrabDVDController::selectDefault_JPEGQuality75(QObject* sender) {
+  mStillChoices.SelectJPEGQuality(sender, 75);
+}
+void GrabDVDController::selectDefault_JPEGQuality90(QObject* sender) {
+  mStillChoices.SelectJPEGQuality(sender, 90);
+}
+void GrabDVDController::selectDefault_JPEGQuality100(QObject* sender) {
+  mStillChoices.SelectJPEGQuality(sender, 100);
+}
 void GrabDVDController::toggleGrabIncludeSubtitles(QObject* sender) {
   mStillChoices.ToggleSubtitles(sender);
 }

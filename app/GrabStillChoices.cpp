@@ -24,6 +24,10 @@ auto const kDeinterlaceSelectors =
     NSUISelectorTable({"selectDefault_DeinterlaceAuto:", "selectDefault_DeinterlaceOff:",
            "selectDefault_DeinterlaceBlend:", "selectDefault_DeinterlaceAdaptive:"});
 
+auto const kJPEGQualitySelectors =
+    NSUISelectorTable({"selectDefault_JPEGQuality75:", "selectDefault_JPEGQuality90:",
+                       "selectDefault_JPEGQuality100:"});
+
 char const kSubtitlesKey[] = "GrabIncludeSubtitles";
 char const kCropKey[] = "GrabCropBorders";
 
@@ -73,15 +77,20 @@ tagNSUISelectorGroup const GrabSizeSelectorGroup = {1, "GrabSizeSelectorGroup",
 tagNSUISelectorGroup const GrabDeinterlaceSelectorGroup = {1, "GrabDeinterlaceSelectorGroup",
                                                            kDeinterlaceSelectors.data()};
 
+tagNSUISelectorGroup const GrabJPEGQualitySelectorGroup = {1, "GrabJPEGQualitySelectorGroup",
+                                                           kJPEGQualitySelectors.data()};
+
 void GrabStillChoices::Construct(QMenu* grabDefaultsMenu, QObject* target) {
   if (!CoreVerify(grabDefaultsMenu)) return;
   mSourceMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabFromMenu"));
   mSizeMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabSizeMenu"));
   mDeinterlaceMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabDeinterlaceMenu"));
+  mJPEGQualityMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabJPEGQualityMenu"));
   mSubtitlesItem = ItemWithAction(grabDefaultsMenu, "toggleGrabIncludeSubtitles:");
   mCropItem = ItemWithAction(grabDefaultsMenu, "toggleGrabCropBorders:");
   // Restoring performs the chosen items' actions on the controller.
-  for (QMenu* menu : {mSourceMenu.data(), mSizeMenu.data(), mDeinterlaceMenu.data()}) {
+  for (QMenu* menu : {mSourceMenu.data(), mSizeMenu.data(), mDeinterlaceMenu.data(),
+                      mJPEGQualityMenu.data()}) {
     if (!CoreVerify(menu)) continue;
     for (QAction* item : menu->actions()) NSMenuItem_NSUISelectorGroup::setTarget(item, target);
   }
@@ -92,6 +101,8 @@ void GrabStillChoices::SavePreferences() const {
   NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(mSizeMenu, GrabSizeSelectorGroup);
   NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(mDeinterlaceMenu,
                                                          GrabDeinterlaceSelectorGroup);
+  NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(mJPEGQualityMenu,
+                                                         GrabJPEGQualitySelectorGroup);
   StoreBool(kSubtitlesKey, mIncludeSubtitles);
   StoreBool(kCropKey, mCropBorders);
 }
@@ -107,6 +118,10 @@ void GrabStillChoices::RestorePreferences() {
   if (mDeinterlaceMenu) {
     NSMenu_NSUISelectorGroup::restoreSelectorGroupPreferences(mDeinterlaceMenu,
                                                               GrabDeinterlaceSelectorGroup);
+  }
+  if (mJPEGQualityMenu) {
+    NSMenu_NSUISelectorGroup::restoreSelectorGroupPreferences(mJPEGQualityMenu,
+                                                              GrabJPEGQualitySelectorGroup);
   }
   mIncludeSubtitles = StoredBool(kSubtitlesKey, true);
   mCropBorders = StoredBool(kCropKey, false);
@@ -133,6 +148,13 @@ void GrabStillChoices::SelectDeinterlace(QObject* sender, Deinterlace deinterlac
     NSMenuItem_NSUISelectorGroup::selectSelfFromSelectorGroup(item, GrabDeinterlaceSelectorGroup);
   }
   mDeinterlace = deinterlace;
+}
+
+void GrabStillChoices::SelectJPEGQuality(QObject* sender, int quality) {
+  if (auto* item = qobject_cast<QAction*>(sender)) {
+    NSMenuItem_NSUISelectorGroup::selectSelfFromSelectorGroup(item, GrabJPEGQualitySelectorGroup);
+  }
+  NSBitmapImageRep::setQuikJPEGCompressionFactor(float(quality) / 100.0f);
 }
 
 void GrabStillChoices::ToggleSubtitles(QObject* sender) {

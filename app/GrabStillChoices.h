@@ -1,6 +1,6 @@
 // How grabs take the video: from the screen (as always) or from the decoded picture on
 // screen, at which shape, deinterlaced how, with or without subtitles, with or without black
-// borders. Each choice is a menu selector group of the grab defaults (or a check-mark item),
+// borders; and the JPEG quality they are saved at. Each choice is a menu selector group of the grab defaults (or a check-mark item),
 // kept in the user defaults like the others.
 #pragma once
 
@@ -19,6 +19,7 @@ class QWidget;
 extern tagNSUISelectorGroup const GrabSourceSelectorGroup;
 extern tagNSUISelectorGroup const GrabSizeSelectorGroup;
 extern tagNSUISelectorGroup const GrabDeinterlaceSelectorGroup;
+extern tagNSUISelectorGroup const GrabJPEGQualitySelectorGroup;
 
 class GrabStillChoices {
  public:
@@ -33,6 +34,8 @@ class GrabStillChoices {
   void SelectSource(QObject* sender, bool videoFrame);
   void SelectShape(QObject* sender, DVDStillShape shape);
   void SelectDeinterlace(QObject* sender, Deinterlace deinterlace);
+  // The quality JPEG files are written at (75 by default, as always).
+  void SelectJPEGQuality(QObject* sender, int quality);
   // From the check-mark items: their state is the choice.
   void ToggleSubtitles(QObject* sender);
   void ToggleCropBorders(QObject* sender);
@@ -51,6 +54,7 @@ class GrabStillChoices {
   QPointer<QMenu> mSourceMenu;
   QPointer<QMenu> mSizeMenu;
   QPointer<QMenu> mDeinterlaceMenu;
+  QPointer<QMenu> mJPEGQualityMenu;
   QPointer<QAction> mSubtitlesItem;
   QPointer<QAction> mCropItem;
 };

@@ -194,6 +194,8 @@ bool EncodePng(NSBitmapImageRep const& rep, QByteArray& out) {
   png_set_write_fn(png, &out, PngWrite, PngFlush);
   png_set_IHDR(png, info, png_uint_32(rep.pixelsWide()), png_uint_32(rep.pixelsHigh()), 8, colorType,
                PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  // Grabbed and decoded pictures are sRGB: say so, so that viewers show them as they were.
+  png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
   // Measured (bench/): level 3 with the "sub" and "up" filters encodes a video frame 2.3 times
   // as fast as libpng's defaults (level 6, every filter), for 8 to 14 per cent more bytes.
   png_set_compression_level(png, 3);

@@ -96,6 +96,9 @@ class NSBitmapImageRep : public NSImageRep {
   static void setQuikCreatorPhotoshopApp();
   static void setQuikCreatoriPhotoApp();
   static void setQuikCreatorCode(UInt32 creator);
+  // The compression factor saveAsJPEG: without one uses (0.75 until set).
+  static void setQuikJPEGCompressionFactor(float factor);
+  static float quikJPEGCompressionFactor();
   static UInt32 defaultQuikCreatorCode();
   static void setQuikSaveImageType(QuikSaveImageType type);
   static QuikSaveImageType defaultQuikSaveImageType();

@@ -11,11 +11,14 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
 
 UInt32 sDefaultCreator = FOUR_CHAR_CODE("prvw");
+// Quick saves and saves as JPEG: 0.75 unless the user chose a higher quality.
+float sJPEGCompressionFactor = 0.75f;
 QuikSaveImageType sDefaultQuikSaveImageType = QuikSaveImageType_JPEG;
 folder_enum_t sDefaultLocation = kFolderEnum_Pictures;
 CoreNumberedFilename sNumberedFilename;
@@ -88,8 +91,14 @@ bool SetFileTypeCreatorCode(char const* in_pathname, QuikSaveImageType type) {
 // Writing
 
 bool NSBitmapImageRep::saveAsJPEG(QString const& inOutputFileName) const {
-  return saveAsJPEG(inOutputFileName, 0.75f);
+  return saveAsJPEG(inOutputFileName, sJPEGCompressionFactor);
 }
+
+void NSBitmapImageRep::setQuikJPEGCompressionFactor(float factor) {
+  sJPEGCompressionFactor = std::clamp(factor, 0.01f, 1.0f);
+}
+
+float NSBitmapImageRep::quikJPEGCompressionFactor() { return sJPEGCompressionFactor; }
 
 bool NSBitmapImageRep::saveAsJPEG(QString const& inOutputFileName, float compressionFactor) const {
   auto const imageProps = std::make_unique<QVariantMap>(QVariantMap{{NSImageCompressionFactor, compressionFactor}});

@@ -34,11 +34,13 @@ class VideoFrameGrabTest : public testing::Test {
     QSettings settings(QStringLiteral("Tavelo"), QStringLiteral("Tavelo"));
     for (char const* key : {"GrabSourceSelectorGroup", "GrabSizeSelectorGroup",
                             "GrabDeinterlaceSelectorGroup", "GrabIncludeSubtitles",
-                            "GrabCropBorders", "DefaultFileTypeSelectorGroup",
+                            "GrabCropBorders", "GrabJPEGQualitySelectorGroup",
+                            "DefaultFileTypeSelectorGroup",
                             "DefaultFolderSelectorGroup", "DefaultCreatorSelectorGroup"}) {
       settings.remove(QString::fromLatin1(key));
     }
     NSBitmapImageRep::setScreenFallbackWindow(nullptr);
+    NSBitmapImageRep::setQuikJPEGCompressionFactor(0.75f);
   }
   QStringList Files() const { return QDir(mFolder).entryList(QDir::Files, QDir::Name); }
   bool Choose(char const* action) {
@@ -126,6 +128,9 @@ TEST_F(VideoFrameGrabTest, TheChoicesAreSavedAtQuitAndRestoredAtLaunch) {
   ASSERT_TRUE(Choose("selectDefault_DeinterlaceBlend:"));
   ASSERT_TRUE(Choose("toggleGrabIncludeSubtitles:"));
   ASSERT_TRUE(Choose("toggleGrabCropBorders:"));
+  EXPECT_TRUE(Checked("selectDefault_JPEGQuality75:"));
+  ASSERT_TRUE(Choose("selectDefault_JPEGQuality90:"));
+  EXPECT_FLOAT_EQ(0.9f, NSBitmapImageRep::quikJPEGCompressionFactor());
   c->applicationWillTerminate();
   QSettings settings(QStringLiteral("Tavelo"), QStringLiteral("Tavelo"));
   settings.sync();
@@ -137,6 +142,9 @@ TEST_F(VideoFrameGrabTest, TheChoicesAreSavedAtQuitAndRestoredAtLaunch) {
             "selectDefault_DeinterlaceBlend:");
   EXPECT_EQ(settings.value(QStringLiteral("GrabIncludeSubtitles")).toString(), "false");
   EXPECT_EQ(settings.value(QStringLiteral("GrabCropBorders")).toString(), "true");
+  EXPECT_EQ(settings.value(QStringLiteral("GrabJPEGQualitySelectorGroup")).toString(),
+            "selectDefault_JPEGQuality90:");
+  NSBitmapImageRep::setQuikJPEGCompressionFactor(0.75f);
 
   MainMenuNib relaunched;
   ASSERT_TRUE(relaunched.Construct());
@@ -151,6 +159,8 @@ TEST_F(VideoFrameGrabTest, TheChoicesAreSavedAtQuitAndRestoredAtLaunch) {
   EXPECT_TRUE(relaunched.menuItemWithAction("selectDefault_SizeStored:")->isChecked());
   EXPECT_FALSE(relaunched.menuItemWithAction("toggleGrabIncludeSubtitles:")->isChecked());
   EXPECT_TRUE(relaunched.menuItemWithAction("toggleGrabCropBorders:")->isChecked());
+  EXPECT_TRUE(relaunched.menuItemWithAction("selectDefault_JPEGQuality90:")->isChecked());
+  EXPECT_FLOAT_EQ(0.9f, NSBitmapImageRep::quikJPEGCompressionFactor());
 }
 
 TEST_F(VideoFrameGrabTest, PeriodAndCommaStepAFrameEachWay) {

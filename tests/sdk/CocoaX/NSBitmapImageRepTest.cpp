@@ -76,6 +76,10 @@ TEST(NSBitmapImageRep, PngAndTiffDecodeToTheSamePixelsAsOpaqueRGB) {
   ASSERT_GT(bytes.size(), 29u);
   EXPECT_EQ(2, bytes[25]);
   EXPECT_EQ(0, bytes[28]);
+  // An sRGB chunk before the pixels.
+  size_t const srgb = bytes.find("sRGB");
+  ASSERT_NE(std::string::npos, srgb);
+  EXPECT_LT(srgb, bytes.find("IDAT"));
 }
 
 TEST(NSBitmapImageRep, JpegDecodesCloseAndTheFactorSetsTheQuality) {

@@ -144,6 +144,24 @@ TEST_F(QuickSave, CreatorsAreStamped) {
   EXPECT_EQ(FOUR_CHAR_CODE("prvw"), NSBitmapImageRep::defaultQuikCreatorCode());
 }
 
+TEST_F(QuickSave, JPEGsUseTheChosenQualityAndSeventyFiveByDefault) {
+  EXPECT_FLOAT_EQ(0.75f, NSBitmapImageRep::quikJPEGCompressionFactor());
+  std::string const standard = mDir + "/q75.jpg";
+  ASSERT_TRUE(mRep->saveAsJPEG(QString::fromStdString(standard)));
+  // The same bytes as asking for 0.75 outright.
+  ASSERT_TRUE(mRep->saveAsJPEG(QString::fromStdString(mDir + "/explicit.jpg"), 0.75f));
+  EXPECT_EQ(tavelo_test::ReadFile(mDir + "/explicit.jpg"), tavelo_test::ReadFile(standard));
+  NSBitmapImageRep::setQuikJPEGCompressionFactor(1.0f);
+  EXPECT_FLOAT_EQ(1.0f, NSBitmapImageRep::quikJPEGCompressionFactor());
+  ASSERT_TRUE(mRep->saveToNextNumberedFileName("Tavelo %04d", QuikSaveImageType_JPEG));
+  EXPECT_GT(tavelo_test::ReadFile(mDir + "/Tavelo 0000.jpg").size(),
+            tavelo_test::ReadFile(standard).size());
+  // Out of range: held to what JPEG allows.
+  NSBitmapImageRep::setQuikJPEGCompressionFactor(7.0f);
+  EXPECT_FLOAT_EQ(1.0f, NSBitmapImageRep::quikJPEGCompressionFactor());
+  NSBitmapImageRep::setQuikJPEGCompressionFactor(0.75f);
+}
+
 TEST_F(QuickSave, FormatNamingTiffChoosesTiff) {
   ASSERT_TRUE(mRep->saveToNextNumberedFileName("Tavelo %04d.tiff"));
   EXPECT_EQ((std::set<std::string>{"Tavelo 0000.tiff.tiff"}), Entries(mDir));
