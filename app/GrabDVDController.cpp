@@ -1,5 +1,7 @@
 #include "GrabDVDController.h"
 
+#include <QTimer>
+
 #include <QAbstractButton>
 #include <QAction>
 #include <QCoreApplication>
@@ -69,6 +71,9 @@ GrabDVDController::GrabDVDController(QObject* parent) : GrabWindowController(par
   mVolumePath = QString();
   mDVDState = 0;
   mEventCallBackID = 0;
+  mFrameTimer = new QTimer(this);
+  mFrameTimer->setInterval(100);
+  connect(mFrameTimer, &QTimer::timeout, this, &GrabDVDController::updateFrameText);
 }
 
 GrabDVDController::~GrabDVDController() {
@@ -258,6 +263,9 @@ void GrabDVDController::handleDVDEvent(std::shared_ptr<DVDEvent const> const& ev
       break;
     case kDVDEventPlayback:
       mDVDState = static_cast<SInt32>(data1);
+      if (mDVDState == kDVDStatePaused) mFrameTimer->start();
+      else mFrameTimer->stop();
+      updateFrameText();
       break;
     case kDVDEventTitleTime:
       if (mTimeText) mTimeText->setTimeElapsed(static_cast<SInt32>(data1), static_cast<SInt32>(data2 - data1));
@@ -267,6 +275,16 @@ void GrabDVDController::handleDVDEvent(std::shared_ptr<DVDEvent const> const& ev
       break;
     default:
       break;
+  }
+}
+
+void GrabDVDController::updateFrameText() {
+  if (!mFrameText) return;
+  UInt32 frame = 0;
+  if (mDVDState == kDVDStatePaused && DVDGetFrameInTitle(&frame) == noErr) {
+    mFrameText->setText(QStringLiteral("Frame %1").arg(frame));
+  } else {
+    mFrameText->clear();
   }
 }
 

@@ -25,6 +25,7 @@
 #include "PlaybackTime.h"
 
 class QKeyEvent;
+class QTimer;
 
 class GrabDVDController : public GrabWindowController {
   Q_OBJECT
@@ -45,6 +46,8 @@ class GrabDVDController : public GrabWindowController {
   QPointer<QLabel> mTitleText;
   QPointer<QWidget> mControlWindow;
   QPointer<PlaybackTime> mTimeText;
+  // Beside the time while paused: the frame on screen.
+  QPointer<QLabel> mFrameText;
   QPointer<DVDVideoWindow> mVideoWindow;
 
   // The bookmarks of the open media, in the order they were made.
@@ -53,6 +56,11 @@ class GrabDVDController : public GrabWindowController {
   SInt32 mDVDState = 0;
   DVDEventCallBackRef mEventCallBackID = 0;
   GrabStillChoices mStillChoices;
+
+  // Shows the frame on screen while paused (looked at a few times a second, as steps
+  // change it), and nothing otherwise.
+  void updateFrameText();
+  QTimer* mFrameTimer = nullptr;
 
   // The process-wide bookmark cursor, shared by all media.
   static SInt32 sBookmarkCursor;

@@ -71,6 +71,7 @@ void MainMenuNib::connectOutlets() {
   c.mTitleText = w.findChild<QLabel*>(QStringLiteral("mTitleText"));
   c.mControlWindow = mControlWindow.data();
   c.mTimeText = w.findChild<PlaybackTime*>(QStringLiteral("mTimeText"));
+  c.mFrameText = w.findChild<QLabel*>(QStringLiteral("mFrameText"));
   c.mVideoWindow = mVideoWindow.data();
   c.setGrabWindow(mVideoWindow);
   w.setDelegate(&c);

@@ -5,11 +5,13 @@
 #include <QImage>
 #include <QKeySequence>
 #include <QSettings>
+#include <QTest>
 #include <gtest/gtest.h>
 
 #include <vector>
 
 #include "AppTestSupport.h"
+#include "DVDEvent.h"
 #include "FakeDVDPlayback.h"
 #include "GrabDVDController.h"
 #include "MainMenuNib.h"
@@ -161,6 +163,22 @@ TEST_F(VideoFrameGrabTest, TheChoicesAreSavedAtQuitAndRestoredAtLaunch) {
   EXPECT_TRUE(relaunched.menuItemWithAction("toggleGrabCropBorders:")->isChecked());
   EXPECT_TRUE(relaunched.menuItemWithAction("selectDefault_JPEGQuality90:")->isChecked());
   EXPECT_FLOAT_EQ(0.9f, NSBitmapImageRep::quikJPEGCompressionFactor());
+}
+
+TEST_F(VideoFrameGrabTest, WhilePausedTheControllerShowsTheFrameOnScreen) {
+  GrabDVDController* c = mNib.controller();
+  ASSERT_NE(c->mFrameText, nullptr);
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  fake_dvd::S().hasFrame = true;
+  fake_dvd::S().frameInTitle = 123;
+  c->handleDVDEvent(DVDEvent::initWithData(kDVDEventPlayback, kDVDStatePaused, 0));
+  EXPECT_EQ(QStringLiteral("Frame 123"), c->mFrameText->text());
+  // A step changes the picture on screen; the field follows within a moment.
+  fake_dvd::S().frameInTitle = 124;
+  QTest::qWait(300);
+  EXPECT_EQ(QStringLiteral("Frame 124"), c->mFrameText->text());
+  c->handleDVDEvent(DVDEvent::initWithData(kDVDEventPlayback, kDVDStatePlaying, 0));
+  EXPECT_TRUE(c->mFrameText->text().isEmpty());
 }
 
 TEST_F(VideoFrameGrabTest, PeriodAndCommaStepAFrameEachWay) {

@@ -242,6 +242,13 @@ OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* info, void* pixels, UInt32
   for (UInt32 i = 0; i < needed; i += 3) std::memcpy(out + i, S().frameRGB, 3);
   return noErr;
 }
+OSStatus DVDGetFrameInTitle(UInt32* frame) {
+  OSStatus const r = Call("DVDGetFrameInTitle");
+  if (r != noErr) return r;
+  if (!S().hasFrame) return kDVDErrorNotAllowedNow;
+  *frame = S().frameInTitle;
+  return noErr;
+}
 OSStatus DVDStepFrame(SInt32 frames) {
   S().steps.push_back(frames);
   return Call("DVDStepFrame");
