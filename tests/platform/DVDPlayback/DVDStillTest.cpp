@@ -269,6 +269,17 @@ class DVDStillTest : public DVDSessionTest {
     EXPECT_EQ(noErr, DVDTakeStill(true, &r));
     return r;
   }
+  // Played from the start for ms, then paused (a subtitle that started before is read).
+  DVDStillRequest PlayedFor(char const* disc, UInt32 ms) {
+    OpenFile(DiscPath(disc));
+    EXPECT_EQ(noErr, DVDPlay());
+    Advance(ms);
+    EXPECT_EQ(noErr, DVDPause());
+    Settle();
+    DVDStillRequest r;
+    EXPECT_EQ(noErr, DVDTakeStill(true, &r));
+    return r;
+  }
 };
 
 TEST_F(DVDStillTest, NothingToTakeBeforeAPictureIsPresented) {
@@ -311,6 +322,43 @@ TEST_F(DVDStillTest, InterlacedPicturesAreDeinterlacedWithoutCombing) {
   EXPECT_LT(Combing(adaptive), 1.15);
   // The frame's own barcode survives deinterlacing.
   EXPECT_EQ(65, ReadBarcode(&adaptive.argb[size_t(kBarcodeRow) * adaptive.rowBytes + 2], 4));
+}
+
+TEST_F(DVDStillTest, ColourBarsFromTheDiscComeOutWithinThreeOfTheirColours) {
+  DVDStillRequest r = PausedAt("bars", 30);
+  r.shape = kDVDStillShapeStored;
+  DVDStillPicture const p = Make(r);
+  // 75 %: white, yellow, cyan, green, magenta, red, blue across the top two thirds.
+  constexpr Rgb kTop[] = {{1, 1, 1}, {1, 1, 0}, {0, 1, 1}, {0, 1, 0},
+                          {1, 0, 1}, {1, 0, 0}, {0, 0, 1}};
+  for (int i = 0; i < 7; ++i) {
+    Rgb const got = At(p, (2 * i + 1) * 720 / 14, 120);
+    EXPECT_NEAR(191 * kTop[i].r, got.r, 3) << "bar " << i;
+    EXPECT_NEAR(191 * kTop[i].g, got.g, 3) << "bar " << i;
+    EXPECT_NEAR(191 * kTop[i].b, got.b, 3) << "bar " << i;
+  }
+}
+
+TEST_F(DVDStillTest, LetterboxBandsAreCutAndTheSubtitleIsDrawnOnlyWhenTaken) {
+  DVDStillRequest r = PlayedFor("letterbox", 1000);
+  r.cropBorders = true;
+  DVDStillPicture p = Make(r);
+  EXPECT_EQ(60u, p.top);
+  EXPECT_EQ(420u, p.bottom);
+  EXPECT_EQ(0u, p.left);
+  EXPECT_EQ(720u, p.right);
+  EXPECT_EQ(640u, p.width);
+  EXPECT_EQ(360u, p.height);
+  // The forced subtitle's box: at 300,200-420,260 of the stored picture.
+  r.shape = kDVDStillShapeStored;
+  p = Make(r);
+  EXPECT_GT(At(p, 360, 230 - 60).g, 230) << "the subtitle is drawn";
+  EXPECT_NEAR(128, At(p, 100, 100).g, 4) << "grey around it";
+  ASSERT_EQ(noErr, DVDTakeStill(false, &r));
+  r.shape = kDVDStillShapeStored;
+  r.cropBorders = true;
+  p = Make(r);
+  EXPECT_NEAR(128, At(p, 360, 230 - 60).g, 4) << "without subtitles the picture is bare";
 }
 
 }  // namespace
