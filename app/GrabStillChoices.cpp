@@ -181,23 +181,16 @@ std::shared_ptr<NSBitmapImageRep> GrabStillChoices::TakeVideoFrame() const {
       break;
     case kOff: request.deinterlace = kDVDStillDeinterlaceOff; break;
   }
+  // R, G, B and a fourth byte, as every grabbed picture.
+  request.pixelOrder = kDVDStillPixelsRGBX;
   DVDStillPicture still;
   if (!CoreVerify(DVDMakeStill(request, &still) == noErr)) return nullptr;
-  // R, G, B and a fourth byte, as every grabbed picture.
   auto bitmap = std::make_shared<NSBitmapImageRep>();
   if (!CoreVerify(bitmap->Construct(nullptr, long(still.width), long(still.height), 8, 3, false,
-                                    0, 32))) {
+                                    long(still.rowBytes), 32)) ||
+      !CoreVerify(bitmap->bytesPerRow() == long(still.rowBytes))) {
     return nullptr;
   }
-  for (UInt32 y = 0; y < still.height; ++y) {
-    UInt8 const* from = &still.argb[size_t(y) * still.rowBytes];
-    UInt8* to = bitmap->bitmapData() + size_t(y) * size_t(bitmap->bytesPerRow());
-    for (UInt32 x = 0; x < still.width; ++x, from += 4, to += 4) {
-      to[0] = from[1];
-      to[1] = from[2];
-      to[2] = from[3];
-      to[3] = 255;
-    }
-  }
+  std::memcpy(bitmap->bitmapData(), still.pixels.data(), still.pixels.size());
   return bitmap;
 }

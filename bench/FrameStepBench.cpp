@@ -5,6 +5,7 @@
 //
 //   bench_frame_steps DISC     (a title of at least 40 s: the authored long disc)
 // Prints one "name value" line per figure, times in milliseconds.
+#include "BenchDiscSession.h"
 #include "DVDPlayback.h"
 
 #include <algorithm>
@@ -20,46 +21,9 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Ms(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
-
-// The frame of each picture presented, as it comes.
-struct Presented {
-  std::mutex mutex;
-  std::condition_variable changed;
-  UInt32 frame = kDVDNoFrame;
-  UInt32 number = 0;
-};
-Presented gPresented;
-
-void FrameReady(UInt32 number, void*) {
-  DVDPresentedFrameInfo info{};
-  UInt32 size = 0;
-  if (DVDCopyPresentedFrame(&info, nullptr, &size) != noErr) return;
-  std::lock_guard<std::mutex> g(gPresented.mutex);
-  gPresented.frame = info.frameInTitle;
-  gPresented.number = number;
-  gPresented.changed.notify_all();
-}
-
-// Runs command, then waits until frame is presented: the milliseconds between.
-template <class F>
-double Until(UInt32 frame, F&& command) {
-  auto const start = Clock::now();
-  if (OSStatus const status = command(); status != noErr) {
-    std::fprintf(stderr, "status %d\n", int(status));
-    std::fprintf(stderr, "command refused on the way to frame %u\n", frame);
-    std::exit(1);
-  }
-  std::unique_lock<std::mutex> lk(gPresented.mutex);
-  if (!gPresented.changed.wait_for(lk, std::chrono::seconds(10),
-                                   [&] { return gPresented.frame == frame; })) {
-    std::fprintf(stderr, "frame %u never came (at %u)\n", frame, gPresented.frame);
-    std::exit(1);
-  }
-  return Ms(Clock::now() - start);
-}
+using bench_disc::Clock;
+using bench_disc::Ms;
+using bench_disc::Until;
 
 double Median(std::vector<double> v) {
   std::sort(v.begin(), v.end());
@@ -71,8 +35,6 @@ double Percentile(std::vector<double> v, double p) {
   return v.empty() ? 0 : v[std::min(v.size() - 1, size_t(double(v.size()) * p))];
 }
 
-void Events(DVDEventCode, DVDEventValue, DVDEventValue, void*) {}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -80,17 +42,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: bench_frame_steps DISC\n");
     return 2;
   }
-  if (DVDInitialize() != noErr) return 1;
-  DVDEventCode const codes[] = {kDVDEventError};
-  DVDEventCallBackRef id = 0;
-  DVDRegisterEventCallBack(&Events, codes, 1, nullptr, &id);
-  DVDSetFrameReadyCallBack(&FrameReady, nullptr);
-  FSRef ref;
-  if (FSPathMakeRef(reinterpret_cast<UInt8 const*>(argv[1]), &ref, nullptr) != noErr ||
-      DVDOpenMediaFile(&ref) != noErr || DVDPlay() != noErr) {
-    std::fprintf(stderr, "cannot play %s\n", argv[1]);
-    return 1;
-  }
+  if (!bench_disc::OpenAndPlay(argv[1])) return 1;
   std::this_thread::sleep_for(std::chrono::seconds(2));
 
   // Calls from the application's thread while playing, once a millisecond.

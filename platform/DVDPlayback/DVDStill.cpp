@@ -1,10 +1,13 @@
 #include "DVDStill.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 
 extern "C" {
 #include <libavfilter/avfilter.h>
@@ -29,10 +32,6 @@ using Frame = std::unique_ptr<AVFrame, FrameFree>;
 struct GraphFree {
   void operator()(AVFilterGraph* g) const { avfilter_graph_free(&g); }
 };
-struct ScalerFree {
-  void operator()(SwsContext* c) const { sws_freeContext(c); }
-};
-using Scaler = std::unique_ptr<SwsContext, ScalerFree>;
 
 // A planar 4:2:0 picture in the request's pixels (no copy).
 Frame PictureAt(DVDDecodedFrameInfo const& info, UInt8 const* planes, int64_t pts) {
@@ -105,28 +104,94 @@ Frame Bwdif(DVDStillRequest const& r) {
   }
 }
 
-int ColorSpace(DVDColorMatrix matrix) {
+// One scaler a thread for each step, kept for the next still of the same shape: making the
+// filters (Lanczos weights) costs more than using them.
+SwsContext* CachedScaler(int slot, int srcW, int srcH, AVPixelFormat srcFormat, int dstW,
+                         int dstH, AVPixelFormat dstFormat, int flags) {
+  struct Cache {
+    std::array<SwsContext*, 2> contexts{};
+    ~Cache() {
+      for (SwsContext* c : contexts) sws_freeContext(c);
+    }
+  };
+  thread_local Cache cache;
+  SwsContext*& c = cache.contexts[size_t(slot)];
+  c = sws_getCachedContext(c, srcW, srcH, srcFormat, dstW, dstH, dstFormat, flags, nullptr,
+                           nullptr, nullptr);
+  return c;
+}
+
+// The matrix's weights of R and B in luma (BT.601 unless the stream says otherwise).
+void LumaWeights(DVDColorMatrix matrix, double& kr, double& kb) {
   switch (matrix) {
-    case kDVDColorMatrixBT709: return SWS_CS_ITU709;
-    case kDVDColorMatrixSMPTE240M: return SWS_CS_SMPTE240M;
-    default: return SWS_CS_ITU601;
+    case kDVDColorMatrixBT709: kr = 0.2126; kb = 0.0722; break;
+    case kDVDColorMatrixSMPTE240M: kr = 0.212; kb = 0.087; break;
+    default: kr = 0.299; kb = 0.114; break;
   }
 }
 
-// Y'CbCr to ARGB at the same size, once, with the stream's matrix, its range expanded.
-bool ToARGB(AVFrame const* f, DVDDecodedFrameInfo const& info, UInt8* argb, int rowBytes) {
-  Scaler scaler(sws_getContext(f->width, f->height, AVPixelFormat(f->format), f->width,
-                               f->height, AV_PIX_FMT_ARGB,
-                               SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr,
-                               nullptr, nullptr));
+// Y'CbCr (the part of f from left, top, width x height) to ARGB or RGBX at outW x height,
+// once:
+// scaled as Y'CbCr 4:4:4 (Lanczos across, the chroma brought to every pixel), then each
+// pixel converted with the stream's matrix, its range expanded, rounded to nearest.
+bool ToRGB(AVFrame const* f, DVDDecodedFrameInfo const& info, int left, int top, int width,
+           int height, int outW, bool rgbx, UInt8* out, int rowBytes) {
+  int const flags = (outW == width ? SWS_BICUBIC : SWS_LANCZOS) | SWS_ACCURATE_RND;
+  SwsContext* const scaler = CachedScaler(0, width, height, AVPixelFormat(f->format), outW,
+                                          height, AV_PIX_FMT_YUV444P, flags);
   if (!scaler) return false;
-  int const* const coefficients = sws_getCoefficients(ColorSpace(info.matrix));
-  sws_setColorspaceDetails(scaler.get(), coefficients, info.fullRange ? 1 : 0, coefficients, 1,
-                           0, 1 << 16, 1 << 16);
-  uint8_t* dst[4] = {argb, nullptr, nullptr, nullptr};
-  int const dstStride[4] = {rowBytes, 0, 0, 0};
-  return sws_scale(scaler.get(), f->data, f->linesize, 0, f->height, dst, dstStride) ==
-         f->height;
+  thread_local std::vector<UInt8> planes;
+  size_t const plane = size_t(outW) * size_t(height);
+  planes.resize(plane * 3);
+  // Left and top are even: whole chroma samples.
+  uint8_t const* const src[4] = {
+      f->data[0] + std::ptrdiff_t(top) * f->linesize[0] + left,
+      f->data[1] + std::ptrdiff_t(top / 2) * f->linesize[1] + left / 2,
+      f->data[2] + std::ptrdiff_t(top / 2) * f->linesize[2] + left / 2, nullptr};
+  uint8_t* dst[4] = {planes.data(), planes.data() + plane, planes.data() + 2 * plane, nullptr};
+  int const dstStride[4] = {outW, outW, outW, 0};
+  if (sws_scale(scaler, src, f->linesize, 0, height, dst, dstStride) != height) return false;
+
+  // Fixed point with 16 fraction bits; TV range: Y' 16-235, Cb Cr 16-240 around 128.
+  double kr = 0;
+  double kb = 0;
+  LumaWeights(info.matrix, kr, kb);
+  double const kg = 1 - kr - kb;
+  double const ys = info.fullRange ? 1.0 : 255.0 / 219.0;
+  double const cs = info.fullRange ? 1.0 : 255.0 / 224.0;
+  int const y0 = info.fullRange ? 0 : 16;
+  auto const fixed = [](double v) { return int32_t(std::lround(v * 65536.0)); };
+  int32_t const cy = fixed(ys);
+  int32_t const crR = fixed(cs * 2 * (1 - kr));
+  int32_t const cbB = fixed(cs * 2 * (1 - kb));
+  int32_t const cbG = fixed(cs * 2 * (1 - kb) * kb / kg);
+  int32_t const crG = fixed(cs * 2 * (1 - kr) * kr / kg);
+  auto const convert = [&](auto order) {
+    constexpr bool kRGBX = decltype(order)::value;
+    constexpr int kR = kRGBX ? 0 : 1;  // where red goes
+    for (int y = 0; y < height; ++y) {
+      UInt8 const* const ys8 = planes.data() + size_t(y) * size_t(outW);
+      UInt8 const* const cb8 = ys8 + plane;
+      UInt8 const* const cr8 = ys8 + 2 * plane;
+      UInt8* const row = out + size_t(y) * size_t(rowBytes);
+      for (int x = 0; x < outW; ++x) {
+        int32_t const l = (ys8[x] - y0) * cy + 32768;
+        int32_t const b = cb8[x] - 128;
+        int32_t const r = cr8[x] - 128;
+        UInt8* const px = row + x * 4;
+        px[kRGBX ? 3 : 0] = 255;
+        px[kR] = UInt8(std::clamp((l + r * crR) >> 16, 0, 255));
+        px[kR + 1] = UInt8(std::clamp((l - b * cbG - r * crG) >> 16, 0, 255));
+        px[kR + 2] = UInt8(std::clamp((l + b * cbB) >> 16, 0, 255));
+      }
+    }
+  };
+  if (rgbx) {
+    convert(std::true_type{});
+  } else {
+    convert(std::false_type{});
+  }
+  return true;
 }
 
 // Straight-alpha RGBA over ARGB, rounded.
@@ -215,16 +280,9 @@ OSStatus DVDMakeStill(DVDStillRequest const& r, DVDStillPicture* out) {
   if (!picture) picture = PictureAt(info, planes, 1);
   if (!picture) return kDVDErrorInvalidArgument;
 
-  // 2. RGB once, at the stored size; the caller's filter; what is drawn over it.
+  // 2. The part shown: the aperture's columns, inside the borders.
   int const w = info.width;
   int const h = info.height;
-  std::vector<UInt8> stored(pixels * 4);
-  if (!ToARGB(picture.get(), info, stored.data(), w * 4)) return kDVDErrorInvalidArgument;
-  if (r.fieldFilter) r.fieldFilter(stored.data(), UInt32(w), UInt32(h), UInt32(w) * 4,
-                                   r.fieldFilterRefCon);
-  if (!r.overlay.empty()) DrawOver(r.overlay, stored.data(), w, h);
-
-  // 3. The part shown: the aperture's columns, inside the borders.
   int const cut = r.shape == kDVDStillShapeSquarePixelsITU ? (w * 8 / 720 + 1) & ~1 : 0;
   Region shown = r.cropBorders ? Borders(info, planes) : Region{0, 0, w, h};
   shown.left = std::max(shown.left, cut);
@@ -233,7 +291,7 @@ OSStatus DVDMakeStill(DVDStillRequest const& r, DVDStillPicture* out) {
   int const shownW = shown.right - shown.left;
   int const shownH = shown.bottom - shown.top;
 
-  // 4. Its true shape: the aperture spans the display width; lines stay lines.
+  // 3. Its true shape: the aperture spans the display width; lines stay lines.
   int outW = shownW;
   if (r.shape != kDVDStillShapeStored) {
     int const display = int(DVDStillDisplayWidth(UInt32(h), info.aspect));
@@ -248,23 +306,41 @@ OSStatus DVDMakeStill(DVDStillRequest const& r, DVDStillPicture* out) {
   out->top = UInt32(shown.top);
   out->right = UInt32(shown.right);
   out->bottom = UInt32(shown.bottom);
-  out->argb.assign(size_t(out->rowBytes) * out->height, 0);
+  out->pixels.resize(size_t(out->rowBytes) * out->height);
+  bool const rgbx = r.pixelOrder == kDVDStillPixelsRGBX;
+
+  // 4. RGB once. With nothing to do at the stored size, converted and scaled in one pass;
+  // otherwise converted whole, filtered, drawn over, then cut and scaled.
+  if (!r.fieldFilter && r.overlay.empty()) {
+    return ToRGB(picture.get(), info, shown.left, shown.top, shownW, shownH, outW, rgbx,
+                 out->pixels.data(), int(out->rowBytes))
+               ? noErr
+               : kDVDErrorInvalidArgument;
+  }
+  std::vector<UInt8> stored(pixels * 4);
+  if (!ToRGB(picture.get(), info, 0, 0, w, h, w, false, stored.data(), w * 4)) {
+    return kDVDErrorInvalidArgument;
+  }
+  if (r.fieldFilter) r.fieldFilter(stored.data(), UInt32(w), UInt32(h), UInt32(w) * 4,
+                                   r.fieldFilterRefCon);
+  if (!r.overlay.empty()) DrawOver(r.overlay, stored.data(), w, h);
   UInt8 const* const from = stored.data() + (size_t(shown.top) * w + shown.left) * 4;
-  if (outW == shownW) {
+  if (outW == shownW && !rgbx) {
     for (int y = 0; y < shownH; ++y) {
-      std::memcpy(&out->argb[size_t(y) * out->rowBytes], from + size_t(y) * w * 4,
+      std::memcpy(&out->pixels[size_t(y) * out->rowBytes], from + size_t(y) * w * 4,
                   size_t(outW) * 4);
     }
     return noErr;
   }
-  Scaler scaler(sws_getContext(shownW, shownH, AV_PIX_FMT_ARGB, outW, shownH, AV_PIX_FMT_ARGB,
-                               SWS_LANCZOS | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr,
-                               nullptr, nullptr));
+  SwsContext* const scaler =
+      CachedScaler(1, shownW, shownH, AV_PIX_FMT_ARGB, outW, shownH,
+                   rgbx ? AV_PIX_FMT_RGB0 : AV_PIX_FMT_ARGB,
+                   (outW == shownW ? SWS_POINT : SWS_LANCZOS) | SWS_ACCURATE_RND);
   if (!scaler) return kDVDErrorInvalidArgument;
   uint8_t const* src[4] = {from, nullptr, nullptr, nullptr};
   int const srcStride[4] = {w * 4, 0, 0, 0};
-  uint8_t* dst[4] = {out->argb.data(), nullptr, nullptr, nullptr};
+  uint8_t* dst[4] = {out->pixels.data(), nullptr, nullptr, nullptr};
   int const dstStride[4] = {int(out->rowBytes), 0, 0, 0};
-  sws_scale(scaler.get(), src, srcStride, 0, shownH, dst, dstStride);
+  sws_scale(scaler, src, srcStride, 0, shownH, dst, dstStride);
   return noErr;
 }

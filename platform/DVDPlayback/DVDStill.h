@@ -23,6 +23,10 @@ enum : DVDStillDeinterlace {
   kDVDStillDeinterlaceAdaptive = 2,  // always, with the neighbouring pictures
 };
 
+// How the still's pixels are laid out: 4 bytes each, A, R, G, B or R, G, B and an unused one.
+using DVDStillPixelOrder = UInt32;
+enum : DVDStillPixelOrder { kDVDStillPixelsARGB = 0, kDVDStillPixelsRGBX = 1 };
+
 // Run on the converted picture at its stored size, before anything is drawn over it: ARGB
 // rows (A, R, G, B bytes), rowBytes apart.
 using DVDStillFieldFilter = void (*)(UInt8* argb, UInt32 width, UInt32 height, UInt32 rowBytes,
@@ -39,13 +43,14 @@ struct DVDStillRequest {
   bool cropBorders = false;
   DVDStillFieldFilter fieldFilter = nullptr;
   void* fieldFilterRefCon = nullptr;
+  DVDStillPixelOrder pixelOrder = kDVDStillPixelsARGB;
 };
 
 struct DVDStillPicture {
   UInt32 width = 0;
   UInt32 height = 0;
   UInt32 rowBytes = 0;
-  std::vector<UInt8> argb;  // A, R, G, B bytes, rows rowBytes apart
+  std::vector<UInt8> pixels;  // 4 bytes a pixel in the request's order, rows rowBytes apart
   bool deinterlaced = false;
   // The part of the stored picture shown, after the aperture and the borders cut.
   UInt32 left = 0;

@@ -59,14 +59,14 @@ struct Rgb {
   int r, g, b;
 };
 Rgb At(DVDStillPicture const& p, int x, int y) {
-  UInt8 const* const px = &p.argb[size_t(y) * p.rowBytes + size_t(x) * 4];
+  UInt8 const* const px = &p.pixels[size_t(y) * p.rowBytes + size_t(x) * 4];
   return {px[1], px[2], px[3]};
 }
 
 DVDStillPicture Make(DVDStillRequest const& r) {
   DVDStillPicture p;
   EXPECT_EQ(noErr, DVDMakeStill(r, &p));
-  EXPECT_EQ(size_t(p.rowBytes) * p.height, p.argb.size());
+  EXPECT_EQ(size_t(p.rowBytes) * p.height, p.pixels.size());
   return p;
 }
 
@@ -121,6 +121,25 @@ void ExpectBars(DVDColorMatrix matrix, double kr, double kb) {
 TEST(DVDStillMaking, ColourBarsComeOutAtTheirColoursForTheStreamsMatrix) {
   ExpectBars(kDVDColorMatrixBT601, 0.299, 0.114);
   ExpectBars(kDVDColorMatrixBT709, 0.2126, 0.0722);
+}
+
+TEST(DVDStillMaking, PixelsComeInTheOrderAsked) {
+  // 75 % red.
+  DVDStillRequest r = Flat(720, 480, kDVDAspectRatio4x3, Encode(0.75, 0, 0, 0.299, 0.114));
+  for (bool filtered : {false, true}) {
+    if (filtered) r.fieldFilter = [](UInt8*, UInt32, UInt32, UInt32, void*) {};
+    r.pixelOrder = kDVDStillPixelsARGB;
+    DVDStillPicture p = Make(r);
+    EXPECT_EQ(255, p.pixels[0]) << filtered;
+    EXPECT_NEAR(191, p.pixels[1], 3) << filtered;
+    EXPECT_NEAR(0, p.pixels[3], 3) << filtered;
+    r.pixelOrder = kDVDStillPixelsRGBX;
+    p = Make(r);
+    EXPECT_EQ(640u, p.width) << filtered;
+    EXPECT_NEAR(191, p.pixels[0], 3) << filtered;
+    EXPECT_NEAR(0, p.pixels[2], 3) << filtered;
+    EXPECT_EQ(255, p.pixels[3]) << filtered;
+  }
 }
 
 TEST(DVDStillMaking, LetterboxAndPillarboxBandsAreCutExactly) {
@@ -295,7 +314,7 @@ TEST_F(DVDStillTest, TheStillIsTheExactFrameOnScreen) {
     r.shape = kDVDStillShapeStored;
     DVDStillPicture const p = Make(r);
     ASSERT_GT(p.height, UInt32(kBarcodeRow));
-    EXPECT_EQ(int(frame), ReadBarcode(&p.argb[size_t(kBarcodeRow) * p.rowBytes + 2], 4));
+    EXPECT_EQ(int(frame), ReadBarcode(&p.pixels[size_t(kBarcodeRow) * p.rowBytes + 2], 4));
     EXPECT_FALSE(p.deinterlaced) << "progressive pictures are left as they are by Auto";
     ASSERT_EQ(noErr, DVDCloseMediaFile());
   }
@@ -321,7 +340,7 @@ TEST_F(DVDStillTest, InterlacedPicturesAreDeinterlacedWithoutCombing) {
   EXPECT_LT(Combing(autoStill), 1.15);
   EXPECT_LT(Combing(adaptive), 1.15);
   // The frame's own barcode survives deinterlacing.
-  EXPECT_EQ(65, ReadBarcode(&adaptive.argb[size_t(kBarcodeRow) * adaptive.rowBytes + 2], 4));
+  EXPECT_EQ(65, ReadBarcode(&adaptive.pixels[size_t(kBarcodeRow) * adaptive.rowBytes + 2], 4));
 }
 
 TEST_F(DVDStillTest, ColourBarsFromTheDiscComeOutWithinThreeOfTheirColours) {
