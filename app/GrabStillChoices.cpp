@@ -60,6 +60,19 @@ void StoreBool(char const* key, bool value) {
                                      QString::fromUtf8(key));
 }
 
+// The sender, a menu item of the group, checks itself there.
+void CheckInGroup(QObject* sender, tagNSUISelectorGroup const& group) {
+  if (auto* item = qobject_cast<QAction*>(sender)) {
+    NSMenuItem_NSUISelectorGroup::selectSelfFromSelectorGroup(item, group);
+  }
+}
+
+// A check-mark item's new state; without one, the state flips.
+bool CheckMark(QObject* sender, bool current) {
+  auto* const item = qobject_cast<QAction*>(sender);
+  return item ? item->isChecked() : !current;
+}
+
 QAction* ItemWithAction(QMenu* menu, char const* action) {
   if (!menu) return nullptr;
   for (QAction* item : menu->actions()) {
@@ -89,39 +102,30 @@ void GrabStillChoices::Construct(QMenu* grabDefaultsMenu, QObject* target) {
   mSubtitlesItem = ItemWithAction(grabDefaultsMenu, "toggleGrabIncludeSubtitles:");
   mCropItem = ItemWithAction(grabDefaultsMenu, "toggleGrabCropBorders:");
   // Restoring performs the chosen items' actions on the controller.
-  for (QMenu* menu : {mSourceMenu.data(), mSizeMenu.data(), mDeinterlaceMenu.data(),
-                      mJPEGQualityMenu.data()}) {
+  for (auto const& [menu, group] : Groups()) {
     if (!CoreVerify(menu)) continue;
     for (QAction* item : menu->actions()) NSMenuItem_NSUISelectorGroup::setTarget(item, target);
   }
 }
 
+std::array<std::pair<QMenu*, tagNSUISelectorGroup const*>, 4> GrabStillChoices::Groups() const {
+  return {{{mSourceMenu, &GrabSourceSelectorGroup},
+           {mSizeMenu, &GrabSizeSelectorGroup},
+           {mDeinterlaceMenu, &GrabDeinterlaceSelectorGroup},
+           {mJPEGQualityMenu, &GrabJPEGQualitySelectorGroup}}};
+}
+
 void GrabStillChoices::SavePreferences() const {
-  NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(mSourceMenu, GrabSourceSelectorGroup);
-  NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(mSizeMenu, GrabSizeSelectorGroup);
-  NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(mDeinterlaceMenu,
-                                                         GrabDeinterlaceSelectorGroup);
-  NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(mJPEGQualityMenu,
-                                                         GrabJPEGQualitySelectorGroup);
+  for (auto const& [menu, group] : Groups()) {
+    NSMenu_NSUISelectorGroup::saveSelectorGroupPreferences(menu, *group);
+  }
   StoreBool(kSubtitlesKey, mIncludeSubtitles);
   StoreBool(kCropKey, mCropBorders);
 }
 
 void GrabStillChoices::RestorePreferences() {
-  if (mSourceMenu) {
-    NSMenu_NSUISelectorGroup::restoreSelectorGroupPreferences(mSourceMenu,
-                                                              GrabSourceSelectorGroup);
-  }
-  if (mSizeMenu) {
-    NSMenu_NSUISelectorGroup::restoreSelectorGroupPreferences(mSizeMenu, GrabSizeSelectorGroup);
-  }
-  if (mDeinterlaceMenu) {
-    NSMenu_NSUISelectorGroup::restoreSelectorGroupPreferences(mDeinterlaceMenu,
-                                                              GrabDeinterlaceSelectorGroup);
-  }
-  if (mJPEGQualityMenu) {
-    NSMenu_NSUISelectorGroup::restoreSelectorGroupPreferences(mJPEGQualityMenu,
-                                                              GrabJPEGQualitySelectorGroup);
+  for (auto const& [menu, group] : Groups()) {
+    if (menu) NSMenu_NSUISelectorGroup::restoreSelectorGroupPreferences(menu, *group);
   }
   mIncludeSubtitles = StoredBool(kSubtitlesKey, true);
   mCropBorders = StoredBool(kCropKey, false);
@@ -130,41 +134,31 @@ void GrabStillChoices::RestorePreferences() {
 }
 
 void GrabStillChoices::SelectSource(QObject* sender, bool videoFrame) {
-  if (auto* item = qobject_cast<QAction*>(sender)) {
-    NSMenuItem_NSUISelectorGroup::selectSelfFromSelectorGroup(item, GrabSourceSelectorGroup);
-  }
+  CheckInGroup(sender, GrabSourceSelectorGroup);
   mVideoFrame = videoFrame;
 }
 
 void GrabStillChoices::SelectShape(QObject* sender, DVDStillShape shape) {
-  if (auto* item = qobject_cast<QAction*>(sender)) {
-    NSMenuItem_NSUISelectorGroup::selectSelfFromSelectorGroup(item, GrabSizeSelectorGroup);
-  }
+  CheckInGroup(sender, GrabSizeSelectorGroup);
   mShape = shape;
 }
 
 void GrabStillChoices::SelectDeinterlace(QObject* sender, Deinterlace deinterlace) {
-  if (auto* item = qobject_cast<QAction*>(sender)) {
-    NSMenuItem_NSUISelectorGroup::selectSelfFromSelectorGroup(item, GrabDeinterlaceSelectorGroup);
-  }
+  CheckInGroup(sender, GrabDeinterlaceSelectorGroup);
   mDeinterlace = deinterlace;
 }
 
 void GrabStillChoices::SelectJPEGQuality(QObject* sender, int quality) {
-  if (auto* item = qobject_cast<QAction*>(sender)) {
-    NSMenuItem_NSUISelectorGroup::selectSelfFromSelectorGroup(item, GrabJPEGQualitySelectorGroup);
-  }
+  CheckInGroup(sender, GrabJPEGQualitySelectorGroup);
   NSBitmapImageRep::setQuikJPEGCompressionFactor(float(quality) / 100.0f);
 }
 
 void GrabStillChoices::ToggleSubtitles(QObject* sender) {
-  auto* const item = qobject_cast<QAction*>(sender);
-  mIncludeSubtitles = item ? item->isChecked() : !mIncludeSubtitles;
+  mIncludeSubtitles = CheckMark(sender, mIncludeSubtitles);
 }
 
 void GrabStillChoices::ToggleCropBorders(QObject* sender) {
-  auto* const item = qobject_cast<QAction*>(sender);
-  mCropBorders = item ? item->isChecked() : !mCropBorders;
+  mCropBorders = CheckMark(sender, mCropBorders);
 }
 
 std::shared_ptr<NSBitmapImageRep> GrabStillChoices::TakeVideoFrame() const {

@@ -6,7 +6,9 @@
 
 #include <QPointer>
 
+#include <array>
 #include <memory>
+#include <utility>
 
 #include "DVDStill.h"
 #include "NSUISelectorGroup.h"
@@ -51,6 +53,9 @@ class GrabStillChoices {
   bool mCropBorders = false;
 
  private:
+  // Each selector group's submenu.
+  std::array<std::pair<QMenu*, tagNSUISelectorGroup const*>, 4> Groups() const;
+
   QPointer<QMenu> mSourceMenu;
   QPointer<QMenu> mSizeMenu;
   QPointer<QMenu> mDeinterlaceMenu;

@@ -70,6 +70,15 @@ DVDStillPicture Make(DVDStillRequest const& r) {
   return p;
 }
 
+// The still shows the stored rows top..bottom at width x height.
+void ExpectRows(DVDStillPicture const& p, UInt32 top, UInt32 bottom, UInt32 width,
+                UInt32 height) {
+  EXPECT_EQ(top, p.top);
+  EXPECT_EQ(bottom, p.bottom);
+  EXPECT_EQ(width, p.width);
+  EXPECT_EQ(height, p.height);
+}
+
 constexpr YCbCr kBlack{16, 128, 128};
 constexpr YCbCr kGrey{126, 128, 128};
 
@@ -148,10 +157,7 @@ TEST(DVDStillMaking, LetterboxAndPillarboxBandsAreCutExactly) {
   Paint(r, 0, 60, 720, 420, kGrey);
   r.cropBorders = true;
   DVDStillPicture p = Make(r);
-  EXPECT_EQ(60u, p.top);
-  EXPECT_EQ(420u, p.bottom);
-  EXPECT_EQ(640u, p.width);
-  EXPECT_EQ(360u, p.height);
+  ExpectRows(p, 60, 420, 640, 360);
   EXPECT_NEAR(kGrey.y, 16 + At(p, 320, 0).g * 219 / 255, 3) << "no black line left";
   // Without the choice the bands stay.
   r.cropBorders = false;
@@ -362,12 +368,9 @@ TEST_F(DVDStillTest, LetterboxBandsAreCutAndTheSubtitleIsDrawnOnlyWhenTaken) {
   DVDStillRequest r = PlayedFor("letterbox", 1000);
   r.cropBorders = true;
   DVDStillPicture p = Make(r);
-  EXPECT_EQ(60u, p.top);
-  EXPECT_EQ(420u, p.bottom);
+  ExpectRows(p, 60, 420, 640, 360);
   EXPECT_EQ(0u, p.left);
   EXPECT_EQ(720u, p.right);
-  EXPECT_EQ(640u, p.width);
-  EXPECT_EQ(360u, p.height);
   // The forced subtitle's box: at 300,200-420,260 of the stored picture.
   r.shape = kDVDStillShapeStored;
   p = Make(r);
