@@ -333,6 +333,10 @@ void GrabWindowController::saveGrabImageType(QuikSaveImageType grabImageType) {
   if (!CocoaXVerifyText(hasGrabbedImage(), "[self hasGrabbedImage]")) return;
   std::shared_ptr<NSBitmapImageRep> const saveImageRep = imageRepForSaving();
   if (!CoreVerify(saveImageRep)) return;
+  if (QString const named = quickSavePath(grabImageType); !named.isEmpty()) {
+    CoreMachDebugVerify(saveImageRep->saveToPictureFileName(named, grabImageType));
+    return;
+  }
   if (!saveImageRep->saveToNextNumberedFileName(kNumberedFileFormatString, grabImageType)) {
     CocoaXVerifyText(false,
                      "[saveImageRep saveToNextNumberedFileName:GrabWindowController_NumberedFileFormatString "

@@ -77,6 +77,9 @@ class GrabWindowController : public QObject {
   virtual bool grabsVideoFrames() const { return false; }
   virtual std::shared_ptr<NSBitmapImageRep> grabVideoFrame() { return nullptr; }
 
+  // Where a quick save goes when a subclass names it; empty: the next numbered name.
+  virtual QString quickSavePath(QuikSaveImageType) const { return QString(); }
+
   void grabGrabberWindowScreen(UInt32 options);
   void grabScreenDisplayID(CGDirectDisplayID displayID, UInt32 options);
 

@@ -174,6 +174,7 @@ bool GrabDVDController::openMedia(QString const& path, bool isVolume) {
   if (result != noErr) {
     CoreMachDebugVerifyOSerr(result);
   } else {
+    mMediaPath = path;
     logMediaInfo();
     onPlay(mPlayPauseButton);
     fOk = true;
@@ -188,6 +189,7 @@ bool GrabDVDController::openMedia(QString const& path, bool isVolume) {
 
 void GrabDVDController::closeMedia() {
   if (!hasMedia()) return;
+  mMediaPath = QString();
   if (!mVolumePath.isNull()) {
     CoreMachDebugVerifyOSerr(DVDCloseMediaVolume());
     mVolumePath = QString();

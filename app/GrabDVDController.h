@@ -53,6 +53,7 @@ class GrabDVDController : public GrabWindowController {
   // The bookmarks of the open media, in the order they were made.
   std::vector<std::unique_ptr<DVDBookmark>> mBookmarks;
   QString mVolumePath;  // null when a folder or nothing is open
+  QString mMediaPath;   // what is open (folder, volume or image); null when nothing is
   SInt32 mDVDState = 0;
   DVDEventCallBackRef mEventCallBackID = 0;
   GrabStillChoices mStillChoices;
@@ -91,6 +92,9 @@ class GrabDVDController : public GrabWindowController {
   bool validateMenuItem(QAction* item) override;
   bool grabsVideoFrames() const override { return mStillChoices.GrabsVideoFrames(); }
   std::shared_ptr<NSBitmapImageRep> grabVideoFrame() override;
+  QString quickSavePath(QuikSaveImageType type) const override {
+    return mStillChoices.QuickSavePath(mMediaPath, type);
+  }
   bool validateMenuItemGrab(QAction* item);
   // Shows the last grab in the controller window.
   void grabbedFrameUpdated();
@@ -156,6 +160,8 @@ class GrabDVDController : public GrabWindowController {
   void selectDefault_JPEGQuality75(QObject* sender);
   void selectDefault_JPEGQuality90(QObject* sender);
   void selectDefault_JPEGQuality100(QObject* sender);
+  void selectDefault_NamesNumbered(QObject* sender);
+  void selectDefault_NamesDiscTime(QObject* sender);
   void toggleGrabIncludeSubtitles(QObject* sender);
   void toggleGrabCropBorders(QObject* sender);
 

@@ -115,6 +115,12 @@ void GrabDVDController::selectDefault_JPEGQuality90(QObject* sender) {
 void GrabDVDController::selectDefault_JPEGQuality100(QObject* sender) {
   mStillChoices.SelectJPEGQuality(sender, 100);
 }
+void GrabDVDController::selectDefault_NamesNumbered(QObject* sender) {
+  mStillChoices.SelectNames(sender, false);
+}
+void GrabDVDController::selectDefault_NamesDiscTime(QObject* sender) {
+  mStillChoices.SelectNames(sender, true);
+}
 void GrabDVDController::toggleGrabIncludeSubtitles(QObject* sender) {
   mStillChoices.ToggleSubtitles(sender);
 }

@@ -1,7 +1,11 @@
 #include "GrabStillChoices.h"
 
 #include <QAction>
+#include <QDir>
+#include <QFileInfo>
 #include <QMenu>
+
+#include <cstdio>
 
 #include <cstring>
 #include <vector>
@@ -27,6 +31,9 @@ auto const kDeinterlaceSelectors =
 auto const kJPEGQualitySelectors =
     NSUISelectorTable({"selectDefault_JPEGQuality75:", "selectDefault_JPEGQuality90:",
                        "selectDefault_JPEGQuality100:"});
+
+auto const kNamesSelectors =
+    NSUISelectorTable({"selectDefault_NamesNumbered:", "selectDefault_NamesDiscTime:"});
 
 char const kSubtitlesKey[] = "GrabIncludeSubtitles";
 char const kCropKey[] = "GrabCropBorders";
@@ -93,12 +100,16 @@ tagNSUISelectorGroup const GrabDeinterlaceSelectorGroup = {1, "GrabDeinterlaceSe
 tagNSUISelectorGroup const GrabJPEGQualitySelectorGroup = {1, "GrabJPEGQualitySelectorGroup",
                                                            kJPEGQualitySelectors.data()};
 
+tagNSUISelectorGroup const GrabNamesSelectorGroup = {1, "GrabNamesSelectorGroup",
+                                                     kNamesSelectors.data()};
+
 void GrabStillChoices::Construct(QMenu* grabDefaultsMenu, QObject* target) {
   if (!CoreVerify(grabDefaultsMenu)) return;
   mSourceMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabFromMenu"));
   mSizeMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabSizeMenu"));
   mDeinterlaceMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabDeinterlaceMenu"));
   mJPEGQualityMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabJPEGQualityMenu"));
+  mNamesMenu = grabDefaultsMenu->findChild<QMenu*>(QStringLiteral("mGrabNamesMenu"));
   mSubtitlesItem = ItemWithAction(grabDefaultsMenu, "toggleGrabIncludeSubtitles:");
   mCropItem = ItemWithAction(grabDefaultsMenu, "toggleGrabCropBorders:");
   // Restoring performs the chosen items' actions on the controller.
@@ -108,11 +119,12 @@ void GrabStillChoices::Construct(QMenu* grabDefaultsMenu, QObject* target) {
   }
 }
 
-std::array<std::pair<QMenu*, tagNSUISelectorGroup const*>, 4> GrabStillChoices::Groups() const {
+std::array<std::pair<QMenu*, tagNSUISelectorGroup const*>, 5> GrabStillChoices::Groups() const {
   return {{{mSourceMenu, &GrabSourceSelectorGroup},
            {mSizeMenu, &GrabSizeSelectorGroup},
            {mDeinterlaceMenu, &GrabDeinterlaceSelectorGroup},
-           {mJPEGQualityMenu, &GrabJPEGQualitySelectorGroup}}};
+           {mJPEGQualityMenu, &GrabJPEGQualitySelectorGroup},
+           {mNamesMenu, &GrabNamesSelectorGroup}}};
 }
 
 void GrabStillChoices::SavePreferences() const {
@@ -151,6 +163,49 @@ void GrabStillChoices::SelectDeinterlace(QObject* sender, Deinterlace deinterlac
 void GrabStillChoices::SelectJPEGQuality(QObject* sender, int quality) {
   CheckInGroup(sender, GrabJPEGQualitySelectorGroup);
   NSBitmapImageRep::setQuikJPEGCompressionFactor(float(quality) / 100.0f);
+}
+
+void GrabStillChoices::SelectNames(QObject* sender, bool discTime) {
+  CheckInGroup(sender, GrabNamesSelectorGroup);
+  mDiscTimeNames = discTime;
+}
+
+QString GrabStillChoices::DiscName(QString const& mediaPath) {
+  QFileInfo info(QDir::cleanPath(mediaPath));
+  QString name = info.isFile() ? info.completeBaseName() : info.fileName();
+  if (name.compare(QStringLiteral("VIDEO_TS"), Qt::CaseInsensitive) == 0) {
+    name = QFileInfo(info.absolutePath()).fileName();
+  }
+  for (QChar& c : name) {
+    if (c.unicode() < 0x20 || QStringLiteral("/\\:*?\"<>|").contains(c)) c = QLatin1Char('_');
+  }
+  name = name.trimmed();
+  return name.isEmpty() || name.startsWith(QLatin1Char('.')) ? QStringLiteral("DVD") : name;
+}
+
+QString GrabStillChoices::QuickSavePath(QString const& mediaPath, QuikSaveImageType type) const {
+  if (!mDiscTimeNames) return QString();
+  DVDPresentedFrameInfo info{};
+  UInt32 size = 0;
+  if (!CoreVerify(DVDCopyPresentedFrame(&info, nullptr, &size) == noErr)) return QString();
+  // The frame's own start when it is known, as the disc counts frames.
+  uint64_t ms = info.elapsedMs;
+  if (info.frameInTitle != kDVDNoFrame) {
+    ms = info.height == 576 ? uint64_t(info.frameInTitle) * 40
+                            : uint64_t(info.frameInTitle) * 1001 / 30;
+  }
+  char place[64];
+  std::snprintf(place, sizeof place, " T%u C%u %02u-%02u-%02u.%03u", unsigned(info.title),
+                unsigned(info.chapter), unsigned(ms / 3600000), unsigned(ms / 60000 % 60),
+                unsigned(ms / 1000 % 60), unsigned(ms % 1000));
+  QString const extension = type == QuikSaveImageType_PNG    ? QStringLiteral(".png")
+                            : type == QuikSaveImageType_TIFF ? QStringLiteral(".tiff")
+                                                             : QStringLiteral(".jpg");
+  QString const stem = NSBitmapImageRep::quickSaveFolderUnixPath() + QLatin1Char('/') +
+                       DiscName(mediaPath) + QString::fromLatin1(place);
+  QString path = stem + extension;
+  for (int n = 2; QFileInfo::exists(path); ++n) path = stem + QStringLiteral(" %1").arg(n) + extension;
+  return path;
 }
 
 void GrabStillChoices::ToggleSubtitles(QObject* sender) {

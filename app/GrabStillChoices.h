@@ -5,15 +5,16 @@
 #pragma once
 
 #include <QPointer>
+#include <QString>
 
 #include <array>
 #include <memory>
 #include <utility>
 
 #include "DVDStill.h"
+#include "NSBitmapImageRep.h"
 #include "NSUISelectorGroup.h"
 
-class NSBitmapImageRep;
 class QAction;
 class QMenu;
 class QWidget;
@@ -22,6 +23,7 @@ extern tagNSUISelectorGroup const GrabSourceSelectorGroup;
 extern tagNSUISelectorGroup const GrabSizeSelectorGroup;
 extern tagNSUISelectorGroup const GrabDeinterlaceSelectorGroup;
 extern tagNSUISelectorGroup const GrabJPEGQualitySelectorGroup;
+extern tagNSUISelectorGroup const GrabNamesSelectorGroup;
 
 class GrabStillChoices {
  public:
@@ -38,6 +40,8 @@ class GrabStillChoices {
   void SelectDeinterlace(QObject* sender, Deinterlace deinterlace);
   // The quality JPEG files are written at (75 by default, as always).
   void SelectJPEGQuality(QObject* sender, int quality);
+  // Quick saves named "Tavelo %04d" (as always) or after the disc and the picture's place.
+  void SelectNames(QObject* sender, bool discTime);
   // From the check-mark items: their state is the choice.
   void ToggleSubtitles(QObject* sender);
   void ToggleCropBorders(QObject* sender);
@@ -46,7 +50,16 @@ class GrabStillChoices {
   // The decoded picture on screen now, made as chosen; null when there is none.
   std::shared_ptr<NSBitmapImageRep> TakeVideoFrame() const;
 
+  // With disc-and-time names: the quick-save file for the picture on screen now,
+  // "<disc> T<title> C<chapter> <hh-mm-ss.mmm>.<ext>" in the quick-save folder, with " 2",
+  // " 3"... only when the name is taken. Empty: numbered names.
+  QString QuickSavePath(QString const& mediaPath, QuikSaveImageType type) const;
+  // A disc's name from what was opened: the folder holding VIDEO_TS, the mount point or the
+  // image file without its extension; characters no file name should hold replaced.
+  static QString DiscName(QString const& mediaPath);
+
   bool mVideoFrame = false;
+  bool mDiscTimeNames = false;
   DVDStillShape mShape = kDVDStillShapeSquarePixels;
   Deinterlace mDeinterlace = kAuto;
   bool mIncludeSubtitles = true;
@@ -54,12 +67,13 @@ class GrabStillChoices {
 
  private:
   // Each selector group's submenu.
-  std::array<std::pair<QMenu*, tagNSUISelectorGroup const*>, 4> Groups() const;
+  std::array<std::pair<QMenu*, tagNSUISelectorGroup const*>, 5> Groups() const;
 
   QPointer<QMenu> mSourceMenu;
   QPointer<QMenu> mSizeMenu;
   QPointer<QMenu> mDeinterlaceMenu;
   QPointer<QMenu> mJPEGQualityMenu;
+  QPointer<QMenu> mNamesMenu;
   QPointer<QAction> mSubtitlesItem;
   QPointer<QAction> mCropItem;
 };

@@ -115,10 +115,10 @@ TEST_F(MainMenuTest, GrabDefaultsMenuEndsWithTheStillChoices) {
   QMenu* menu = mNib.controller()->mGrabDefaultsMenu;
   ASSERT_NE(menu, nullptr);
   QStringList tail;
-  for (QAction* item : menu->actions().mid(menu->actions().size() - 6)) {
+  for (QAction* item : menu->actions().mid(menu->actions().size() - 7)) {
     tail << (item->menu() ? item->menu()->title() : QString::fromLatin1(NSMenuItemAction::action(item)));
   }
-  EXPECT_EQ(tail, (QStringList{"Grab From", "Picture Size", "Deinterlacing", "JPEG Quality",
+  EXPECT_EQ(tail, (QStringList{"Grab From", "Picture Size", "Deinterlacing", "JPEG Quality", "File Names",
                                "toggleGrabIncludeSubtitles:",
                                "toggleGrabCropBorders:"}));
   auto const actionsOf = [&](char const* name) {
@@ -135,6 +135,8 @@ TEST_F(MainMenuTest, GrabDefaultsMenuEndsWithTheStillChoices) {
   EXPECT_EQ(actionsOf("mGrabDeinterlaceMenu"),
             (QStringList{"selectDefault_DeinterlaceAuto:", "selectDefault_DeinterlaceOff:",
                          "selectDefault_DeinterlaceBlend:", "selectDefault_DeinterlaceAdaptive:"}));
+  EXPECT_EQ(actionsOf("mGrabNamesMenu"),
+            (QStringList{"selectDefault_NamesNumbered:", "selectDefault_NamesDiscTime:"}));
   EXPECT_EQ(actionsOf("mGrabJPEGQualityMenu"),
             (QStringList{"selectDefault_JPEGQuality75:", "selectDefault_JPEGQuality90:",
                          "selectDefault_JPEGQuality100:"}));

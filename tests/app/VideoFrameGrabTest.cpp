@@ -8,7 +8,10 @@
 #include <QTest>
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
+
+#include <sys/xattr.h>
 
 #include "AppTestSupport.h"
 #include "DVDEvent.h"
@@ -37,6 +40,7 @@ class VideoFrameGrabTest : public testing::Test {
     for (char const* key : {"GrabSourceSelectorGroup", "GrabSizeSelectorGroup",
                             "GrabDeinterlaceSelectorGroup", "GrabIncludeSubtitles",
                             "GrabCropBorders", "GrabJPEGQualitySelectorGroup",
+                            "GrabNamesSelectorGroup",
                             "DefaultFileTypeSelectorGroup",
                             "DefaultFolderSelectorGroup", "DefaultCreatorSelectorGroup"}) {
       settings.remove(QString::fromLatin1(key));
@@ -179,6 +183,39 @@ TEST_F(VideoFrameGrabTest, WhilePausedTheControllerShowsTheFrameOnScreen) {
   EXPECT_EQ(QStringLiteral("Frame 124"), c->mFrameText->text());
   c->handleDVDEvent(DVDEvent::initWithData(kDVDEventPlayback, kDVDStatePlaying, 0));
   EXPECT_TRUE(c->mFrameText->text().isEmpty());
+}
+
+TEST_F(VideoFrameGrabTest, QuickSavesCanBeNamedAfterTheDiscAndThePicturesPlace) {
+  GrabDVDController* c = mNib.controller();
+  EXPECT_TRUE(Checked("selectDefault_NamesNumbered:"));
+  QString const disc = tavelo_app_test::NewFolder("My: Film");
+  ASSERT_TRUE(c->openMedia(disc, false));
+  fake_dvd::S().hasFrame = true;
+  fake_dvd::S().presentedTitle = 3;
+  fake_dvd::S().presentedChapter = 2;
+  fake_dvd::S().frameInTitle = 120;  // 4.004 s in
+  c->grabCurrentFrame(nullptr);
+  EXPECT_EQ(Files(), QStringList{"Tavelo 0000.jpg"}) << "numbered by default";
+  ASSERT_TRUE(Choose("selectDefault_NamesDiscTime:"));
+  c->grabCurrentFrame(nullptr);
+  c->grabCurrentFrame(nullptr);
+  // The folder's name (the test's folders carry a suffix of their own), ":" replaced.
+  QString const name = GrabStillChoices::DiscName(disc);
+  EXPECT_TRUE(name.startsWith(QStringLiteral("My_ Film"))) << name.toStdString();
+  QString const stem = name + QStringLiteral(" T3 C2 00-00-04.004");
+  EXPECT_EQ(Files(), (QStringList{stem + " 2.jpg", stem + ".jpg", "Tavelo 0000.jpg"}));
+  // Stamped like every quick save.
+  char info[32] = {};
+  QByteArray const path = (mFolder + "/" + stem + ".jpg").toUtf8();
+  ASSERT_GE(getxattr(path.constData(), "user.com.apple.FinderInfo", info, sizeof info), 8);
+  EXPECT_EQ(std::string("JPEG"), std::string(info, 4));
+}
+
+TEST(GrabStillNames, TheDiscsNameComesFromWhatWasOpened) {
+  EXPECT_EQ(QStringLiteral("Holiday"), GrabStillChoices::DiscName(QStringLiteral("/media/me/Holiday")));
+  EXPECT_EQ(QStringLiteral("Holiday"), GrabStillChoices::DiscName(QStringLiteral("/discs/Holiday/VIDEO_TS/")));
+  EXPECT_EQ(QStringLiteral("A_B_C"), GrabStillChoices::DiscName(QStringLiteral("/media/A:B*C")));
+  EXPECT_EQ(QStringLiteral("DVD"), GrabStillChoices::DiscName(QStringLiteral("/")));
 }
 
 TEST_F(VideoFrameGrabTest, PeriodAndCommaStepAFrameEachWay) {

@@ -232,6 +232,9 @@ OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* info, void* pixels, UInt32
   info->displayHeight = 480;
   info->rowBytes = 720 * 3;
   info->aspect = kDVDAspectRatio4x3;
+  info->title = S().presentedTitle;
+  info->chapter = S().presentedChapter;
+  info->frameInTitle = S().frameInTitle;
   UInt32 const needed = info->rowBytes * info->height;
   if (!pixels) {
     *size = needed;

@@ -48,7 +48,9 @@ struct State {
   UInt32 timeEventRate = 0;
   // The presented picture: none until a colour is set.
   bool hasFrame = false;
-  UInt32 frameInTitle = 0;         // what DVDGetFrameInTitle answers with a frame
+  UInt32 frameInTitle = 0;         // the frame DVDGetFrameInTitle and DVDCopyPresentedFrame tell
+  UInt16 presentedTitle = 1;       // DVDCopyPresentedFrame's title and chapter
+  UInt16 presentedChapter = 1;
   std::vector<SInt32> steps;       // DVDStepFrame's arguments, in order
   bool stillWithOverlay = false;   // DVDTakeStill's last argument
   unsigned char frameRGB[3] = {0, 0, 0};
