@@ -6,7 +6,6 @@
 #include <QMenu>
 
 #include <cstdio>
-
 #include <cstring>
 #include <vector>
 
@@ -23,15 +22,13 @@ auto const kSourceSelectors =
     NSUISelectorTable({"selectDefault_GrabScreen:", "selectDefault_GrabVideoFrame:"});
 auto const kSizeSelectors =
     NSUISelectorTable({"selectDefault_SizeSquarePixels:", "selectDefault_SizeSquarePixelsITU:",
-           "selectDefault_SizeStored:"});
+                       "selectDefault_SizeStored:"});
 auto const kDeinterlaceSelectors =
     NSUISelectorTable({"selectDefault_DeinterlaceAuto:", "selectDefault_DeinterlaceOff:",
-           "selectDefault_DeinterlaceBlend:", "selectDefault_DeinterlaceAdaptive:"});
-
+                       "selectDefault_DeinterlaceBlend:", "selectDefault_DeinterlaceAdaptive:"});
 auto const kJPEGQualitySelectors =
     NSUISelectorTable({"selectDefault_JPEGQuality75:", "selectDefault_JPEGQuality90:",
                        "selectDefault_JPEGQuality100:"});
-
 auto const kNamesSelectors =
     NSUISelectorTable({"selectDefault_NamesNumbered:", "selectDefault_NamesDiscTime:"});
 
@@ -96,10 +93,8 @@ tagNSUISelectorGroup const GrabSizeSelectorGroup = {1, "GrabSizeSelectorGroup",
                                                     kSizeSelectors.data()};
 tagNSUISelectorGroup const GrabDeinterlaceSelectorGroup = {1, "GrabDeinterlaceSelectorGroup",
                                                            kDeinterlaceSelectors.data()};
-
 tagNSUISelectorGroup const GrabJPEGQualitySelectorGroup = {1, "GrabJPEGQualitySelectorGroup",
                                                            kJPEGQualitySelectors.data()};
-
 tagNSUISelectorGroup const GrabNamesSelectorGroup = {1, "GrabNamesSelectorGroup",
                                                      kNamesSelectors.data()};
 

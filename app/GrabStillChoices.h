@@ -1,7 +1,7 @@
 // How grabs take the video: from the screen (as always) or from the decoded picture on
-// screen, at which shape, deinterlaced how, with or without subtitles, with or without black
-// borders; and the JPEG quality they are saved at. Each choice is a menu selector group of the grab defaults (or a check-mark item),
-// kept in the user defaults like the others.
+// screen, at which shape, deinterlaced how, with or without subtitles and black borders; and
+// the JPEG quality and names quick saves get. Each choice is a selector group of the grab
+// defaults (or a check-mark item), kept in the user defaults like the others.
 #pragma once
 
 #include <QPointer>
@@ -17,7 +17,7 @@
 
 class QAction;
 class QMenu;
-class QWidget;
+class QObject;
 
 extern tagNSUISelectorGroup const GrabSourceSelectorGroup;
 extern tagNSUISelectorGroup const GrabSizeSelectorGroup;

@@ -22,7 +22,7 @@ namespace {
 
 // A black border's luma may sit a little above black level (noise, ringing); its chroma is
 // neutral.
-constexpr int kBlackLuma = 24;
+constexpr int kAboveBlack = 8;
 constexpr int kNeutralChroma = 8;
 
 struct FrameFree {
@@ -215,10 +215,10 @@ Region Borders(DVDDecodedFrameInfo const& info, UInt8 const* y) {
   int const h = info.height;
   UInt8 const* const cb = y + size_t(w) * size_t(h);
   UInt8 const* const cr = cb + size_t(w / 2) * size_t(h / 2);
+  int const blackLevel = info.fullRange ? 0 : 16;
   auto const black = [&](int x, int yy) {
     size_t const c = size_t(yy / 2) * size_t(w / 2) + size_t(x / 2);
-    int const black = info.fullRange ? 0 : 16;
-    return y[size_t(yy) * size_t(w) + size_t(x)] <= black + kBlackLuma - 16 &&
+    return y[size_t(yy) * size_t(w) + size_t(x)] <= blackLevel + kAboveBlack &&
            std::abs(cb[c] - 128) <= kNeutralChroma && std::abs(cr[c] - 128) <= kNeutralChroma;
   };
   auto const rowBlack = [&](int yy) {
