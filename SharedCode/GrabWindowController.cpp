@@ -264,12 +264,10 @@ GrabImage GrabWindowController::imageForSaving() const {
   if (!hasImage || !hasBitmap) return GrabImage();
   if (mSaveImageSize == kDefaultSaveImageSize) return saveThisImage;
 
-  // A member of 1 or more is pixels; below 1 it is a scale factor, its sign ignored.
   QSizeF const sourceSize = saveThisImage.size;
-  double w = mSaveImageSize.width();
-  double h = mSaveImageSize.height();
-  if (w < 1.0) w = std::fabs(w) * sourceSize.width();
-  if (h < 1.0) h = std::fabs(h) * sourceSize.height();
+  QSizeF const saveSize = SaveSizeOf(sourceSize, mSaveImageSize);
+  double const w = saveSize.width();
+  double const h = saveSize.height();
 
   GrabImage smallImage;
   smallImage.size = QSizeF(w, h);
@@ -348,6 +346,11 @@ void GrabWindowController::saveGrabImageType(QuikSaveImageType grabImageType, QS
   bool const hasImage = CocoaXVerifyText(hasGrabbedImage(), "[self hasGrabbedImage]");
   bool const hasPath = CocoaXVerifyText(!withNamedFilePath.isEmpty(), "withNamedFilePath");
   if (!hasImage || !hasPath) return;
+  if (grabsVideoFrames()) {
+    queueSave(GrabTaken{[bitmap = mBitmapImageRep] { return bitmap; }, {}}, grabImageType,
+              withNamedFilePath);
+    return;
+  }
   std::shared_ptr<NSBitmapImageRep> const saveImageRep = imageRepForSaving();
   if (!CoreVerify(saveImageRep)) return;
   if (!saveImageRep->saveToPictureFileName(withNamedFilePath, grabImageType)) {
@@ -407,6 +410,10 @@ void GrabWindowController::grab(QObject*) { grabGrabberWindowScreen(kGrabCropToV
 void GrabWindowController::grabScreen(QObject*) { grabGrabberWindowScreen(kGrabHideWindow); }
 
 void GrabWindowController::grabQuickSave(QObject* sender) {
+  if (grabsVideoFrames()) {
+    queueSave(takeVideoFrame(), QuikSaveImageType(mDefaultImageType), QString());
+    return;
+  }
   grab(sender);
   if (hasGrabbedImage()) saveGrabImageType(mDefaultImageType);
 }

@@ -9,8 +9,10 @@
 #include <QSizeF>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 
+#include "GrabSaveQueue.h"
 #include "NSBitmapImageRep.h"
 #include "NSUISelectorGroup.h"
 
@@ -23,6 +25,14 @@ class QMenu;
 struct GrabImage {
   QSizeF size;
   QImage pixels;
+};
+
+// A video frame as taken at a command, to be made into a picture later on the save queue.
+struct GrabTaken {
+  // Makes the picture; null when it cannot.
+  std::function<std::shared_ptr<NSBitmapImageRep>()> make;
+  // Its quick-save file, looked up as it is written; null or empty: the next numbered name.
+  std::function<QString(QuikSaveImageType)> quickSavePath;
 };
 
 class GrabWindowController : public QObject {
@@ -79,6 +89,19 @@ class GrabWindowController : public QObject {
 
   // Where a quick save goes when a subclass names it; empty: the next numbered name.
   virtual QString quickSavePath(QuikSaveImageType) const { return QString(); }
+
+  // With video frames, saves never hold up the command: the subclass takes the picture on
+  // screen (takeVideoFrame) and the save queue makes, scales, encodes and writes it, in the
+  // order asked; the written picture then becomes the last grab and grabSaved is told.
+  virtual GrabTaken takeVideoFrame() { return {}; }
+  virtual void grabSaved(QString const& /*writtenPath, empty when nothing was*/) {}
+  void queueSave(GrabTaken taken, QuikSaveImageType grabImageType, QString const& path);
+  GrabSaveQueue& saveQueue() { return mSaveQueue; }
+  // A save size's members of 1 or more are pixels; below 1 scale factors, signs ignored.
+  static QSizeF SaveSizeOf(QSizeF pictureSize, QSizeF saveSize);
+  // A 32-bit R, G, B bitmap as it is saved at saveSize (itself at the default size).
+  static std::shared_ptr<NSBitmapImageRep> ScaledForSaving(std::shared_ptr<NSBitmapImageRep> bitmap,
+                                                           QSizeF saveSize);
 
   void grabGrabberWindowScreen(UInt32 options);
   void grabScreenDisplayID(CGDirectDisplayID displayID, UInt32 options);
@@ -151,4 +174,6 @@ class GrabWindowController : public QObject {
   SInt32 mDefaultImageType = QuikSaveImageType_JPEG;
   SInt32 mDefaultFolder = 0;
   SInt32 mDefaultCreator = 0;
+  // Last: its saves are finished before anything else goes.
+  GrabSaveQueue mSaveQueue;
 };

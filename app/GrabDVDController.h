@@ -95,6 +95,11 @@ class GrabDVDController : public GrabWindowController {
   QString quickSavePath(QuikSaveImageType type) const override {
     return mStillChoices.QuickSavePath(mMediaPath, type);
   }
+  GrabTaken takeVideoFrame() override {
+    return mStillChoices.TakeVideoFrameForSaving(mMediaPath);
+  }
+  // A queued save is written: its picture is the last grab.
+  void grabSaved(QString const&) override { grabbedFrameUpdated(); }
   bool validateMenuItemGrab(QAction* item);
   // Shows the last grab in the controller window.
   void grabbedFrameUpdated();

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 #include <vector>
 
 #include "CoreMachDebugLog.h"
@@ -84,6 +85,36 @@ QAction* ItemWithAction(QMenu* menu, char const* action) {
   }
   return nullptr;
 }
+
+// A bitmap drawn straight over a still's own pixels. Their memory goes back to a few kept
+// for the next stills: fresh pages cost more to fault in than a still costs to make.
+struct StillBitmap : NSBitmapImageRep {
+  StillBitmap() {
+    Kept& kept = TheKept();
+    std::lock_guard<std::mutex> g(kept.mutex);
+    if (!kept.pixels.empty()) {
+      still.pixels = std::move(kept.pixels.back());
+      kept.pixels.pop_back();
+    }
+  }
+  ~StillBitmap() override {
+    Kept& kept = TheKept();
+    std::lock_guard<std::mutex> g(kept.mutex);
+    if (kept.pixels.size() < 4) kept.pixels.push_back(std::move(still.pixels));
+  }
+  DVDStillPicture still;
+
+ private:
+  struct Kept {
+    std::mutex mutex;
+    std::vector<std::vector<UInt8>> pixels;
+  };
+  // Never destroyed: a bitmap may outlive the statics.
+  static Kept& TheKept() {
+    static Kept* const kept = new Kept;
+    return *kept;
+  }
+};
 
 }  // namespace
 
@@ -183,21 +214,27 @@ QString GrabStillChoices::QuickSavePath(QString const& mediaPath, QuikSaveImageT
   DVDPresentedFrameInfo info{};
   UInt32 size = 0;
   if (!CoreVerify(DVDCopyPresentedFrame(&info, nullptr, &size) == noErr)) return QString();
+  return DiscTimePath(NSBitmapImageRep::quickSaveFolderUnixPath(), mediaPath, info.title,
+                      info.chapter, info.frameInTitle, info.elapsedMs, info.height, type);
+}
+
+QString GrabStillChoices::DiscTimePath(QString const& folder, QString const& mediaPath,
+                                       UInt32 title, UInt32 chapter, UInt32 frameInTitle,
+                                       UInt32 elapsedMs, UInt32 height, QuikSaveImageType type) {
   // The frame's own start when it is known, as the disc counts frames.
-  uint64_t ms = info.elapsedMs;
-  if (info.frameInTitle != kDVDNoFrame) {
-    ms = info.height == 576 ? uint64_t(info.frameInTitle) * 40
-                            : uint64_t(info.frameInTitle) * 1001 / 30;
+  uint64_t ms = elapsedMs;
+  if (frameInTitle != kDVDNoFrame) {
+    ms = height == 576 ? uint64_t(frameInTitle) * 40 : uint64_t(frameInTitle) * 1001 / 30;
   }
   char place[64];
-  std::snprintf(place, sizeof place, " T%u C%u %02u-%02u-%02u.%03u", unsigned(info.title),
-                unsigned(info.chapter), unsigned(ms / 3600000), unsigned(ms / 60000 % 60),
+  std::snprintf(place, sizeof place, " T%u C%u %02u-%02u-%02u.%03u", unsigned(title),
+                unsigned(chapter), unsigned(ms / 3600000), unsigned(ms / 60000 % 60),
                 unsigned(ms / 1000 % 60), unsigned(ms % 1000));
   QString const extension = type == QuikSaveImageType_PNG    ? QStringLiteral(".png")
                             : type == QuikSaveImageType_TIFF ? QStringLiteral(".tiff")
                                                              : QStringLiteral(".jpg");
-  QString const stem = NSBitmapImageRep::quickSaveFolderUnixPath() + QLatin1Char('/') +
-                       DiscName(mediaPath) + QString::fromLatin1(place);
+  QString const stem =
+      folder + QLatin1Char('/') + DiscName(mediaPath) + QString::fromLatin1(place);
   QString path = stem + extension;
   for (int n = 2; QFileInfo::exists(path); ++n) path = stem + QStringLiteral(" %1").arg(n) + extension;
   return path;
@@ -211,30 +248,54 @@ void GrabStillChoices::ToggleCropBorders(QObject* sender) {
   mCropBorders = CheckMark(sender, mCropBorders);
 }
 
-std::shared_ptr<NSBitmapImageRep> GrabStillChoices::TakeVideoFrame() const {
-  DVDStillRequest request;
-  if (!CoreVerify(DVDTakeStill(mIncludeSubtitles, &request) == noErr)) return nullptr;
-  request.shape = mShape;
-  request.cropBorders = mCropBorders;
+bool GrabStillChoices::Take(DVDStillRequest* request) const {
+  if (!CoreVerify(DVDTakeStill(mIncludeSubtitles, request) == noErr)) return false;
+  request->shape = mShape;
+  request->cropBorders = mCropBorders;
   switch (mDeinterlace) {
-    case kAuto: request.deinterlace = kDVDStillDeinterlaceAuto; break;
-    case kAdaptive: request.deinterlace = kDVDStillDeinterlaceAdaptive; break;
+    case kAuto: request->deinterlace = kDVDStillDeinterlaceAuto; break;
+    case kAdaptive: request->deinterlace = kDVDStillDeinterlaceAdaptive; break;
     case kBlend:
-      request.deinterlace = kDVDStillDeinterlaceOff;
-      request.fieldFilter = BlendFields;
+      request->deinterlace = kDVDStillDeinterlaceOff;
+      request->fieldFilter = BlendFields;
       break;
-    case kOff: request.deinterlace = kDVDStillDeinterlaceOff; break;
+    case kOff: request->deinterlace = kDVDStillDeinterlaceOff; break;
   }
   // R, G, B and a fourth byte, as every grabbed picture.
-  request.pixelOrder = kDVDStillPixelsRGBX;
-  DVDStillPicture still;
-  if (!CoreVerify(DVDMakeStill(request, &still) == noErr)) return nullptr;
-  auto bitmap = std::make_shared<NSBitmapImageRep>();
-  if (!CoreVerify(bitmap->Construct(nullptr, long(still.width), long(still.height), 8, 3, false,
-                                    long(still.rowBytes), 32)) ||
-      !CoreVerify(bitmap->bytesPerRow() == long(still.rowBytes))) {
+  request->pixelOrder = kDVDStillPixelsRGBX;
+  return true;
+}
+
+std::shared_ptr<NSBitmapImageRep> GrabStillChoices::Make(DVDStillRequest const& request) {
+  auto bitmap = std::make_shared<StillBitmap>();
+  DVDStillPicture& still = bitmap->still;
+  if (!CoreVerify(DVDMakeStill(request, &still) == noErr) ||
+      !CoreVerify(bitmap->Construct(still.pixels.data(), long(still.width), long(still.height), 8,
+                                    3, false, long(still.rowBytes), 32))) {
     return nullptr;
   }
-  std::memcpy(bitmap->bitmapData(), still.pixels.data(), still.pixels.size());
   return bitmap;
+}
+
+std::shared_ptr<NSBitmapImageRep> GrabStillChoices::TakeVideoFrame() const {
+  DVDStillRequest request;
+  return Take(&request) ? Make(request) : nullptr;
+}
+
+GrabTaken GrabStillChoices::TakeVideoFrameForSaving(QString const& mediaPath) const {
+  auto request = std::make_shared<DVDStillRequest>();
+  if (!Take(request.get())) return {};
+  GrabTaken taken;
+  taken.make = [request] { return Make(*request); };
+  if (mDiscTimeNames) {
+    // Named after the picture taken, in the folder chosen now; free names are looked for as
+    // it is written, after the saves before it.
+    DVDDecodedFrameInfo const& i = request->info;
+    taken.quickSavePath = [folder = NSBitmapImageRep::quickSaveFolderUnixPath(), mediaPath,
+                           i](QuikSaveImageType type) {
+      return DiscTimePath(folder, mediaPath, i.title, i.chapter, i.frameInTitle, i.elapsedMs,
+                          i.height, type);
+    };
+  }
+  return taken;
 }

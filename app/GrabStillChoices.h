@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "DVDStill.h"
+#include "GrabWindowController.h"
 #include "NSBitmapImageRep.h"
 #include "NSUISelectorGroup.h"
 
@@ -49,6 +50,9 @@ class GrabStillChoices {
   bool GrabsVideoFrames() const { return mVideoFrame; }
   // The decoded picture on screen now, made as chosen; null when there is none.
   std::shared_ptr<NSBitmapImageRep> TakeVideoFrame() const;
+  // The same taken now and made later, on any thread; with the quick-save name of that
+  // picture (see QuickSavePath). A null maker when there is no picture.
+  GrabTaken TakeVideoFrameForSaving(QString const& mediaPath) const;
 
   // With disc-and-time names: the quick-save file for the picture on screen now,
   // "<disc> T<title> C<chapter> <hh-mm-ss.mmm>.<ext>" in the quick-save folder, with " 2",
@@ -66,6 +70,14 @@ class GrabStillChoices {
   bool mCropBorders = false;
 
  private:
+  // The picture on screen now as a request made as chosen; false when there is none.
+  bool Take(DVDStillRequest* request) const;
+  static std::shared_ptr<NSBitmapImageRep> Make(DVDStillRequest const& request);
+  // "<folder>/<disc> T<title> C<chapter> <hh-mm-ss.mmm>[ n].<ext>", the first that is free.
+  static QString DiscTimePath(QString const& folder, QString const& mediaPath, UInt32 title,
+                              UInt32 chapter, UInt32 frameInTitle, UInt32 elapsedMs,
+                              UInt32 height, QuikSaveImageType type);
+
   // Each selector group's submenu.
   std::array<std::pair<QMenu*, tagNSUISelectorGroup const*>, 5> Groups() const;
 

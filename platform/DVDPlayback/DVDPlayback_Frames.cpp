@@ -166,17 +166,16 @@ OSStatus DVDCopyPresentedOverlay(DVDPresentedFrameInfo* outInfo, void* outPixels
 
 OSStatus DVDTakeStill(bool withOverlay, DVDStillRequest* outRequest) {
   if (!outRequest) return kDVDErrorInvalidArgument;
-  // One picture for everything taken: the one on screen now.
+  // One picture for everything taken: the one on screen now, held, not copied.
   auto const picture = dvd::DVDPresenter::LatestPicture();
   if (!picture) return kDVDErrorNotAllowedNow;
   UInt32 const both = kDVDDecodedBefore | kDVDDecodedAfter;
   UInt32 size = 0;
-  OSStatus status = dvd::CopyDecoded(*picture, both, &outRequest->info, nullptr, &size);
+  OSStatus const status = dvd::CopyDecoded(*picture, both, &outRequest->info, nullptr, &size);
   if (status != noErr) return status;
-  outRequest->planes.resize(size);
-  status = dvd::CopyDecoded(*picture, both, &outRequest->info, outRequest->planes.data(), &size);
-  if (status != noErr) return status;
+  outRequest->planes.clear();
   outRequest->overlay.clear();
-  if (withOverlay) outRequest->overlay = picture->Overlay();
+  outRequest->taken = picture;
+  outRequest->takenWithOverlay = withOverlay;
   return noErr;
 }

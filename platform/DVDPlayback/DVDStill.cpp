@@ -1,5 +1,7 @@
 #include "DVDStill.h"
 
+#include "DVDPicture.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -18,6 +20,10 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#if TAVELO_X86_VECTOR
+#include <immintrin.h>
+#endif
+
 namespace {
 
 // A black border's luma may sit a little above black level (noise, ringing); its chroma is
@@ -33,20 +39,91 @@ struct GraphFree {
   void operator()(AVFilterGraph* g) const { avfilter_graph_free(&g); }
 };
 
-// A planar 4:2:0 picture in the request's pixels (no copy).
-Frame PictureAt(DVDDecodedFrameInfo const& info, UInt8 const* planes, int64_t pts) {
-  Frame f(av_frame_alloc());
-  if (!f) return f;
+// One planar 4:2:0 picture's planes: in a request's pixels or in a decoded picture held.
+struct Planes {
+  UInt8 const* data[3] = {};
+  int linesize[3] = {};
+};
+
+// The pictures a still is made from, wherever their pixels are.
+struct Source {
+  Planes before;
+  Planes picture;
+  Planes after;
+  std::vector<UInt8> const* overlay = nullptr;  // null or empty: nothing drawn over it
+};
+
+Planes PackedPlanes(DVDDecodedFrameInfo const& info, UInt8 const* p) {
   int const w = info.width;
   int const h = info.height;
+  Planes planes;
+  planes.data[0] = p;
+  planes.data[1] = p + size_t(w) * size_t(h);
+  planes.data[2] = planes.data[1] + size_t(w / 2) * size_t(h / 2);
+  planes.linesize[0] = w;
+  planes.linesize[1] = planes.linesize[2] = w / 2;
+  return planes;
+}
+
+Planes FramePlanes(AVFrame const* f) {
+  Planes planes;
+  for (int i = 0; i < 3; ++i) {
+    planes.data[i] = f->data[i];
+    planes.linesize[i] = f->linesize[i];
+  }
+  return planes;
+}
+
+// What the request holds, checked against its information; false when they disagree.
+bool SourceOf(DVDStillRequest const& r, Source* source) {
+  DVDDecodedFrameInfo const& info = r.info;
+  bool const hasBefore = info.neighbours & kDVDDecodedBefore;
+  bool const hasAfter = info.neighbours & kDVDDecodedAfter;
+  if (r.taken) {
+    auto const* const picture = static_cast<dvd::DVDPicture const*>(r.taken.get());
+    auto const fits = [&](AVFrame const* f) {
+      return f && f->width == info.width && f->height == info.height && f->data[0] &&
+             f->data[1] && f->data[2];
+    };
+    if (!fits(picture->decoded.get()) || (hasBefore && !fits(picture->before.get())) ||
+        (hasAfter && !fits(picture->after.get()))) {
+      return false;
+    }
+    source->picture = FramePlanes(picture->decoded.get());
+    if (hasBefore) source->before = FramePlanes(picture->before.get());
+    if (hasAfter) source->after = FramePlanes(picture->after.get());
+    if (r.takenWithOverlay) source->overlay = &picture->Overlay();
+    size_t const pixels = size_t(info.width) * info.height;
+    return !source->overlay || source->overlay->empty() || source->overlay->size() == pixels * 4;
+  }
+  size_t const pictures = 1 + (hasBefore ? 1 : 0) + (hasAfter ? 1 : 0);
+  size_t const pixels = size_t(info.width) * info.height;
+  if (r.planes.size() != pictures * info.pictureBytes ||
+      (!r.overlay.empty() && r.overlay.size() != pixels * 4)) {
+    return false;
+  }
+  UInt8 const* p = r.planes.data();
+  if (hasBefore) {
+    source->before = PackedPlanes(info, p);
+    p += info.pictureBytes;
+  }
+  source->picture = PackedPlanes(info, p);
+  if (hasAfter) source->after = PackedPlanes(info, p + info.pictureBytes);
+  source->overlay = &r.overlay;
+  return true;
+}
+
+// A planar 4:2:0 picture over planes (no copy).
+Frame PictureAt(DVDDecodedFrameInfo const& info, Planes const& planes, int64_t pts) {
+  Frame f(av_frame_alloc());
+  if (!f) return f;
   f->format = AV_PIX_FMT_YUV420P;
-  f->width = w;
-  f->height = h;
-  f->data[0] = const_cast<UInt8*>(planes);
-  f->data[1] = f->data[0] + size_t(w) * size_t(h);
-  f->data[2] = f->data[1] + size_t(w / 2) * size_t(h / 2);
-  f->linesize[0] = w;
-  f->linesize[1] = f->linesize[2] = w / 2;
+  f->width = info.width;
+  f->height = info.height;
+  for (int i = 0; i < 3; ++i) {
+    f->data[i] = const_cast<UInt8*>(planes.data[i]);
+    f->linesize[i] = planes.linesize[i];
+  }
   f->pts = pts;
   f->interlaced_frame = !info.progressive;
   f->top_field_first = info.topFieldFirst;
@@ -57,8 +134,7 @@ Frame PictureAt(DVDDecodedFrameInfo const& info, UInt8 const* planes, int64_t pt
 constexpr AVRational kTimeBase{1, 25};
 
 // The picture (pts 1) deinterlaced by bwdif with the neighbours at hand; null on failure.
-Frame Bwdif(DVDStillRequest const& r) {
-  DVDDecodedFrameInfo const& info = r.info;
+Frame Bwdif(DVDDecodedFrameInfo const& info, Source const& pictures) {
   std::unique_ptr<AVFilterGraph, GraphFree> graph(avfilter_graph_alloc());
   if (!graph) return nullptr;
   char source[160];
@@ -81,20 +157,15 @@ Frame Bwdif(DVDStillRequest const& r) {
       avfilter_graph_config(graph.get(), nullptr) < 0) {
     return nullptr;
   }
-  size_t const one = info.pictureBytes;
-  UInt8 const* p = r.planes.data();
-  auto const feed = [&](UInt8 const* planes, int64_t pts) {
+  auto const feed = [&](Planes const& planes, int64_t pts) {
     Frame f = PictureAt(info, planes, pts);
     // Not reference counted: the source copies it.
     return f && av_buffersrc_write_frame(in, f.get()) >= 0;
   };
   bool fed = true;
-  if (info.neighbours & kDVDDecodedBefore) {
-    fed = feed(p, 0);
-    p += one;
-  }
-  fed = fed && feed(p, 1);
-  if (fed && (info.neighbours & kDVDDecodedAfter)) fed = feed(p + one, 2);
+  if (info.neighbours & kDVDDecodedBefore) fed = feed(pictures.before, 0);
+  fed = fed && feed(pictures.picture, 1);
+  if (fed && (info.neighbours & kDVDDecodedAfter)) fed = feed(pictures.after, 2);
   if (!fed || av_buffersrc_add_frame(in, nullptr) < 0) return nullptr;
   for (;;) {
     Frame f(av_frame_alloc());
@@ -130,6 +201,95 @@ void LumaWeights(DVDColorMatrix matrix, double& kr, double& kb) {
   }
 }
 
+// The conversion in fixed point with 16 fraction bits; TV range: Y' 16-235, Cb Cr 16-240
+// around 128.
+struct Matrix {
+  int32_t y0, cy, crR, cbB, cbG, crG;
+};
+
+Matrix MatrixOf(DVDDecodedFrameInfo const& info) {
+  double kr = 0;
+  double kb = 0;
+  LumaWeights(info.matrix, kr, kb);
+  double const kg = 1 - kr - kb;
+  double const ys = info.fullRange ? 1.0 : 255.0 / 219.0;
+  double const cs = info.fullRange ? 1.0 : 255.0 / 224.0;
+  auto const fixed = [](double v) { return int32_t(std::lround(v * 65536.0)); };
+  return Matrix{info.fullRange ? 0 : 16,
+                fixed(ys),
+                fixed(cs * 2 * (1 - kr)),
+                fixed(cs * 2 * (1 - kb)),
+                fixed(cs * 2 * (1 - kb) * kb / kg),
+                fixed(cs * 2 * (1 - kr) * kr / kg)};
+}
+
+// Pixels from..to of a row of Y'CbCr 4:4:4, each rounded to nearest.
+void ConvertRow(Matrix const& m, UInt8 const* ys, UInt8 const* cbs, UInt8 const* crs, int from,
+                int to, bool rgbx, UInt8* row) {
+  int const kR = rgbx ? 0 : 1;  // where red goes
+  for (int x = from; x < to; ++x) {
+    int32_t const l = (ys[x] - m.y0) * m.cy + 32768;
+    int32_t const b = cbs[x] - 128;
+    int32_t const r = crs[x] - 128;
+    UInt8* const px = row + x * 4;
+    px[rgbx ? 3 : 0] = 255;
+    px[kR] = UInt8(std::clamp((l + r * m.crR) >> 16, 0, 255));
+    px[kR + 1] = UInt8(std::clamp((l - b * m.cbG - r * m.crG) >> 16, 0, 255));
+    px[kR + 2] = UInt8(std::clamp((l + b * m.cbB) >> 16, 0, 255));
+  }
+}
+
+#if TAVELO_X86_VECTOR
+bool HasAVX2() {
+  __builtin_cpu_init();
+  return __builtin_cpu_supports("avx2");
+}
+
+__attribute__((target("avx2"))) inline __m256i Load8(UInt8 const* p) {
+  return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(p)));
+}
+
+// v >> 16, kept within 0-255.
+__attribute__((target("avx2"))) inline __m256i Channel(__m256i v) {
+  return _mm256_min_epi32(_mm256_max_epi32(_mm256_srai_epi32(v, 16), _mm256_setzero_si256()),
+                          _mm256_set1_epi32(255));
+}
+
+// The same sums eight pixels at a time; answers how many pixels it did (a multiple of 8).
+__attribute__((target("avx2"))) int ConvertRowAVX2(Matrix const& m, UInt8 const* ys,
+                                                   UInt8 const* cbs, UInt8 const* crs, int n,
+                                                   bool rgbx, UInt8* row) {
+  __m256i const y0 = _mm256_set1_epi32(m.y0);
+  __m256i const cy = _mm256_set1_epi32(m.cy);
+  __m256i const half = _mm256_set1_epi32(32768);
+  __m256i const c128 = _mm256_set1_epi32(128);
+  __m256i const crR = _mm256_set1_epi32(m.crR);
+  __m256i const cbB = _mm256_set1_epi32(m.cbB);
+  __m256i const cbG = _mm256_set1_epi32(m.cbG);
+  __m256i const crG = _mm256_set1_epi32(m.crG);
+  // Little-endian words: R G B X is R | G << 8 | B << 16 | X << 24; A R G B one byte on.
+  __m256i const opaque = _mm256_set1_epi32(rgbx ? int32_t(0xff000000u) : 0xff);
+  int x = 0;
+  for (; x + 8 <= n; x += 8) {
+    __m256i const l =
+        _mm256_add_epi32(_mm256_mullo_epi32(_mm256_sub_epi32(Load8(ys + x), y0), cy), half);
+    __m256i const b = _mm256_sub_epi32(Load8(cbs + x), c128);
+    __m256i const r = _mm256_sub_epi32(Load8(crs + x), c128);
+    __m256i const red = Channel(_mm256_add_epi32(l, _mm256_mullo_epi32(r, crR)));
+    __m256i const green = Channel(_mm256_sub_epi32(
+        _mm256_sub_epi32(l, _mm256_mullo_epi32(b, cbG)), _mm256_mullo_epi32(r, crG)));
+    __m256i const blue = Channel(_mm256_add_epi32(l, _mm256_mullo_epi32(b, cbB)));
+    __m256i const rgb = _mm256_or_si256(
+        red, _mm256_or_si256(_mm256_slli_epi32(green, 8), _mm256_slli_epi32(blue, 16)));
+    __m256i const word = _mm256_or_si256(rgbx ? rgb : _mm256_slli_epi32(rgb, 8), opaque);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(row + x * 4), word);
+  }
+  return x;
+}
+#else
+bool HasAVX2() { return false; }
+#endif
+
 // Y'CbCr (the part of f from left, top, width x height) to ARGB or RGBX at outW x height,
 // once:
 // scaled as Y'CbCr 4:4:4 (Lanczos across, the chroma brought to every pixel), then each
@@ -152,44 +312,18 @@ bool ToRGB(AVFrame const* f, DVDDecodedFrameInfo const& info, int left, int top,
   int const dstStride[4] = {outW, outW, outW, 0};
   if (sws_scale(scaler, src, f->linesize, 0, height, dst, dstStride) != height) return false;
 
-  // Fixed point with 16 fraction bits; TV range: Y' 16-235, Cb Cr 16-240 around 128.
-  double kr = 0;
-  double kb = 0;
-  LumaWeights(info.matrix, kr, kb);
-  double const kg = 1 - kr - kb;
-  double const ys = info.fullRange ? 1.0 : 255.0 / 219.0;
-  double const cs = info.fullRange ? 1.0 : 255.0 / 224.0;
-  int const y0 = info.fullRange ? 0 : 16;
-  auto const fixed = [](double v) { return int32_t(std::lround(v * 65536.0)); };
-  int32_t const cy = fixed(ys);
-  int32_t const crR = fixed(cs * 2 * (1 - kr));
-  int32_t const cbB = fixed(cs * 2 * (1 - kb));
-  int32_t const cbG = fixed(cs * 2 * (1 - kb) * kb / kg);
-  int32_t const crG = fixed(cs * 2 * (1 - kr) * kr / kg);
-  auto const convert = [&](auto order) {
-    constexpr bool kRGBX = decltype(order)::value;
-    constexpr int kR = kRGBX ? 0 : 1;  // where red goes
-    for (int y = 0; y < height; ++y) {
-      UInt8 const* const ys8 = planes.data() + size_t(y) * size_t(outW);
-      UInt8 const* const cb8 = ys8 + plane;
-      UInt8 const* const cr8 = ys8 + 2 * plane;
-      UInt8* const row = out + size_t(y) * size_t(rowBytes);
-      for (int x = 0; x < outW; ++x) {
-        int32_t const l = (ys8[x] - y0) * cy + 32768;
-        int32_t const b = cb8[x] - 128;
-        int32_t const r = cr8[x] - 128;
-        UInt8* const px = row + x * 4;
-        px[kRGBX ? 3 : 0] = 255;
-        px[kR] = UInt8(std::clamp((l + r * crR) >> 16, 0, 255));
-        px[kR + 1] = UInt8(std::clamp((l - b * cbG - r * crG) >> 16, 0, 255));
-        px[kR + 2] = UInt8(std::clamp((l + b * cbB) >> 16, 0, 255));
-      }
-    }
-  };
-  if (rgbx) {
-    convert(std::true_type{});
-  } else {
-    convert(std::false_type{});
+  Matrix const m = MatrixOf(info);
+  bool const avx2 = HasAVX2();
+  for (int y = 0; y < height; ++y) {
+    UInt8 const* const ys8 = planes.data() + size_t(y) * size_t(outW);
+    UInt8* const row = out + size_t(y) * size_t(rowBytes);
+    int done = 0;
+#if TAVELO_X86_VECTOR
+    if (avx2) done = ConvertRowAVX2(m, ys8, ys8 + plane, ys8 + 2 * plane, outW, rgbx, row);
+#else
+    (void)avx2;
+#endif
+    ConvertRow(m, ys8, ys8 + plane, ys8 + 2 * plane, done, outW, rgbx, row);
   }
   return true;
 }
@@ -210,16 +344,19 @@ void DrawOver(std::vector<UInt8> const& rgba, UInt8* argb, int width, int height
 struct Region {
   int left, top, right, bottom;
 };
-Region Borders(DVDDecodedFrameInfo const& info, UInt8 const* y) {
+Region Borders(DVDDecodedFrameInfo const& info, Planes const& planes) {
   int const w = info.width;
   int const h = info.height;
-  UInt8 const* const cb = y + size_t(w) * size_t(h);
-  UInt8 const* const cr = cb + size_t(w / 2) * size_t(h / 2);
+  UInt8 const* const y = planes.data[0];
+  UInt8 const* const cb = planes.data[1];
+  UInt8 const* const cr = planes.data[2];
   int const blackLevel = info.fullRange ? 0 : 16;
   auto const black = [&](int x, int yy) {
-    size_t const c = size_t(yy / 2) * size_t(w / 2) + size_t(x / 2);
-    return y[size_t(yy) * size_t(w) + size_t(x)] <= blackLevel + kAboveBlack &&
-           std::abs(cb[c] - 128) <= kNeutralChroma && std::abs(cr[c] - 128) <= kNeutralChroma;
+    size_t const c = size_t(yy / 2) * size_t(planes.linesize[1]) + size_t(x / 2);
+    size_t const l = size_t(yy) * size_t(planes.linesize[0]) + size_t(x);
+    return y[l] <= blackLevel + kAboveBlack &&
+           std::abs(cb[c] - 128) <= kNeutralChroma &&
+           std::abs(cr[c] - 128) <= kNeutralChroma;
   };
   auto const rowBlack = [&](int yy) {
     for (int x = 0; x < w; ++x) {
@@ -262,29 +399,24 @@ OSStatus DVDMakeStill(DVDStillRequest const& r, DVDStillPicture* out) {
       info.pictureBytes != UInt32(info.width) * info.height * 3 / 2) {
     return kDVDErrorInvalidArgument;
   }
-  size_t const pictures = 1 + (info.neighbours & kDVDDecodedBefore ? 1 : 0) +
-                          (info.neighbours & kDVDDecodedAfter ? 1 : 0);
+  Source source;
+  if (!SourceOf(r, &source)) return kDVDErrorInvalidArgument;
   size_t const pixels = size_t(info.width) * info.height;
-  if (r.planes.size() != pictures * info.pictureBytes ||
-      (!r.overlay.empty() && r.overlay.size() != pixels * 4)) {
-    return kDVDErrorInvalidArgument;
-  }
-  UInt8 const* const planes =
-      r.planes.data() + (info.neighbours & kDVDDecodedBefore ? info.pictureBytes : 0);
+  std::vector<UInt8> const& overlay = source.overlay ? *source.overlay : r.overlay;
 
   // 1. Deinterlaced as Y'CbCr, with the fields' motion from the neighbours.
   bool const deinterlace = r.deinterlace == kDVDStillDeinterlaceAdaptive ||
                            (r.deinterlace == kDVDStillDeinterlaceAuto && !info.progressive);
-  Frame picture = deinterlace ? Bwdif(r) : nullptr;
+  Frame picture = deinterlace ? Bwdif(info, source) : nullptr;
   bool const deinterlaced = picture != nullptr;
-  if (!picture) picture = PictureAt(info, planes, 1);
+  if (!picture) picture = PictureAt(info, source.picture, 1);
   if (!picture) return kDVDErrorInvalidArgument;
 
   // 2. The part shown: the aperture's columns, inside the borders.
   int const w = info.width;
   int const h = info.height;
   int const cut = r.shape == kDVDStillShapeSquarePixelsITU ? (w * 8 / 720 + 1) & ~1 : 0;
-  Region shown = r.cropBorders ? Borders(info, planes) : Region{0, 0, w, h};
+  Region shown = r.cropBorders ? Borders(info, source.picture) : Region{0, 0, w, h};
   shown.left = std::max(shown.left, cut);
   shown.right = std::min(shown.right, w - cut);
   if (shown.right <= shown.left) shown = Region{cut, 0, w - cut, h};
@@ -311,7 +443,7 @@ OSStatus DVDMakeStill(DVDStillRequest const& r, DVDStillPicture* out) {
 
   // 4. RGB once. With nothing to do at the stored size, converted and scaled in one pass;
   // otherwise converted whole, filtered, drawn over, then cut and scaled.
-  if (!r.fieldFilter && r.overlay.empty()) {
+  if (!r.fieldFilter && overlay.empty()) {
     return ToRGB(picture.get(), info, shown.left, shown.top, shownW, shownH, outW, rgbx,
                  out->pixels.data(), int(out->rowBytes))
                ? noErr
@@ -323,7 +455,7 @@ OSStatus DVDMakeStill(DVDStillRequest const& r, DVDStillPicture* out) {
   }
   if (r.fieldFilter) r.fieldFilter(stored.data(), UInt32(w), UInt32(h), UInt32(w) * 4,
                                    r.fieldFilterRefCon);
-  if (!r.overlay.empty()) DrawOver(r.overlay, stored.data(), w, h);
+  if (!overlay.empty()) DrawOver(overlay, stored.data(), w, h);
   UInt8 const* const from = stored.data() + (size_t(shown.top) * w + shown.left) * 4;
   if (outW == shownW && !rgbx) {
     for (int y = 0; y < shownH; ++y) {

@@ -7,6 +7,7 @@
 
 #include "DVDPlayback.h"
 
+#include <memory>
 #include <vector>
 
 using DVDStillShape = UInt32;
@@ -33,11 +34,15 @@ using DVDStillFieldFilter = void (*)(UInt8* argb, UInt32 width, UInt32 height, U
                                      void* refCon);
 
 // A picture as taken: DVDCopyDecodedFrame's answer with the neighbours at hand and, when
-// asked, DVDCopyPresentedOverlay's layer; and how to make the still.
+// asked, DVDCopyPresentedOverlay's layer; and how to make the still. DVDTakeStill holds the
+// decoded pictures themselves instead of copying them (they never change once decoded):
+// then planes and overlay stay empty and the pixels are read from what is held.
 struct DVDStillRequest {
   DVDDecodedFrameInfo info{};
   std::vector<UInt8> planes;   // before, picture, after: those info.neighbours names
   std::vector<UInt8> overlay;  // RGBA at the stored size; empty: nothing drawn over it
+  std::shared_ptr<void const> taken;
+  bool takenWithOverlay = false;
   DVDStillShape shape = kDVDStillShapeSquarePixels;
   DVDStillDeinterlace deinterlace = kDVDStillDeinterlaceAuto;
   bool cropBorders = false;

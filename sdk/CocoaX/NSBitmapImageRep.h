@@ -91,6 +91,20 @@ class NSBitmapImageRep : public NSImageRep {
   bool saveToNextNumberedFileName(char const* inNameFormatString, QuikSaveImageType type) const;
   bool saveToNextNumberedFileName(char const* inNameFormatString) const;
 
+  // The quick-save settings at one moment: a save finished later, on another thread, is
+  // written as they were when it was asked for.
+  struct QuickSaveSettings {
+    QString folder;
+    UInt32 creator = 0;
+    float jpegCompressionFactor = 0.75f;
+  };
+  static QuickSaveSettings quickSaveSettings();
+  bool saveToPictureFileName(QString const& inFilePathName, QuikSaveImageType type,
+                             QuickSaveSettings const& settings) const;
+  // The path written, or an empty string when nothing was.
+  QString saveToNextNumberedFileName(char const* inNameFormatString, QuikSaveImageType type,
+                                     QuickSaveSettings const& settings) const;
+
   static void setQuikCreatorPreviewApp();
   static void setQuikCreatorQuickTimeApp();
   static void setQuikCreatorPhotoshopApp();
@@ -157,6 +171,7 @@ class NSBitmapImageRep : public NSImageRep {
 
 // Stamps the file with the classic type of the picture type and the default creator.
 bool SetFileTypeCreatorCode(char const* in_pathname, QuikSaveImageType type);
+bool SetFileTypeCreatorCode(char const* in_pathname, QuikSaveImageType type, UInt32 creator);
 
 bool import_NSBitmapImageRep_QuickSaveFile();
 bool import_NSBitmapImageRep_OpenGLCategory();

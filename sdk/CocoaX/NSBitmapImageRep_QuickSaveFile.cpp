@@ -76,10 +76,13 @@ bool NSBitmapImageRep::setGrabFolderSubDirectory(QString const&) { return false;
 // Stamping
 
 bool SetFileTypeCreatorCode(char const* in_pathname, QuikSaveImageType type) {
+  return SetFileTypeCreatorCode(in_pathname, type, sDefaultCreator);
+}
+
+bool SetFileTypeCreatorCode(char const* in_pathname, QuikSaveImageType type, UInt32 creator) {
   OSType const filetype = type == QuikSaveImageType_PNG    ? FOUR_CHAR_CODE("PNGf")
                           : type == QuikSaveImageType_TIFF ? FOUR_CHAR_CODE("TIFF")
                                                            : FOUR_CHAR_CODE("JPEG");
-  OSType const creator = sDefaultCreator;
   FSRef fileRef{};
   if (!CoreVerify(bool_FSRef_ConstructFromPath(fileRef, in_pathname))) return false;
   bool result;
@@ -188,4 +191,46 @@ bool NSBitmapImageRep::saveToNextNumberedFileName(char const* inNameFormatString
   CocoaXVerifyText(result = saveToNextNumberedFileName(inNameFormatString, imageType),
                   "[self saveToNextNumberedFileName:inNameFormatString withQuikSaveImageType:imageType ]");
   return result;
+}
+
+// ---------------------------------------------------------------------------------------
+// Saves finished away from the settings' thread
+
+NSBitmapImageRep::QuickSaveSettings NSBitmapImageRep::quickSaveSettings() {
+  return QuickSaveSettings{quickSaveFolderUnixPath(), sDefaultCreator, sJPEGCompressionFactor};
+}
+
+bool NSBitmapImageRep::saveToPictureFileName(QString const& path, QuikSaveImageType type,
+                                             QuickSaveSettings const& settings) const {
+  QByteArray data;
+  if (type == QuikSaveImageType_PNG) {
+    data = representationUsingType(NSPNGFileType, QVariantMap{{NSImageInterlaced, false}});
+  } else if (type == QuikSaveImageType_TIFF) {
+    data = TIFFRepresentation();
+  } else {
+    data = representationUsingType(
+        NSJPEGFileType, QVariantMap{{NSImageCompressionFactor, settings.jpegCompressionFactor}});
+  }
+  if (!CoreVerify(!data.isNull()) || !CoreVerify(NSData_writeToFile(data, path, true))) return false;
+  bool result;
+  CoreVerify(result = SetFileTypeCreatorCode(QFile::encodeName(path).constData(), type,
+                                             settings.creator));
+  return result;
+}
+
+QString NSBitmapImageRep::saveToNextNumberedFileName(char const* inNameFormatString,
+                                                     QuikSaveImageType type,
+                                                     QuickSaveSettings const& settings) const {
+  CoreNumberedFilename folder;
+  QByteArray const folderPath = settings.folder.toUtf8();
+  if (!CoreVerify(!folderPath.isEmpty() && folder.Construct(folderPath.constData()))) return {};
+  char const* const extension = type == QuikSaveImageType_PNG    ? "png"
+                                : type == QuikSaveImageType_TIFF ? "tiff"
+                                                                 : "jpg";
+  char path[1024];
+  if (!CoreVerify(folder.FindFirstAvailableNamedPath(path, inNameFormatString, extension))) {
+    return {};
+  }
+  QString const written = QString::fromUtf8(path);
+  return saveToPictureFileName(written, type, settings) ? written : QString();
 }

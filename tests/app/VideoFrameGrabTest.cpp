@@ -2,6 +2,7 @@
 // shape, with the choices kept in the user defaults; frame stepping from the menu and keys.
 #include <QAction>
 #include <QDir>
+#include <QFileInfo>
 #include <QImage>
 #include <QKeySequence>
 #include <QSettings>
@@ -19,6 +20,7 @@
 #include "GrabDVDController.h"
 #include "MainMenuNib.h"
 #include "NSBitmapImageRep.h"
+#include "TestLog.h"
 
 namespace {
 
@@ -64,6 +66,17 @@ class VideoFrameGrabTest : public testing::Test {
     if (!c->hasGrabbedImage()) return QSize();
     return QSize(int(c->grabbedBitmapImageRep()->pixelsWide()),
                  int(c->grabbedBitmapImageRep()->pixelsHigh()));
+  }
+
+  // Saves of video frames are written on the save queue; then the controller hears of them.
+  void WaitForSaves() {
+    mNib.controller()->saveQueue().WaitUntilDone();
+    tavelo_app_test::ProcessEvents();
+  }
+  // A saved picture's luma at its centre (the fake's frames differ in it).
+  static int CentreGrey(QString const& path) {
+    QImage const image(path);
+    return image.isNull() ? -1 : qGreen(image.pixel(image.width() / 2, image.height() / 2));
   }
 
   MainMenuNib mNib;
@@ -112,6 +125,7 @@ TEST_F(VideoFrameGrabTest, VideoFrameGrabsTakeTheDecodedPictureAtTheChosenShape)
   }
   // The quick save writes the decoded picture.
   c->grabCurrentFrame(nullptr);
+  WaitForSaves();
   EXPECT_EQ(Files(), QStringList{"Tavelo 0000.jpg"});
   QImage const saved(mFolder + "/Tavelo 0000.jpg");
   EXPECT_EQ(QSize(640, 480), saved.size());
@@ -209,6 +223,75 @@ TEST_F(VideoFrameGrabTest, QuickSavesCanBeNamedAfterTheDiscAndThePicturesPlace) 
   QByteArray const path = (mFolder + "/" + stem + ".jpg").toUtf8();
   ASSERT_GE(getxattr(path.constData(), "user.com.apple.FinderInfo", info, sizeof info), 8);
   EXPECT_EQ(std::string("JPEG"), std::string(info, 4));
+}
+
+TEST_F(VideoFrameGrabTest, QuickSavesOfVideoFramesAreWrittenInOrderWithThePictureOfTheirCommand) {
+  GrabDVDController* c = mNib.controller();
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  fake_dvd::S().hasFrame = true;
+  ASSERT_TRUE(Choose("selectDefault_GrabVideoFrame:"));
+  // Nothing is written until the queue gets to it; each command keeps its own picture.
+  c->saveQueue().HoldForTesting(true);
+  for (UInt32 frame = 0; frame < 30; ++frame) {
+    fake_dvd::S().frameInTitle = frame * 3;
+    c->grabCurrentFrame(nullptr);
+  }
+  EXPECT_TRUE(Files().isEmpty()) << "the commands returned before anything was written";
+  EXPECT_FALSE(c->hasGrabbedImage());
+  c->saveQueue().HoldForTesting(false);
+  WaitForSaves();
+  QStringList const files = Files();
+  ASSERT_EQ(30, files.size());
+  int const grey0 = CentreGrey(mFolder + "/Tavelo 0000.jpg");
+  for (int i = 0; i < 30; ++i) {
+    QString const name = QString::asprintf("Tavelo %04d.jpg", i);
+    ASSERT_EQ(name, files[i]);
+    // Y' 126 + 3i in TV range: 255/219 of a step in RGB each.
+    EXPECT_NEAR(grey0 + 3 * i * 255.0 / 219.0, CentreGrey(mFolder + "/" + name), 2) << i;
+  }
+  EXPECT_TRUE(c->hasGrabbedImage()) << "the last picture written is the last grab";
+}
+
+TEST_F(VideoFrameGrabTest, DiscTimeNamesOfQueuedSavesNeverCollide) {
+  GrabDVDController* c = mNib.controller();
+  QString const disc = tavelo_app_test::NewFolder("Film");
+  ASSERT_TRUE(c->openMedia(disc, false));
+  fake_dvd::S().hasFrame = true;
+  fake_dvd::S().presentedTitle = 1;
+  fake_dvd::S().presentedChapter = 1;
+  fake_dvd::S().frameInTitle = 30;  // 1.001 s in
+  ASSERT_TRUE(Choose("selectDefault_GrabVideoFrame:"));
+  ASSERT_TRUE(Choose("selectDefault_NamesDiscTime:"));
+  c->saveQueue().HoldForTesting(true);
+  for (int i = 0; i < 3; ++i) c->grabCurrentFrame(nullptr);
+  // The folder chosen at the command is where they go.
+  QString const later = tavelo_app_test::NewFolder("later");
+  ASSERT_TRUE(NSBitmapImageRep::setQuickSaveFolderUnixPath(later));
+  c->saveQueue().HoldForTesting(false);
+  WaitForSaves();
+  QString const stem = GrabStillChoices::DiscName(disc) + " T1 C1 00-00-01.001";
+  EXPECT_EQ(Files(), (QStringList{stem + " 2.jpg", stem + " 3.jpg", stem + ".jpg"}));
+  EXPECT_TRUE(QDir(later).entryList(QDir::Files).isEmpty());
+}
+
+TEST_F(VideoFrameGrabTest, AQueuedSaveWhoseFolderIsGoneIsLoggedAndWritesNothing) {
+  GrabDVDController* c = mNib.controller();
+  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  fake_dvd::S().hasFrame = true;
+  ASSERT_TRUE(Choose("selectDefault_GrabVideoFrame:"));
+  c->saveQueue().HoldForTesting(true);
+  c->grabCurrentFrame(nullptr);
+  ASSERT_TRUE(QDir(mFolder).removeRecursively());
+  tavelo_test::LogTail tail;
+  c->saveQueue().HoldForTesting(false);
+  WaitForSaves();
+  EXPECT_FALSE(QFileInfo::exists(mFolder)) << "nothing made the folder again";
+  EXPECT_FALSE(tail.Lines().empty()) << "the failed save is logged";
+  // The next save, to a folder that is there, goes on as usual.
+  ASSERT_TRUE(QDir().mkpath(mFolder));
+  c->grabCurrentFrame(nullptr);
+  WaitForSaves();
+  EXPECT_EQ(Files(), QStringList{"Tavelo 0000.jpg"});
 }
 
 TEST(GrabStillNames, TheDiscsNameComesFromWhatWasOpened) {

@@ -268,8 +268,12 @@ OSStatus DVDTakeStill(bool withOverlay, DVDStillRequest* request) {
   request->info.pictureBytes = 720 * 480 * 3 / 2;
   request->info.aspect = kDVDAspectRatio4x3;
   request->info.progressive = true;
+  request->info.title = S().presentedTitle;
+  request->info.chapter = S().presentedChapter;
+  request->info.frameInTitle = S().frameInTitle;
   request->planes.assign(request->info.pictureBytes, 128);
-  std::fill_n(request->planes.begin(), 720 * 480, UInt8(126));
+  // Grey; each frame its own shade (frame 0: Y' 126) so tests can tell which was taken.
+  std::fill_n(request->planes.begin(), 720 * 480, UInt8(126 + S().frameInTitle % 100));
   return noErr;
 }
 OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr proc, void* refCon) {
