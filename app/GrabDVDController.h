@@ -15,6 +15,7 @@
 #include "GrabWindowController.h"
 
 #include <QAbstractButton>
+#include <QDialog>
 #include <QAction>
 #include <QLabel>
 #include <QMenu>
@@ -49,6 +50,8 @@ class GrabDVDController : public GrabWindowController {
   // Beside the time while paused: the frame on screen.
   QPointer<QLabel> mFrameText;
   QPointer<DVDVideoWindow> mVideoWindow;
+  // The batch dialog shown (one at a time).
+  QPointer<QDialog> mBatchDialog;
 
   // The bookmarks of the open media, in the order they were made.
   std::vector<std::unique_ptr<DVDBookmark>> mBookmarks;
@@ -103,6 +106,8 @@ class GrabDVDController : public GrabWindowController {
   bool validateMenuItemGrab(QAction* item);
   // Shows the last grab in the controller window.
   void grabbedFrameUpdated();
+  // The batch or contact sheet dialog (a BatchGrabDialog::Mode) for the open disc.
+  void showBatchDialog(int mode);
 
   // The web address of a page on a host; empty host: the bundled offline help page.
   static QString AppWebPageAddress(QString const& page, QString const& host);
@@ -150,6 +155,9 @@ class GrabDVDController : public GrabWindowController {
 
   // Frame stepping: the picture after or before the one on screen, paused.
   void onNextFrame(QObject* sender);
+  // Grab -> Batch Grab... / Contact Sheet...: the dialog for the open disc.
+  void batchGrab(QObject* sender);
+  void contactSheet(QObject* sender);
   void onPreviousFrame(QObject* sender);
 
   // What grabs take from the video (GrabStillChoices).

@@ -8,6 +8,7 @@
 
 #include <cstdio>
 
+#include "BatchGrabDialog.h"
 #include "CoreMachDebugLog.h"
 #include "GrabThumbnailEditor.h"
 #include "NSMenuItemAction.h"
@@ -43,7 +44,10 @@ void GrabDVDController::grabbedFrameUpdated() {
 
 bool GrabDVDController::validateMenuItemGrab(QAction* item) {
   QByteArray const action = NSMenuItemAction::action(item);
-  if (action == "grabCurrentFrame:" || action == "grabCurrentFrameSaveNumberedFile:") return hasMedia();
+  if (action == "grabCurrentFrame:" || action == "grabCurrentFrameSaveNumberedFile:" ||
+      action == "batchGrab:" || action == "contactSheet:") {
+    return hasMedia();
+  }
   return GrabWindowController::validateMenuItem(item);
 }
 
@@ -74,6 +78,34 @@ std::shared_ptr<NSBitmapImageRep> GrabDVDController::grabVideoFrame() {
 }
 
 void GrabDVDController::onNextFrame(QObject*) { CoreMachDebugVerify(DVDStepFrame(1) == noErr); }
+
+void GrabDVDController::batchGrab(QObject*) { showBatchDialog(BatchGrabDialog::kFiles); }
+
+void GrabDVDController::contactSheet(QObject*) { showBatchDialog(BatchGrabDialog::kSheet); }
+
+void GrabDVDController::showBatchDialog(int mode) {
+  if (!hasMedia()) return;
+  if (mBatchDialog) {
+    // One batch at a time; a finished one's dialog gives way to the other kind.
+    auto* shown = qobject_cast<BatchGrabDialog*>(mBatchDialog.data());
+    if (shown && shown->Running()) {
+      mBatchDialog->raise();
+      mBatchDialog->activateWindow();
+      return;
+    }
+    mBatchDialog->deleteLater();
+  }
+  UInt16 title = 0;
+  if (DVDGetTitle(&title) != noErr) title = 0;
+  auto* dialog = new BatchGrabDialog(BatchGrabDialog::Mode(mode), mMediaPath, title,
+                                     NSBitmapImageRep::quickSaveFolderUnixPath(),
+                                     mVideoWindow ? mVideoWindow->window() : nullptr);
+  dialog->setAttribute(Qt::WA_DeleteOnClose, false);
+  mBatchDialog = dialog;
+  dialog->show();
+  dialog->raise();
+  dialog->activateWindow();
+}
 
 void GrabDVDController::onPreviousFrame(QObject*) {
   CoreMachDebugVerify(DVDStepFrame(-1) == noErr);

@@ -5,16 +5,14 @@
 #include <QFileInfo>
 #include <QMenu>
 
-#include <cstdio>
 #include <cstring>
-#include <mutex>
 #include <vector>
 
 #include "CoreMachDebugLog.h"
 #include "NSBitmapImageRep.h"
 #include "NSMenuItemAction.h"
-#include "XFrameBuffer.h"
-#include "XFrameOperations.h"
+#include "StillMaker.h"
+#include "StillNames.h"
 
 namespace {
 
@@ -35,24 +33,6 @@ auto const kNamesSelectors =
 
 char const kSubtitlesKey[] = "GrabIncludeSubtitles";
 char const kCropKey[] = "GrabCropBorders";
-
-// The library's field blend (type A) over the still at its stored size.
-void BlendFields(UInt8* argb, UInt32 width, UInt32 height, UInt32 rowBytes, void*) {
-  std::vector<UInt8> blended(size_t(rowBytes) * height);
-  XFrameBuffer src;
-  src.Width = SInt32(width);
-  src.Height = SInt32(height);
-  src.PixelType = kXFrame_Pel_Format_8RGB;
-  src.Fields = 2 | kXFrameFields_TopFirst;
-  src.Pixels = argb;
-  src.RowBytes = SInt32(rowBytes);
-  src.PelBytes = 4;
-  XFrameBuffer dst = src;
-  dst.Pixels = blended.data();
-  if (CoreVerify(XFrame_BlendFields(src, dst, XFrameFilters{kXFrameFilter_BlendFieldsTypeA}))) {
-    std::memcpy(argb, blended.data(), blended.size());
-  }
-}
 
 // A stored boolean, or the default when there is none.
 bool StoredBool(char const* key, bool byDefault) {
@@ -85,36 +65,6 @@ QAction* ItemWithAction(QMenu* menu, char const* action) {
   }
   return nullptr;
 }
-
-// A bitmap drawn straight over a still's own pixels. Their memory goes back to a few kept
-// for the next stills: fresh pages cost more to fault in than a still costs to make.
-struct StillBitmap : NSBitmapImageRep {
-  StillBitmap() {
-    Kept& kept = TheKept();
-    std::lock_guard<std::mutex> g(kept.mutex);
-    if (!kept.pixels.empty()) {
-      still.pixels = std::move(kept.pixels.back());
-      kept.pixels.pop_back();
-    }
-  }
-  ~StillBitmap() override {
-    Kept& kept = TheKept();
-    std::lock_guard<std::mutex> g(kept.mutex);
-    if (kept.pixels.size() < 4) kept.pixels.push_back(std::move(still.pixels));
-  }
-  DVDStillPicture still;
-
- private:
-  struct Kept {
-    std::mutex mutex;
-    std::vector<std::vector<UInt8>> pixels;
-  };
-  // Never destroyed: a bitmap may outlive the statics.
-  static Kept& TheKept() {
-    static Kept* const kept = new Kept;
-    return *kept;
-  }
-};
 
 }  // namespace
 
@@ -197,16 +147,7 @@ void GrabStillChoices::SelectNames(QObject* sender, bool discTime) {
 }
 
 QString GrabStillChoices::DiscName(QString const& mediaPath) {
-  QFileInfo info(QDir::cleanPath(mediaPath));
-  QString name = info.isFile() ? info.completeBaseName() : info.fileName();
-  if (name.compare(QStringLiteral("VIDEO_TS"), Qt::CaseInsensitive) == 0) {
-    name = QFileInfo(info.absolutePath()).fileName();
-  }
-  for (QChar& c : name) {
-    if (c.unicode() < 0x20 || QStringLiteral("/\\:*?\"<>|").contains(c)) c = QLatin1Char('_');
-  }
-  name = name.trimmed();
-  return name.isEmpty() || name.startsWith(QLatin1Char('.')) ? QStringLiteral("DVD") : name;
+  return StillNames::DiscName(mediaPath);
 }
 
 QString GrabStillChoices::QuickSavePath(QString const& mediaPath, QuikSaveImageType type) const {
@@ -226,15 +167,12 @@ QString GrabStillChoices::DiscTimePath(QString const& folder, QString const& med
   if (frameInTitle != kDVDNoFrame) {
     ms = height == 576 ? uint64_t(frameInTitle) * 40 : uint64_t(frameInTitle) * 1001 / 30;
   }
-  char place[64];
-  std::snprintf(place, sizeof place, " T%u C%u %02u-%02u-%02u.%03u", unsigned(title),
-                unsigned(chapter), unsigned(ms / 3600000), unsigned(ms / 60000 % 60),
-                unsigned(ms / 1000 % 60), unsigned(ms % 1000));
+  QString const place =
+      QStringLiteral(" T%1 C%2 ").arg(title).arg(chapter) + StillNames::TimeText(ms);
   QString const extension = type == QuikSaveImageType_PNG    ? QStringLiteral(".png")
                             : type == QuikSaveImageType_TIFF ? QStringLiteral(".tiff")
                                                              : QStringLiteral(".jpg");
-  QString const stem =
-      folder + QLatin1Char('/') + DiscName(mediaPath) + QString::fromLatin1(place);
+  QString const stem = folder + QLatin1Char('/') + DiscName(mediaPath) + place;
   QString path = stem + extension;
   for (int n = 2; QFileInfo::exists(path); ++n) path = stem + QStringLiteral(" %1").arg(n) + extension;
   return path;
@@ -249,32 +187,16 @@ void GrabStillChoices::ToggleCropBorders(QObject* sender) {
 }
 
 bool GrabStillChoices::Take(DVDStillRequest* request) const {
-  if (!CoreVerify(DVDTakeStill(mIncludeSubtitles, request) == noErr)) return false;
-  request->shape = mShape;
-  request->cropBorders = mCropBorders;
-  switch (mDeinterlace) {
-    case kAuto: request->deinterlace = kDVDStillDeinterlaceAuto; break;
-    case kAdaptive: request->deinterlace = kDVDStillDeinterlaceAdaptive; break;
-    case kBlend:
-      request->deinterlace = kDVDStillDeinterlaceOff;
-      request->fieldFilter = BlendFields;
-      break;
-    case kOff: request->deinterlace = kDVDStillDeinterlaceOff; break;
-  }
-  // R, G, B and a fourth byte, as every grabbed picture.
-  request->pixelOrder = kDVDStillPixelsRGBX;
-  return true;
+  StillChoices choices;
+  choices.shape = mShape;
+  choices.deinterlace = StillChoices::Deinterlace(mDeinterlace);
+  choices.subtitles = mIncludeSubtitles;
+  choices.cropBorders = mCropBorders;
+  return StillMaker::Take(choices, request);
 }
 
 std::shared_ptr<NSBitmapImageRep> GrabStillChoices::Make(DVDStillRequest const& request) {
-  auto bitmap = std::make_shared<StillBitmap>();
-  DVDStillPicture& still = bitmap->still;
-  if (!CoreVerify(DVDMakeStill(request, &still) == noErr) ||
-      !CoreVerify(bitmap->Construct(still.pixels.data(), long(still.width), long(still.height), 8,
-                                    3, false, long(still.rowBytes), 32))) {
-    return nullptr;
-  }
-  return bitmap;
+  return StillMaker::Make(request);
 }
 
 std::shared_ptr<NSBitmapImageRep> GrabStillChoices::TakeVideoFrame() const {

@@ -28,6 +28,7 @@ extern tagNSUISelectorGroup const GrabNamesSelectorGroup;
 
 class GrabStillChoices {
  public:
+  // As StillChoices::Deinterlace.
   enum Deinterlace { kAuto, kOff, kBlend, kAdaptive };
 
   // The submenus and check-mark items found under the grab defaults menu.

@@ -2,6 +2,7 @@
 #include "DVDPlayback.h"
 
 #include "DVDLibraryLog.h"
+#include "DVDNullAudioSink.h"
 #include "DVDService.h"
 
 #include <chrono>
@@ -101,8 +102,9 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
     if (OSStatus const status = media->DriveRegion(&code, &changes); status != noErr) {
       return status;
     }
-    auto presenter =
-        std::make_unique<dvd::DVDPresenter>(s.mClock, dvd::DVDAudioSink::Create(s.mClock));
+    auto presenter = std::make_unique<dvd::DVDPresenter>(
+        s.mClock, s.mStillsOnly ? std::make_unique<dvd::DVDNullAudioSink>(s.mClock)
+                                : dvd::DVDAudioSink::Create(s.mClock));
     if (!presenter->Construct()) return kDVDErrorReadFailed;
     presenter->SetVolume(s.mVolume, s.mMuted);
     presenter->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
@@ -134,15 +136,24 @@ OSStatus CloseMedia(bool isVolume) {
 
 }  // namespace
 
-OSStatus DVDInitialize() {
+namespace {
+
+OSStatus Initialize(bool stillsOnly) {
   std::lock_guard<std::mutex> g(dvd::ServiceMutex());
   if (dvd::gService) return kDVDErrorNotAllowedNow;
   dvd::RouteCodecMessages();
   auto service = std::make_unique<DVDService>(dvd::gManualClock);
-  if (!service->mLock.Lock()) return kDVDErrorServiceBusy;
+  service->mStillsOnly = stillsOnly;
+  if (!stillsOnly && !service->mLock.Lock()) return kDVDErrorServiceBusy;
   dvd::gService = std::move(service);
   return noErr;
 }
+
+}  // namespace
+
+OSStatus DVDInitialize() { return Initialize(false); }
+
+OSStatus DVDInitializeForStills() { return Initialize(true); }
 
 OSStatus DVDDispose() {
   std::unique_ptr<DVDService> service;

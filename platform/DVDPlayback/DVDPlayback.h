@@ -108,6 +108,9 @@ using DVDFatalErrCallBackFunctionPtr = void (*)(OSStatus inError, void* inRefCon
 
 // Session.
 OSStatus DVDInitialize();
+// A session for taking stills beside the user's player (a command-line tool, a batch): no
+// sound device, and not the one session the busy lock allows.
+OSStatus DVDInitializeForStills();
 OSStatus DVDDispose();
 OSStatus DVDRegisterEventCallBack(DVDEventCallBackFunctionPtr inCallBackProc,
                                   DVDEventCode const* inCode, UInt32 inCodeCount,

@@ -25,6 +25,7 @@ struct DVDService {
   // Declared before the navigator, which feeds it, so that it goes after it.
   std::unique_ptr<DVDPresenter> mPresenter;
   std::unique_ptr<DVDNavigator> mNavigator;
+  bool mStillsOnly = false;  // DVDInitializeForStills: no lock, no sound device
   bool mMediaIsVolume = false;
   bool mSleeping = false;
   UInt32 mTimeEventRate = 0;

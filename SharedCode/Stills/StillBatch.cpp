@@ -1,0 +1,157 @@
+#include "StillBatch.h"
+
+#include <QDir>
+#include <QImage>
+
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "StillNames.h"
+#include "StillSheet.h"
+
+namespace {
+
+QImage ImageOf(NSBitmapImageRep const& bitmap) {
+  // Every still is R, G, B in 32 bits.
+  return QImage(bitmap.bitmapData(), int(bitmap.pixelsWide()), int(bitmap.pixelsHigh()),
+                qsizetype(bitmap.bytesPerRow()), QImage::Format_RGBX8888);
+}
+
+std::shared_ptr<NSBitmapImageRep> BitmapOf(QImage const& source) {
+  QImage const image = source.convertToFormat(QImage::Format_RGBX8888);
+  auto bitmap = std::make_shared<NSBitmapImageRep>();
+  if (image.isNull() ||
+      !bitmap->Construct(nullptr, image.width(), image.height(), 8, 3, false, 0, 32)) {
+    return nullptr;
+  }
+  for (int y = 0; y < image.height(); ++y) {
+    std::memcpy(bitmap->bitmapData() + size_t(y) * size_t(bitmap->bytesPerRow()),
+                image.constScanLine(y), size_t(image.width()) * 4);
+  }
+  return bitmap;
+}
+
+// The still of frame made with the choices (and, when asked, not nearly one colour: the
+// first picture within 2 s after it that is not); null when it cannot be taken.
+std::shared_ptr<NSBitmapImageRep> Still(StillTaker& taker, StillTitleInfo const& title,
+                                        uint32_t frame, StillBatchOptions const& options,
+                                        uint32_t* taken) {
+  bool const pal = title.info.standard == kDVDVideoStandardPAL;
+  uint32_t const last = options.skipBlank
+                            ? std::min(title.info.frames - 1, frame + (pal ? 50u : 60u))
+                            : frame;
+  std::shared_ptr<NSBitmapImageRep> first;
+  for (uint32_t f = frame; f <= last; ++f) {
+    DVDStillRequest request;
+    if (!taker.Take(f, options.choices.subtitles, &request)) return first;
+    StillMaker::Apply(options.choices, &request);
+    std::shared_ptr<NSBitmapImageRep> bitmap = StillMaker::Make(request);
+    if (!bitmap) return first;
+    if (!first) {
+      first = bitmap;
+      *taken = f;
+    }
+    if (!options.skipBlank || !StillMaker::NearlyUniform(*bitmap)) {
+      *taken = f;
+      return bitmap;
+    }
+  }
+  return first;  // blank all along: the frame asked for
+}
+
+std::shared_ptr<NSBitmapImageRep> Sized(std::shared_ptr<NSBitmapImageRep> bitmap, QSize size) {
+  if (!bitmap || size.isEmpty()) return bitmap;
+  return BitmapOf(ImageOf(*bitmap).scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+}
+
+}  // namespace
+
+QString StillBatch::Extension(QuikSaveImageType type) {
+  return type == QuikSaveImageType_PNG    ? QStringLiteral("png")
+         : type == QuikSaveImageType_TIFF ? QStringLiteral("tif")
+                                          : QStringLiteral("jpg");
+}
+
+int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo const& title,
+                    StillPlan const& plan, StillBatchOptions const& options,
+                    StillBatchReport const& report, std::atomic<bool> const* cancel) {
+  bool const pal = title.info.standard == kDVDVideoStandardPAL;
+  NSBitmapImageRep::QuickSaveSettings settings = NSBitmapImageRep::quickSaveSettings();
+  settings.folder = options.folder;
+  settings.jpegCompressionFactor = float(options.quality) / 100.0f;
+  int failures = 0;
+  auto const fail = [&](QString const& what) {
+    ++failures;
+    if (report.failed) report.failed(what);
+  };
+  for (StillPlanEntry const& e : plan.Outside()) {
+    fail(QStringLiteral("frame %1 is past the title's end (%2 frames)").arg(e.frame).arg(title.info.frames));
+  }
+  if (!taker.StartTitle(title.number)) {
+    fail(QStringLiteral("title %1 does not play").arg(title.number));
+    return failures + int(plan.Entries().size());
+  }
+  std::vector<StillSheetTile> tiles;
+  int const total = int(plan.Entries().size());
+  int done = 0;
+  for (StillPlanEntry const& e : plan.Entries()) {
+    if (cancel && cancel->load()) break;
+    uint32_t taken = e.frame;
+    std::shared_ptr<NSBitmapImageRep> const still =
+        Sized(Still(taker, title, e.frame, options, &taken), options.size);
+    StillPlace place{discName, title.number, StillPlan::ChapterOf(taken, title.chapterFirstFrames),
+                     StillPlan::FrameMs(taken, pal), taken, e.n};
+    if (!still) {
+      fail(QStringLiteral("frame %1 could not be taken").arg(e.frame));
+    } else if (options.sheet) {
+      tiles.push_back(StillSheetTile{ImageOf(*still).copy(),
+                                     StillNames::TimeText(place.ms).replace(QLatin1Char('-'), QLatin1Char(':'))});
+    } else {
+      QString name;
+      StillNames::Expand(options.nameTemplate, place, &name, nullptr);
+      QString const path =
+          QDir(options.folder).filePath(name + QLatin1Char('.') + Extension(options.type));
+      if (still->saveToPictureFileName(path, options.type, settings)) {
+        if (report.written) report.written(path);
+      } else {
+        // A full or read-only disk: what is left is reported, not tried.
+        fail(QStringLiteral("%1 could not be written").arg(path));
+        for (size_t i = size_t(done) + 1; i < plan.Entries().size(); ++i) {
+          fail(QStringLiteral("frame %1 not written").arg(plan.Entries()[i].frame));
+        }
+        return failures;
+      }
+    }
+    if (report.progress) report.progress(++done, total);
+  }
+  if (cancel && cancel->load()) {
+    for (size_t i = size_t(done); i < plan.Entries().size(); ++i) {
+      fail(QStringLiteral("frame %1 not taken: cancelled").arg(plan.Entries()[i].frame));
+    }
+    return failures;
+  }
+  if (options.sheet) {
+    uint64_t const ms = StillPlan::FrameMs(title.info.frames, pal);
+    QStringList const header{
+        discName,
+        QStringLiteral("Title %1, %2, %3 frames").arg(title.number).arg(StillNames::TimeText(ms).replace(QLatin1Char('-'), QLatin1Char(':'))).arg(title.info.frames),
+        QStringLiteral("%1 x %2 stored, %3, %4").arg(title.info.width).arg(title.info.height)
+            .arg(title.info.aspect == kDVDAspectRatio16x9 ? QStringLiteral("16:9") : QStringLiteral("4:3"))
+            .arg(pal ? QStringLiteral("PAL") : QStringLiteral("NTSC")),
+        QStringLiteral("Tavelo")};
+    QImage const sheet = StillSheet::Compose(header, tiles, options.sheetCols, options.sheetWidth);
+    QString const path = !options.sheetPath.isEmpty()
+                             ? options.sheetPath
+                             : QDir(options.folder).filePath(StillNames::Safe(discName) +
+                                                             QStringLiteral(" T%1 sheet.").arg(title.number) +
+                                                             Extension(options.type));
+    std::shared_ptr<NSBitmapImageRep> const bitmap = BitmapOf(sheet);
+    if (bitmap && bitmap->saveToPictureFileName(path, options.type, settings)) {
+      if (report.written) report.written(path);
+    } else {
+      fail(QStringLiteral("the sheet %1 could not be written").arg(path));
+    }
+  }
+  return failures;
+}

@@ -1,0 +1,81 @@
+#!/usr/bin/env bash
+# End-to-end batch grabs on a private X server: Grab -> Batch Grab... (Ctrl+Shift+B) takes
+# the first frame of each chapter of the barcoded disc into the quick-save folder while the
+# video keeps playing; a batch of one still a second stopped with Cancel (Escape) leaves
+# only whole pictures.
+#
+#   tavelo_batch_e2e.sh TAVELO_BINARY TEST_DISCS_FOLDER
+set -euo pipefail
+
+tavelo=$1
+discs=${2:-}
+[ -n "$discs" ] && [ -d "$discs/frames/VIDEO_TS" ] || { echo "FAIL: no test discs in '$discs'" >&2; exit 1; }
+disc=$discs/frames
+source "$(dirname "$0")/e2e_common.sh"
+e2e_start tavelo-batch-e2e
+export XDG_PICTURES_DIR=$HOME/Pictures
+mkdir -p "$XDG_PICTURES_DIR"
+echo "XDG_PICTURES_DIR=\"\$HOME/Pictures\"" >"$XDG_CONFIG_HOME/user-dirs.dirs"
+grabs=$XDG_PICTURES_DIR/Tavelo
+
+barcode() {  # barcode IMAGE: the frame number in its 16 blocks at row 24 (any width)
+  local value=0 r g b w
+  w=$(identify -format '%w' "$1")
+  convert "$1" -crop "${w}x1+0+24" -depth 8 txt:- >"$work/row.txt"
+  for i in $(seq 0 15); do
+    read -r r g b <<<"$(sed -n "s/^$(((i * 45 + 22) * w / 720)),0: (\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p" "$work/row.txt")"
+    if [ "$g" -ge 192 ]; then value=$((value * 2 + 1))
+    elif [ "$g" -le 64 ]; then value=$((value * 2))
+    else echo -1; return; fi
+  done
+  echo "$value"
+}
+dialog_keys() {  # dialog_keys KEY...: to the batch dialog
+  xdotool windowfocus --sync "$dialog" 2>/dev/null || true
+  xdotool key --clearmodifiers "$@"
+  sleep 0.3
+}
+video_shot() { import -window "$video" "$work/$1.png" 2>/dev/null; }
+
+launch "$disc"
+sleep 1
+
+step "Batch Grab... opens the dialog"
+keys ctrl+shift+b
+dialog=$(timeout 20 xdotool search --sync --onlyvisible --name '^Batch Grab$' | head -n1) || fail "no batch dialog"
+
+step "a chapters batch (the default) writes one picture a chapter while the video plays"
+video_shot before
+dialog_keys Return
+for _ in $(seq 150); do [ "$(ls "$grabs" 2>/dev/null | grep -c '\.jpg$')" -ge 3 ] && break; sleep 0.1; done
+video_shot during
+[ "$(ls "$grabs" | grep -c '\.jpg$')" = 3 ] || fail "chapters batch wrote: $(ls "$grabs" | tr '\n' ' ')"
+frames=$(for f in "$grabs"/*.jpg; do barcode "$f"; done | sort -n | tr '\n' ' ')
+[ "$frames" = "0 300 600 " ] || fail "chapter stills show frames $frames"
+compare -metric AE "$work/before.png" "$work/during.png" null: 2>"$work/ae.txt" || true
+[ "$(cut -d' ' -f1 <"$work/ae.txt" | cut -d. -f1)" -gt 1000 ] || fail "the video stood still during the batch"
+ls -A "$grabs" | grep -v '\.jpg$' && fail "other files left: $(ls -A "$grabs")"
+
+step "a batch of one a second, cancelled, leaves only whole pictures"
+rm -f "$grabs"/*.jpg
+dialog_keys Escape  # closes the finished batch's dialog
+keys ctrl+shift+b
+dialog=$(timeout 20 xdotool search --sync --onlyvisible --name '^Batch Grab$' | head -n1) || fail "no batch dialog again"
+# The first field chooses what to take: one every so many seconds; the next, how many: 1.
+dialog_keys Down Tab ctrl+a
+xdotool type --delay 50 "1"
+dialog_keys Return
+for _ in $(seq 200); do [ "$(ls "$grabs" 2>/dev/null | grep -c '\.jpg$')" -ge 2 ] && break; sleep 0.05; done
+dialog_keys Escape
+sleep 3
+n=$(ls "$grabs" | grep -c '\.jpg$' || true)
+[ "$n" -ge 2 ] || fail "the second batch wrote $n pictures before the cancel"
+[ "$n" -lt 30 ] || fail "the cancel did not stop the batch ($n pictures)"
+for f in "$grabs"/*.jpg; do djpeg "$f" >/dev/null 2>"$work/djpeg.err" || fail "$f is not whole: $(cat "$work/djpeg.err")"
+  [ -s "$work/djpeg.err" ] && fail "$f is not whole: $(cat "$work/djpeg.err")"; done
+ls -A "$grabs" | grep -v '\.jpg$' && fail "other files left: $(ls -A "$grabs")"
+xdotool search --onlyvisible --name '^Batch Grab$' >/dev/null && fail "Escape after the batch stopped should close the dialog" || true
+pgrep -f tavelo-grab >/dev/null && fail "tavelo-grab still running"
+
+quit_app
+echo "PASS"

@@ -1,0 +1,283 @@
+// tavelo-grab as a user runs it, without a display, on the authored discs: the stills'
+// frames read back from the barcode every picture of the "frames" discs carries.
+#include <QDir>
+#include <QFileInfo>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "DVDBarcode.h"
+
+namespace {
+
+using tavelo_test::kBarcodeBlocks;
+using tavelo_test::kBarcodeBlockWidth;
+using tavelo_test::kBarcodeRow;
+
+QString Disc(char const* name) { return QStringLiteral(TAVELO_TEST_DISCS "/") + QLatin1String(name); }
+
+struct Result {
+  int exit = -1;
+  QStringList lines;  // standard output
+  QString err;
+};
+
+Result Grab(QStringList const& args) {
+  QProcess p;
+  QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+  // As on a machine without a display or a sound server.
+  env.remove(QStringLiteral("DISPLAY"));
+  env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+  env.insert(QStringLiteral("PULSE_SERVER"), QStringLiteral("unix:/nonexistent"));
+  p.setProcessEnvironment(env);
+  p.start(QStringLiteral(TAVELO_GRAB), args);
+  Result r;
+  if (!p.waitForFinished(120000)) {
+    p.kill();
+    p.waitForFinished();
+    return r;
+  }
+  r.exit = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+  r.lines = QString::fromUtf8(p.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+  r.err = QString::fromUtf8(p.readAllStandardError());
+  return r;
+}
+
+// The frame number burnt into a picture drawn into rect of image (the picture's stored
+// width spans rect's width).
+int Barcode(QImage const& image, QRect rect = QRect()) {
+  if (rect.isNull()) rect = image.rect();
+  int const y = rect.top() + int(std::lround((kBarcodeRow + 0.5) * rect.height() / 480.0));
+  int value = 0;
+  for (int i = 0; i < kBarcodeBlocks; ++i) {
+    int const x = rect.left() + int((i * kBarcodeBlockWidth + kBarcodeBlockWidth / 2) * double(rect.width()) / 720.0);
+    int const level = qGreen(image.pixel(x, y));
+    if (level > 64 && level < 192) return -1;
+    value = value * 2 + (level >= 192 ? 1 : 0);
+  }
+  return value;
+}
+
+std::vector<int> Barcodes(QStringList const& files) {
+  std::vector<int> frames;
+  for (QString const& f : files) frames.push_back(Barcode(QImage(f)));
+  return frames;
+}
+
+class TaveloGrabTest : public testing::Test {
+ protected:
+  QTemporaryDir mOut;
+  QString Out() const { return mOut.path(); }
+};
+
+TEST_F(TaveloGrabTest, ChaptersGiveEachChaptersFirstFrame) {
+  Result const r = Grab({QStringLiteral("--chapters"), QStringLiteral("-o"), Out(), Disc("frames")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  ASSERT_EQ(3, r.lines.size());
+  EXPECT_EQ((std::vector<int>{0, 300, 600}), Barcodes(r.lines));
+  // Named after the disc, title, chapter and time; 640 x 480 JPEG by default.
+  EXPECT_EQ(QStringLiteral("frames T1 C2 00-00-10.010.jpg"), QFileInfo(r.lines[1]).fileName());
+  EXPECT_EQ(QSize(640, 480), QImage(r.lines[0]).size());
+  EXPECT_TRUE(r.err.isEmpty()) << "no progress without a terminal: " << r.err.toStdString();
+}
+
+TEST_F(TaveloGrabTest, EveryFiveSecondsTakesThePictureOnScreenThen) {
+  Result const r = Grab({QStringLiteral("--every"), QStringLiteral("5"), QStringLiteral("--size"),
+                         QStringLiteral("stored"), QStringLiteral("--format"), QStringLiteral("png"),
+                         QStringLiteral("-o"), Out(), Disc("frames")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  std::vector<int> expected;
+  for (int k = 0; 5 * k * 30000 / 1001 < 900; ++k) expected.push_back(5 * k * 30000 / 1001);
+  EXPECT_EQ(expected, Barcodes(r.lines));
+  EXPECT_EQ(QSize(720, 480), QImage(r.lines[0]).size());
+  EXPECT_TRUE(r.lines[0].endsWith(QLatin1String(".png")));
+}
+
+TEST_F(TaveloGrabTest, AtTakesTimesInEveryForm) {
+  Result const r = Grab({QStringLiteral("--at"), QStringLiteral("1.5,0:02,0:00:03.500,f777,25"),
+                         QStringLiteral("--name"), QStringLiteral("{n} {frame}"), QStringLiteral("-o"),
+                         Out(), Disc("frames")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  // Written in disc order, named in the order asked.
+  EXPECT_EQ((std::vector<int>{44, 59, 104, 749, 777}), Barcodes(r.lines));
+  EXPECT_EQ(QStringLiteral("1 44.jpg"), QFileInfo(r.lines[0]).fileName());
+  EXPECT_EQ(QStringLiteral("4 777.jpg"), QFileInfo(r.lines[4]).fileName());
+}
+
+TEST_F(TaveloGrabTest, CountSpreadsStillsEvenly) {
+  Result const r = Grab({QStringLiteral("--count"), QStringLiteral("16"), QStringLiteral("--name"),
+                         QStringLiteral("{n}"), QStringLiteral("-o"), Out(), Disc("frames")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  std::vector<int> expected;
+  for (int i = 0; i < 16; ++i) expected.push_back(int(std::floor((i + 0.5) * 900 / 16 + 0.5)));
+  EXPECT_EQ(expected, Barcodes(r.lines));
+}
+
+TEST_F(TaveloGrabTest, PALFramesAreCountedAt25) {
+  Result const r = Grab({QStringLiteral("--at"), QStringLiteral("2,f60"), QStringLiteral("--size"),
+                         QStringLiteral("stored"), QStringLiteral("-o"), Out(), Disc("framespal")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  QImage const first(r.lines[0]);
+  EXPECT_EQ(QSize(720, 576), first.size());
+  EXPECT_EQ((std::vector<int>{50, 60}), Barcodes(r.lines));
+}
+
+TEST_F(TaveloGrabTest, ASheetHoldsItsStillsInOrderAtTheWidthAsked) {
+  QString const sheetPath = Out() + QStringLiteral("/sheet.png");
+  Result const r = Grab({QStringLiteral("--sheet"), QStringLiteral("4x4"), QStringLiteral("--sheet-width"),
+                         QStringLiteral("1200"), QStringLiteral("-o"), sheetPath, Disc("frames")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  ASSERT_EQ(QStringList{sheetPath}, r.lines);
+  QImage const sheet(sheetPath);
+  ASSERT_EQ(1200, sheet.width());
+  // Tiles: runs of columns, then rows, that are not the sheet's background.
+  QRgb const background = sheet.pixel(2, sheet.height() - 2);
+  std::vector<std::pair<int, int>> rows;  // picture rows: top, bottom
+  std::vector<std::pair<int, int>> cols;
+  // The leftmost tile column starts at the first non-background pixel of the bottom rows.
+  int probeY = -1;
+  for (int yy = sheet.height() - 1; yy >= 0 && probeY < 0; --yy) {
+    int x = 0;
+    while (x < sheet.width() && sheet.pixel(x, yy) == background) ++x;
+    if (x < sheet.width() / 4) probeY = yy;  // a row through a picture of the first column
+  }
+  ASSERT_GE(probeY, 0);
+  for (int x = 0; x < sheet.width();) {
+    while (x < sheet.width() && sheet.pixel(x, probeY) == background) ++x;
+    int const start = x;
+    while (x < sheet.width() && sheet.pixel(x, probeY) != background) ++x;
+    if (x - start > 100) cols.emplace_back(start, x);
+  }
+  ASSERT_EQ(4u, cols.size());
+  int const probeX = (cols[0].first + cols[0].second) / 2;
+  for (int yy = 0; yy < sheet.height();) {
+    while (yy < sheet.height() && sheet.pixel(probeX, yy) == background) ++yy;
+    int const start = yy;
+    while (yy < sheet.height() && sheet.pixel(probeX, yy) != background) ++yy;
+    if (yy - start > 100) rows.emplace_back(start, yy);
+  }
+  ASSERT_EQ(4u, rows.size());
+  std::vector<int> frames;
+  for (auto const& [top, bottomRow] : rows) {
+    for (auto const& [left, right] : cols) {
+      QRect const tile(left, top, right - left, bottomRow - top);
+      EXPECT_NEAR(4.0 / 3.0, double(tile.width()) / tile.height(), 0.02) << "true shape";
+      frames.push_back(Barcode(sheet, tile));
+    }
+  }
+  std::vector<int> expected;
+  for (int i = 0; i < 16; ++i) expected.push_back(int(std::floor((i + 0.5) * 900 / 16 + 0.5)));
+  EXPECT_EQ(expected, frames);
+}
+
+TEST_F(TaveloGrabTest, ListAsJSONAgreesWithTheDisc) {
+  Result const r = Grab({QStringLiteral("--list"), QStringLiteral("--json"), Disc("frames")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  QJsonParseError error{};
+  QJsonDocument const doc = QJsonDocument::fromJson(r.lines.join(QLatin1Char('\n')).toUtf8(), &error);
+  ASSERT_EQ(QJsonParseError::NoError, error.error) << error.errorString().toStdString();
+  QJsonArray const titles = doc.object().value(QStringLiteral("titles")).toArray();
+  ASSERT_EQ(1, titles.size());
+  QJsonObject const t = titles[0].toObject();
+  EXPECT_EQ(1, t.value(QStringLiteral("title")).toInt());
+  EXPECT_EQ(900, t.value(QStringLiteral("frames")).toInt());
+  EXPECT_EQ(3, t.value(QStringLiteral("chapters")).toInt());
+  EXPECT_EQ(QJsonArray({0, 300, 600}), t.value(QStringLiteral("chapterFrames")).toArray());
+  EXPECT_EQ(QStringLiteral("00:00:30.030"), t.value(QStringLiteral("duration")).toString());
+  EXPECT_EQ(QStringLiteral("NTSC"), t.value(QStringLiteral("standard")).toString());
+  EXPECT_EQ(QStringLiteral("4:3"), t.value(QStringLiteral("aspect")).toString());
+  EXPECT_EQ(1, t.value(QStringLiteral("audio")).toArray().size());
+
+  Result const streams = Grab({QStringLiteral("--list"), QStringLiteral("--json"), Disc("streams")});
+  ASSERT_EQ(0, streams.exit);
+  QJsonObject const s = QJsonDocument::fromJson(streams.lines.join(QLatin1Char('\n')).toUtf8())
+                            .object().value(QStringLiteral("titles")).toArray()[0].toObject();
+  QJsonArray const audio = s.value(QStringLiteral("audio")).toArray();
+  ASSERT_EQ(2, audio.size());
+  EXPECT_EQ(QStringLiteral("en"), audio[0].toObject().value(QStringLiteral("language")).toString());
+  EXPECT_EQ(QStringLiteral("fr"), audio[1].toObject().value(QStringLiteral("language")).toString());
+  QJsonArray const subtitles = s.value(QStringLiteral("subtitles")).toArray();
+  ASSERT_EQ(2, subtitles.size());
+  EXPECT_EQ(QStringLiteral("de"), subtitles[1].toObject().value(QStringLiteral("language")).toString());
+
+  Result const text = Grab({QStringLiteral("--list"), Disc("frames")});
+  ASSERT_EQ(0, text.exit);
+  ASSERT_EQ(1, text.lines.size());
+  EXPECT_TRUE(text.lines[0].startsWith(QLatin1String("Title 1: 00:00:30.030, 900 frames, 3 chapters, NTSC 4:3")))
+      << text.lines[0].toStdString();
+}
+
+TEST_F(TaveloGrabTest, EveryBadArgumentExitsWithTwoNamingIt) {
+  struct Case {
+    QStringList args;
+    char const* named;
+  };
+  QString const disc = Disc("frames");
+  std::vector<Case> const cases = {
+      {{QStringLiteral("--every"), QStringLiteral("0"), disc}, "--every"},
+      {{QStringLiteral("--every"), QStringLiteral("x"), disc}, "--every"},
+      {{QStringLiteral("--count"), QStringLiteral("0"), disc}, "--count"},
+      {{QStringLiteral("--at"), QStringLiteral("1,zz"), disc}, "--at: zz"},
+      {{QStringLiteral("--title"), QStringLiteral("7"), disc}, "--title"},
+      {{QStringLiteral("--title"), QStringLiteral("one"), disc}, "--title"},
+      {{QStringLiteral("--format"), QStringLiteral("gif"), disc}, "--format"},
+      {{QStringLiteral("--quality"), QStringLiteral("101"), disc}, "--quality"},
+      {{QStringLiteral("--size"), QStringLiteral("big"), disc}, "--size"},
+      {{QStringLiteral("--deinterlace"), QStringLiteral("maybe"), disc}, "--deinterlace"},
+      {{QStringLiteral("--sheet"), QStringLiteral("4by4"), disc}, "--sheet"},
+      {{QStringLiteral("--sheet-width"), QStringLiteral("10"), disc}, "--sheet-width"},
+      {{QStringLiteral("--name"), QStringLiteral("{nope}"), disc}, "--name"},
+      {{QStringLiteral("--chapters"), QStringLiteral("--count"), QStringLiteral("3"), disc}, "--count"},
+      {{QStringLiteral("--bogus"), disc}, "--bogus"},
+      {{QStringLiteral("--json"), disc}, "--json"},
+      {{QStringLiteral("--every")}, "--every"},
+      {{QStringLiteral("--chapters")}, "DISC"},
+      {{disc, disc}, "only one DISC"},
+  };
+  for (Case const& c : cases) {
+    Result const r = Grab(c.args);
+    EXPECT_EQ(2, r.exit) << c.args.join(QLatin1Char(' ')).toStdString();
+    EXPECT_TRUE(r.err.contains(QLatin1String(c.named))) << r.err.toStdString();
+    EXPECT_TRUE(r.lines.isEmpty());
+  }
+  EXPECT_TRUE(QDir(Out()).isEmpty()) << "nothing written";
+}
+
+TEST_F(TaveloGrabTest, WhatIsNotADiscExitsWithThree) {
+  QTemporaryDir plain;
+  QDir(plain.path()).mkpath(QStringLiteral("VIDEO_TS"));
+  Result r = Grab({QStringLiteral("--chapters"), plain.path()});
+  EXPECT_EQ(3, r.exit);
+  EXPECT_TRUE(r.err.contains(QLatin1String("not a DVD"))) << r.err.toStdString();
+  r = Grab({QStringLiteral("--chapters"), plain.path() + QStringLiteral("/missing")});
+  EXPECT_EQ(3, r.exit);
+  EXPECT_TRUE(r.err.contains(QLatin1String("no such file"))) << r.err.toStdString();
+  r = Grab({QStringLiteral("--list"), Disc("scrambled")});
+  EXPECT_EQ(3, r.exit);
+  EXPECT_TRUE(r.err.contains(QLatin1String("libdvdcss"))) << r.err.toStdString();
+}
+
+TEST_F(TaveloGrabTest, AnImageWorksAsItsFolderDoes) {
+  Result const folder = Grab({QStringLiteral("--list"), QStringLiteral("--json"), Disc("ntsc43")});
+  Result const image = Grab({QStringLiteral("--list"), QStringLiteral("--json"), Disc("ntsc43.iso")});
+  ASSERT_EQ(0, folder.exit) << folder.err.toStdString();
+  ASSERT_EQ(0, image.exit) << image.err.toStdString();
+  auto const titles = [](Result const& r) {
+    return QJsonDocument::fromJson(r.lines.join(QLatin1Char('\n')).toUtf8()).object().value(QStringLiteral("titles"));
+  };
+  EXPECT_EQ(titles(folder), titles(image));
+  Result const still = Grab({QStringLiteral("--at"), QStringLiteral("f10"), QStringLiteral("-o"), Out(),
+                             Disc("ntsc43.iso")});
+  ASSERT_EQ(0, still.exit) << still.err.toStdString();
+  ASSERT_EQ(1, still.lines.size());
+  EXPECT_EQ(QSize(640, 480), QImage(still.lines[0]).size());
+}
+
+}  // namespace

@@ -1,0 +1,357 @@
+#include "GrabCommand.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+
+#include <atomic>
+#include <optional>
+
+#include <unistd.h>
+
+#include "StillBatch.h"
+#include "StillNames.h"
+#include "StillPlan.h"
+#include "StillTaker.h"
+
+char const GrabCommand::kUsage[] =
+    "usage: tavelo-grab [options] DISC\n"
+    "Stills from a DVD (a VIDEO_TS folder, a folder holding one, a mounted disc, an ISO image\n"
+    "or a block device), frame-exact, without a display.\n"
+    "\n"
+    "  --list              the disc's titles, then exit (--json: as JSON)\n"
+    "  --title N           the title (default: the longest)\n"
+    "What to take (one of; default --chapters):\n"
+    "  --at TIMES          comma-separated: seconds (83.5), m:ss, h:mm:ss[.mmm] or a frame (f2500)\n"
+    "  --every SECONDS     one every so many seconds from the start\n"
+    "  --chapters          the first frame of each chapter\n"
+    "  --count N           N spread evenly over the title\n"
+    "Output:\n"
+    "  -o DIR              the folder (default: the current one; made when missing);\n"
+    "                      with --sheet, a file name or a folder\n"
+    "  --format jpg|png|tif  (default jpg)\n"
+    "  --quality 1-100     JPEG quality (default 90)\n"
+    "  --name TEMPLATE     fields {disc} {title} {chapter} {time} {frame} {n}\n"
+    "                      (default \"{disc} T{title} C{chapter} {time}\"); files of the same\n"
+    "                      name are replaced\n"
+    "  --size square|itu|stored|WxH  (default square: 640x480, 854x480, 768x576, 1024x576)\n"
+    "  --deinterlace auto|off|blend|adaptive  (default auto)\n"
+    "  --subtitles, --no-subtitles  (default: none)\n"
+    "  --crop              cut black borders\n"
+    "  --skip-blank        a nearly uniform still gives way to the first frame within 2 s\n"
+    "                      that is not\n"
+    "  --sheet COLSxROWS   one contact sheet (COLS x ROWS stills spread over the title unless\n"
+    "                      told otherwise)\n"
+    "  --sheet-width PX    (default 1600)\n"
+    "  -q                  no progress\n"
+    "Each file written is named on standard output. Exit status: 0 all written, 1 some stills\n"
+    "could not be taken, 2 bad arguments, 3 the disc cannot be opened.\n";
+
+namespace {
+
+struct Options {
+  bool list = false;
+  bool json = false;
+  int title = 0;
+  std::optional<StillPlan::Kind> kind;
+  QString at;
+  uint64_t everyUs = 0;
+  int count = 0;
+  QString output;
+  StillBatchOptions batch;
+  int sheetRows = 0;
+  bool quiet = false;
+  QString disc;
+};
+
+// A positive whole number within [low, high].
+bool Number(QString const& text, int low, int high, int* value) {
+  static QRegularExpression const digits(QStringLiteral("^[0-9]{1,9}$"));
+  if (!digits.match(text).hasMatch()) return false;
+  int const v = text.toInt();
+  if (v < low || v > high) return false;
+  *value = v;
+  return true;
+}
+
+bool Pair(QString const& text, int* a, int* b) {
+  QStringList const parts = text.split(QLatin1Char('x'));
+  return parts.size() == 2 && Number(parts[0], 1, 100000, a) && Number(parts[1], 1, 100000, b);
+}
+
+class Parser {
+ public:
+  Parser(QStringList const& args, std::FILE* err) : mArgs(args), mErr(err) {}
+  // False with the message written.
+  bool Parse(Options* o);
+
+ private:
+  bool Bad(QString const& argument, char const* accepts) {
+    std::fprintf(mErr, "tavelo-grab: %s: %s\n", argument.toLocal8Bit().constData(), accepts);
+    return false;
+  }
+  bool SetKind(Options* o, StillPlan::Kind kind, QString const& name) {
+    if (o->kind && *o->kind != kind) return Bad(name, "only one of --at, --every, --chapters, --count");
+    o->kind = kind;
+    return true;
+  }
+
+  QStringList const& mArgs;
+  std::FILE* mErr;
+};
+
+bool Parser::Parse(Options* o) {
+  o->batch.choices.subtitles = false;
+  bool sized = false;
+  for (qsizetype i = 0; i < mArgs.size(); ++i) {
+    QString name = mArgs[i];
+    QString value;
+    bool inlineValue = false;
+    if (name.startsWith(QLatin1String("--")) && name.contains(QLatin1Char('='))) {
+      value = name.mid(name.indexOf(QLatin1Char('=')) + 1);
+      name = name.left(name.indexOf(QLatin1Char('=')));
+      inlineValue = true;
+    }
+    static QStringList const withValue{
+        QStringLiteral("--title"),   QStringLiteral("--at"),      QStringLiteral("--every"),
+        QStringLiteral("--count"),   QStringLiteral("-o"),        QStringLiteral("--format"),
+        QStringLiteral("--quality"), QStringLiteral("--name"),    QStringLiteral("--size"),
+        QStringLiteral("--deinterlace"), QStringLiteral("--sheet"), QStringLiteral("--sheet-width")};
+    if (withValue.contains(name)) {
+      if (!inlineValue) {
+        if (i + 1 >= mArgs.size()) return Bad(name, "needs a value");
+        value = mArgs[++i];
+      }
+    } else if (inlineValue) {
+      return Bad(name, "takes no value");
+    }
+    if (name == QLatin1String("--list")) o->list = true;
+    else if (name == QLatin1String("--json")) o->json = true;
+    else if (name == QLatin1String("-q")) o->quiet = true;
+    else if (name == QLatin1String("--chapters")) { if (!SetKind(o, StillPlan::kChapters, name)) return false; }
+    else if (name == QLatin1String("--subtitles")) o->batch.choices.subtitles = true;
+    else if (name == QLatin1String("--no-subtitles")) o->batch.choices.subtitles = false;
+    else if (name == QLatin1String("--crop")) o->batch.choices.cropBorders = true;
+    else if (name == QLatin1String("--skip-blank")) o->batch.skipBlank = true;
+    else if (name == QLatin1String("--title")) {
+      if (!Number(value, 1, 99, &o->title)) return Bad(name, "accepts a title number, 1-99");
+    } else if (name == QLatin1String("--at")) {
+      if (!SetKind(o, StillPlan::kAt, name)) return false;
+      o->at = value;
+    } else if (name == QLatin1String("--every")) {
+      if (!SetKind(o, StillPlan::kEvery, name)) return false;
+      if (!StillPlan::ParseSeconds(value.toStdString(), &o->everyUs)) {
+        return Bad(name, "accepts seconds above 0, like 10 or 2.5");
+      }
+    } else if (name == QLatin1String("--count")) {
+      if (!SetKind(o, StillPlan::kCount, name)) return false;
+      if (!Number(value, 1, 10000, &o->count)) return Bad(name, "accepts a number of stills, 1-10000");
+    } else if (name == QLatin1String("-o")) {
+      if (value.isEmpty()) return Bad(name, "accepts a folder (or, with --sheet, a file)");
+      o->output = value;
+    } else if (name == QLatin1String("--format")) {
+      if (value == QLatin1String("jpg") || value == QLatin1String("jpeg")) o->batch.type = QuikSaveImageType_JPEG;
+      else if (value == QLatin1String("png")) o->batch.type = QuikSaveImageType_PNG;
+      else if (value == QLatin1String("tif") || value == QLatin1String("tiff")) o->batch.type = QuikSaveImageType_TIFF;
+      else return Bad(name, "accepts jpg, png or tif");
+    } else if (name == QLatin1String("--quality")) {
+      if (!Number(value, 1, 100, &o->batch.quality)) return Bad(name, "accepts 1-100");
+    } else if (name == QLatin1String("--name")) {
+      QString expanded;
+      QString bad;
+      if (!StillNames::Expand(value, StillPlace{}, &expanded, &bad)) {
+        return Bad(name, "accepts a file name with the fields {disc} {title} {chapter} {time} "
+                         "{frame} {n}, no folders");
+      }
+      o->batch.nameTemplate = value;
+    } else if (name == QLatin1String("--size")) {
+      int w = 0;
+      int h = 0;
+      if (value == QLatin1String("square")) o->batch.choices.shape = kDVDStillShapeSquarePixels;
+      else if (value == QLatin1String("itu")) o->batch.choices.shape = kDVDStillShapeSquarePixelsITU;
+      else if (value == QLatin1String("stored")) o->batch.choices.shape = kDVDStillShapeStored;
+      else if (Pair(value, &w, &h) && w <= 8192 && h <= 8192) o->batch.size = QSize(w, h);
+      else return Bad(name, "accepts square, itu, stored or WIDTHxHEIGHT (up to 8192x8192)");
+      sized = true;
+    } else if (name == QLatin1String("--deinterlace")) {
+      if (value == QLatin1String("auto")) o->batch.choices.deinterlace = StillChoices::kAuto;
+      else if (value == QLatin1String("off")) o->batch.choices.deinterlace = StillChoices::kOff;
+      else if (value == QLatin1String("blend")) o->batch.choices.deinterlace = StillChoices::kBlend;
+      else if (value == QLatin1String("adaptive")) o->batch.choices.deinterlace = StillChoices::kAdaptive;
+      else return Bad(name, "accepts auto, off, blend or adaptive");
+    } else if (name == QLatin1String("--sheet")) {
+      if (!Pair(value, &o->batch.sheetCols, &o->sheetRows) || o->batch.sheetCols > 50 || o->sheetRows > 50) {
+        return Bad(name, "accepts COLSxROWS, like 4x4 (up to 50x50)");
+      }
+      o->batch.sheet = true;
+    } else if (name == QLatin1String("--sheet-width")) {
+      if (!Number(value, 200, 20000, &o->batch.sheetWidth)) return Bad(name, "accepts 200-20000 pixels");
+    } else if (name.startsWith(QLatin1Char('-')) && name.size() > 1) {
+      return Bad(name, "is not an option (see --help)");
+    } else if (o->disc.isEmpty()) {
+      o->disc = name;
+    } else {
+      return Bad(name, "only one DISC");
+    }
+  }
+  (void)sized;
+  if (o->disc.isEmpty()) return Bad(QStringLiteral("DISC"), "missing: a VIDEO_TS folder, a disc, an image or a device");
+  if (o->json && !o->list) return Bad(QStringLiteral("--json"), "goes with --list");
+  return true;
+}
+
+QString Language(DVDLanguageCode code) {
+  if (code == 0) return QStringLiteral("unknown");
+  return QString(QChar(char(code >> 8))) + QChar(char(code & 0xff));
+}
+
+QString Format(UInt8 format) {
+  switch (format) {
+    case kDVDAudioFormatAC3: return QStringLiteral("AC-3");
+    case kDVDAudioFormatMPEG: return QStringLiteral("MPEG");
+    case kDVDAudioFormatLPCM: return QStringLiteral("LPCM");
+    case kDVDAudioFormatDTS: return QStringLiteral("DTS");
+    default: return QStringLiteral("other");
+  }
+}
+
+QString Duration(uint64_t ms) { return StillNames::TimeText(ms).replace(QLatin1Char('-'), QLatin1Char(':')); }
+
+void List(QString const& disc, std::vector<StillTitleInfo> const& titles, bool json, std::FILE* out) {
+  QJsonArray array;
+  for (StillTitleInfo const& t : titles) {
+    DVDTitleInfo const& i = t.info;
+    QJsonArray audio;
+    QStringList audioText;
+    for (UInt16 a = 0; a < std::min<UInt16>(i.audioStreams, 8); ++a) {
+      audio.append(QJsonObject{{QStringLiteral("language"), Language(i.audioLanguages[a])},
+                               {QStringLiteral("format"), Format(i.audioFormats[a])},
+                               {QStringLiteral("channels"), int(i.audioChannels[a])}});
+      audioText << QStringLiteral("%1 (%2 %3ch)").arg(Language(i.audioLanguages[a]), Format(i.audioFormats[a])).arg(i.audioChannels[a]);
+    }
+    QJsonArray subtitles;
+    QStringList subtitleText;
+    for (UInt16 s = 0; s < std::min<UInt16>(i.subPictureStreams, 32); ++s) {
+      subtitles.append(QJsonObject{{QStringLiteral("language"), Language(i.subPictureLanguages[s])}});
+      subtitleText << Language(i.subPictureLanguages[s]);
+    }
+    QJsonArray chapters;
+    for (uint32_t f : t.chapterFirstFrames) chapters.append(qint64(f));
+    QString const standard = i.standard == kDVDVideoStandardPAL ? QStringLiteral("PAL") : QStringLiteral("NTSC");
+    QString const aspect = i.aspect == kDVDAspectRatio16x9 ? QStringLiteral("16:9") : QStringLiteral("4:3");
+    if (json) {
+      array.append(QJsonObject{{QStringLiteral("title"), int(t.number)},
+                               {QStringLiteral("duration"), Duration(i.durationMs)},
+                               {QStringLiteral("durationMs"), qint64(i.durationMs)},
+                               {QStringLiteral("frames"), qint64(i.frames)},
+                               {QStringLiteral("chapters"), int(i.chapters)},
+                               {QStringLiteral("chapterFrames"), chapters},
+                               {QStringLiteral("standard"), standard},
+                               {QStringLiteral("aspect"), aspect},
+                               {QStringLiteral("width"), int(i.width)},
+                               {QStringLiteral("height"), int(i.height)},
+                               {QStringLiteral("angles"), int(i.angles)},
+                               {QStringLiteral("audio"), audio},
+                               {QStringLiteral("subtitles"), subtitles}});
+    } else {
+      std::fprintf(out, "Title %u: %s, %u frames, %u chapters, %s %s; audio: %s; subtitles: %s\n",
+                   unsigned(t.number), Duration(i.durationMs).toUtf8().constData(), unsigned(i.frames),
+                   unsigned(i.chapters), standard.toUtf8().constData(), aspect.toUtf8().constData(),
+                   audioText.isEmpty() ? "none" : audioText.join(QStringLiteral(", ")).toUtf8().constData(),
+                   subtitleText.isEmpty() ? "none" : subtitleText.join(QStringLiteral(", ")).toUtf8().constData());
+    }
+  }
+  if (json) {
+    QJsonObject const root{{QStringLiteral("disc"), disc}, {QStringLiteral("titles"), array}};
+    std::fprintf(out, "%s\n", QJsonDocument(root).toJson(QJsonDocument::Indented).constData());
+  }
+}
+
+}  // namespace
+
+int GrabCommand::Run(QStringList const& args, std::FILE* out, std::FILE* err,
+                     std::atomic<bool> const* cancel) {
+  if (args.contains(QStringLiteral("--help")) || args.contains(QStringLiteral("-h"))) {
+    std::fputs(kUsage, out);
+    return kWritten;
+  }
+  Options o;
+  if (!Parser(args, err).Parse(&o)) return kBadArguments;
+
+  StillTaker taker;
+  QString why;
+  if (taker.Open(o.disc, &why) != noErr) {
+    std::fprintf(err, "tavelo-grab: %s: %s\n", o.disc.toLocal8Bit().constData(), why.toUtf8().constData());
+    return kDiscUnusable;
+  }
+  QString const discName = StillNames::DiscName(o.disc);
+  if (o.list) {
+    List(discName, taker.Titles(), o.json, out);
+    return kWritten;
+  }
+  UInt16 const number = o.title ? UInt16(o.title) : taker.LongestTitle();
+  StillTitleInfo const* title = nullptr;
+  for (StillTitleInfo const& t : taker.Titles()) {
+    if (t.number == number) title = &t;
+  }
+  if (!title) {
+    std::fprintf(err, "tavelo-grab: --title: accepts 1-%zu on this disc\n", taker.Titles().size());
+    return kBadArguments;
+  }
+  bool const pal = title->info.standard == kDVDVideoStandardPAL;
+  StillTitle planned{title->info.frames, pal, title->chapterFirstFrames};
+  std::vector<uint32_t> at;
+  if (o.kind == StillPlan::kAt) {
+    std::string bad;
+    if (!StillPlan::ParseTimes(o.at.toStdString(), pal, &at, &bad)) {
+      std::fprintf(err, "tavelo-grab: --at: %s: accepts seconds (83.5), m:ss, h:mm:ss[.mmm] or f<frame>\n",
+                   bad.c_str());
+      return kBadArguments;
+    }
+  }
+  StillPlan::Kind const kind = o.kind.value_or(o.batch.sheet ? StillPlan::kCount : StillPlan::kChapters);
+  int const count = o.count ? o.count : (o.batch.sheet ? o.batch.sheetCols * o.sheetRows : 0);
+  StillPlan plan;
+  plan.Construct(planned, kind, at, o.everyUs, count);
+
+  // Where files go.
+  o.batch.folder = QDir::currentPath();
+  if (!o.output.isEmpty()) {
+    QFileInfo const info(o.output);
+    if (o.batch.sheet && !info.isDir() && !o.output.endsWith(QLatin1Char('/'))) {
+      o.batch.sheetPath = info.absoluteFilePath();
+      o.batch.folder = info.absolutePath();
+    } else {
+      o.batch.folder = info.absoluteFilePath();
+    }
+  }
+  if (!QDir().mkpath(o.batch.folder)) {
+    std::fprintf(err, "tavelo-grab: -o: %s cannot be made\n", o.batch.folder.toLocal8Bit().constData());
+    return kBadArguments;
+  }
+
+  bool const bar = !o.quiet && ::isatty(::fileno(err));
+  StillBatchReport report;
+  report.written = [out](QString const& path) {
+    std::fprintf(out, "%s\n", QDir::toNativeSeparators(path).toUtf8().constData());
+    std::fflush(out);
+  };
+  report.failed = [err](QString const& what) {
+    std::fprintf(err, "tavelo-grab: %s\n", what.toUtf8().constData());
+  };
+  if (bar) {
+    report.progress = [err](int done, int total) {
+      int const width = 40;
+      int const filled = total ? done * width / total : width;
+      std::fprintf(err, "\r[%s%s] %d/%d", std::string(size_t(filled), '#').c_str(),
+                   std::string(size_t(width - filled), ' ').c_str(), done, total);
+      if (done == total) std::fputc('\n', err);
+      std::fflush(err);
+    };
+  }
+  int const failures = StillBatch::Run(taker, discName, *title, plan, o.batch, report, cancel);
+  return failures ? kSomeMissing : kWritten;
+}

@@ -1,0 +1,33 @@
+// tavelo-grab: stills from a DVD without a display (see GrabCommand).
+#include <QGuiApplication>
+
+#include <atomic>
+#include <signal.h>
+#include <cstdio>
+
+#include "GrabCommand.h"
+
+namespace {
+
+std::atomic<bool> sCancel{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler");
+
+void Cancel(int) { sCancel = true; }
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Pictures and sheets are drawn off screen; no display is needed or used.
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  QGuiApplication app(argc, argv);
+  QStringList args = QCoreApplication::arguments();
+  args.removeFirst();
+  // Interrupted or terminated, the batch ends after the still it is writing: no file is
+  // left half-written.
+  struct sigaction action {};
+  action.sa_handler = Cancel;
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGTERM, &action, nullptr);
+  sigaction(SIGINT, &action, nullptr);
+  return GrabCommand::Run(args, stdout, stderr, &sCancel);
+}
