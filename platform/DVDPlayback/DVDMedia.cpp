@@ -111,6 +111,7 @@ OSStatus DVDMedia::Construct(std::string const& path) {
   mDiscRegion = kDVDRegionCodeUninitialized;
   mNativeHeight = 480;
   mAspect = kDVDAspectRatio4x3;
+  mTitles = std::make_shared<DVDTitleTable const>();
 
   struct stat st;
   if (path.empty() || ::stat(path.c_str(), &st) != 0) return kDVDErrorInvalidArgument;
@@ -161,6 +162,7 @@ OSStatus DVDMedia::Construct(std::string const& path) {
     PlatformLog("DVD: %s is scrambled (CSS) and libdvdcss is not installed", path.c_str());
     return kDVDErrorMediaScrambled;
   }
+  auto titles = std::make_shared<DVDTitleTable const>(DVDTitleTable::Read(reader.get(), *vmg));
 
   if (vmg->vmgi_mat->vmg_nr_of_title_sets > 0) {
     std::unique_ptr<ifo_handle_t, IfoCloser> vts(::ifoOpen(reader.get(), 1));
@@ -174,6 +176,7 @@ OSStatus DVDMedia::Construct(std::string const& path) {
   mPath = path;
   mOpenPath = probe.openPath;
   mOverlay = std::move(probe.overlay);
+  mTitles = std::move(titles);
   return noErr;
 }
 

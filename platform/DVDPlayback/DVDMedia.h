@@ -4,8 +4,10 @@
 
 #include "DVDIFOProbe.h"
 #include "DVDPlayback.h"
+#include "DVDTitleTable.h"
 
 #include <array>
+#include <memory>
 #include <string>
 
 namespace dvd {
@@ -29,6 +31,8 @@ class DVDMedia {
   UInt16 NativeWidth() const { return 720; }
   UInt16 NativeHeight() const { return mNativeHeight; }
   DVDAspectRatio Aspect() const { return mAspect; }
+  // The disc's titles, read once here; shared with the navigator, which counts frames by it.
+  std::shared_ptr<DVDTitleTable const> const& Titles() const { return mTitles; }
 
   // 0 and the drive's region mask and changes left; 255 / -1 when no drive holds the media;
   // kDVDErrorRegionCodeUninitialized for a drive whose region was never set.
@@ -44,6 +48,7 @@ class DVDMedia {
   DVDRegionCode mDiscRegion = kDVDRegionCodeUninitialized;
   UInt16 mNativeHeight = 480;
   DVDAspectRatio mAspect = kDVDAspectRatio4x3;
+  std::shared_ptr<DVDTitleTable const> mTitles = std::make_shared<DVDTitleTable const>();
 };
 
 }  // namespace dvd

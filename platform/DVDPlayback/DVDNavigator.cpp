@@ -28,7 +28,8 @@ DVDNavigator::DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPresenter*
 
 DVDNavigator::~DVDNavigator() { Close(); }
 
-OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const& discID) {
+OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const& discID,
+                           std::shared_ptr<DVDTitleTable const> table) {
   Close();
   dvdnav_t* nav = nullptr;
   if (dvdnav_open2(&nav, nullptr, DVDNavLogger(), path.c_str()) != DVDNAV_STATUS_OK) {
@@ -55,6 +56,7 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
   std::lock_guard<std::mutex> g(mMutex);
   mNav = nav;
   mTitleParts = std::move(parts);
+  mTitleTable = std::move(table);
   mJobs.clear();
   mJobRunning = false;
   mDiscID = discID;
@@ -167,6 +169,13 @@ void DVDNavigator::Jumped() {
 }
 
 void DVDNavigator::Restart() { dvdnav_reset(mNav); }
+
+bool DVDNavigator::StartOver() {
+  int event = 0;
+  int len = 0;
+  Restart();
+  return dvdnav_get_next_block(mNav, mBlock.data(), &event, &len) == DVDNAV_STATUS_OK;
+}
 
 void DVDNavigator::ForgetAnnounced() {
   // Everything is announced again as the disc starts over.

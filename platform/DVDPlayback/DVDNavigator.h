@@ -10,12 +10,14 @@
 #include "DVDEventQueue.h"
 #include "DVDPlayback.h"
 #include "DVDPresenter.h"
+#include "DVDTitleTable.h"
 
 #include <array>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -33,7 +35,9 @@ class DVDNavigator {
   DVDNavigator(DVDNavigator const&) = delete;
   DVDNavigator& operator=(DVDNavigator const&) = delete;
 
-  OSStatus Open(std::string const& path, std::array<UInt8, 8> const& discID);
+  // table (may be null): the disc's titles, which title frame counts are taken from.
+  OSStatus Open(std::string const& path, std::array<UInt8, 8> const& discID,
+                std::shared_ptr<DVDTitleTable const> table = nullptr);
   void Close();
 
   void SetTimeEventRate(UInt32 milliseconds);
@@ -46,6 +50,11 @@ class DVDNavigator {
   OSStatus Scan(DVDScanRate rate, DVDScanDirection direction);
   OSStatus NextChapter();
   OSStatus PreviousChapter();
+  // Titles from 1: the one playing (0 on a menu or stopped), one played from its start, and a
+  // chapter of the one playing.
+  OSStatus GetTitle(UInt16* title);
+  OSStatus SetTitle(UInt16 title);
+  OSStatus SetChapter(UInt16 chapter);
   OSStatus IsOnMenu(Boolean* onMenu, DVDMenu* menu);
   OSStatus GoToMenu(DVDMenu menu);
   OSStatus ReturnToTitle();
@@ -161,6 +170,9 @@ class DVDNavigator {
   // Back to the disc's first-play state (reader, without the lock), and what is announced
   // again after it.
   void Restart();
+  // Restart, then the machine's first step, after which it can jump (reader, without the
+  // lock); false when the disc does not start.
+  bool StartOver();
   void ForgetAnnounced();
   // A command changed something the thread waits on.
   void Poke();
@@ -266,6 +278,7 @@ class DVDNavigator {
 
   View mView;
   std::vector<int32_t> mTitleParts;  // chapters of each title, from the disc's manager
+  std::shared_ptr<DVDTitleTable const> mTitleTable;  // set at open, never changed while open
   std::deque<std::function<void()>> mJobs;
   bool mJobRunning = false;
 

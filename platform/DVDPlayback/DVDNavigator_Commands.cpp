@@ -354,14 +354,8 @@ OSStatus DVDNavigator::GotoBookmark(UInt8 const* data, UInt32 size) {
   if (mark.chapter < 1 || mark.chapter > TitleParts(mark.title)) return kDVDErrorInvalidArgument;
   bool const restart = mState == kDVDStateIdle || mState == kDVDStateStopped;
   Post([this, mark, restart] {
-    bool started = true;
-    if (restart) {
-      // The machine must have started before it can jump.
-      int event = 0;
-      int len = 0;
-      Restart();
-      started = dvdnav_get_next_block(mNav, mBlock.data(), &event, &len) == DVDNAV_STATUS_OK;
-    }
+    // The machine must have started before it can jump.
+    bool const started = !restart || StartOver();
     bool const there =
         started && dvdnav_part_play(mNav, mark.title, mark.chapter) == DVDNAV_STATUS_OK;
     if (there) {

@@ -74,6 +74,15 @@ void DVDNavigator::CountTitleFrames() {
       title == mFramesTitle) {
     return;
   }
+  // The disc's table counts every cell; dvdnav's own count stops at the first cell of the
+  // last chapter.
+  DVDTitleTable::Title const* const known =
+      mTitleTable ? mTitleTable->Find(UInt32(title)) : nullptr;
+  if (known && known->info.chapters > 0) {
+    mFramesTitle = title;
+    mTitleFrames = known->info.frames;
+    return;
+  }
   uint64_t* times = nullptr;
   uint64_t duration = 0;
   uint32_t const chapters = dvdnav_describe_title_chapters(mNav, title, &times, &duration);

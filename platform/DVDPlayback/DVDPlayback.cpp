@@ -109,7 +109,8 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
     presenter->SetVolume(s.mVolume, s.mMuted);
     presenter->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
     auto navigator = std::make_unique<dvd::DVDNavigator>(s.mClock, s.mEvents, presenter.get());
-    if (OSStatus const status = navigator->Open(media->OpenPath(), media->UniqueID());
+    if (OSStatus const status =
+            navigator->Open(media->OpenPath(), media->UniqueID(), media->Titles());
         status != noErr) {
       return status;
     }

@@ -263,3 +263,52 @@ OSStatus DVDGetSubPictureLanguageCode(UInt16 inStreamNum, DVDLanguageCode* outCo
 // Disabled, only the subpictures the disc forces are shown.
 OSStatus DVDEnableSubPicture(Boolean inEnable);
 OSStatus DVDIsSubPictureEnabled(Boolean* outEnabled);
+
+// The disc's titles, as its information files describe them (read when the disc is opened):
+// listed without playing them. Frame numbers are those the service presents: frames as
+// DVDGetTitleFrameCount counts them, chapters starting where the first picture after a
+// chapter jump is numbered.
+enum : UInt8 {
+  kDVDAudioFormatAC3 = 0,
+  kDVDAudioFormatMPEG = 1,
+  kDVDAudioFormatLPCM = 2,
+  kDVDAudioFormatDTS = 3,
+  kDVDAudioFormatOther = 4,
+};
+struct DVDTitleInfo {
+  UInt32 frames;              // pictures in the title, as DVDGetTitleFrameCount counts them
+  UInt32 durationMs;          // frames at the title's frame rate (1001/30000 s or 1/25 s each)
+  UInt16 chapters;
+  UInt16 angles;
+  DVDVideoStandard standard;  // kDVDVideoStandardNTSC or kDVDVideoStandardPAL
+  DVDAspectRatio aspect;      // kDVDAspectRatio4x3 or kDVDAspectRatio16x9
+  UInt16 width;               // stored size: 720 x 480 / 576 (or the title set's coded size)
+  UInt16 height;
+  // Streams numbered as DVDGetNumAudioStreams and the like number them: the count runs to
+  // the last stream the title has; one it skips has language 0, format Other, 0 channels.
+  UInt16 audioStreams;        // up to 8
+  DVDLanguageCode audioLanguages[8];
+  UInt8 audioFormats[8];      // kDVDAudioFormat...
+  UInt16 audioChannels[8];
+  UInt16 subPictureStreams;   // up to 32
+  DVDLanguageCode subPictureLanguages[32];
+};
+// Titles are numbered from 1. A title whose title set cannot be read has no chapters or
+// frames, and an unknown standard and aspect. kDVDErrorNotAllowedNow without a disc;
+// kDVDErrorInvalidArgument for a title the disc lacks or a null pointer.
+OSStatus DVDGetNumTitles(UInt16* outNumTitles);
+OSStatus DVDGetTitleInfo(UInt16 inTitle, DVDTitleInfo* outInfo);
+// The first frame in the title of each chapter (chapter 1 first, always 0): up to *ioCount
+// are written; *ioCount is set to the title's chapter count. outFrames may be null only
+// when *ioCount is 0.
+OSStatus DVDGetChapterFirstFrames(UInt16 inTitle, UInt32* outFrames, UInt16* ioCount);
+// The title playing (0 on a menu or stopped).
+OSStatus DVDGetTitle(UInt16* outTitle);
+// Plays the title from its start (as a title search would), from a menu or a stop too;
+// returns at once, the pictures follow. kDVDErrorNotAllowedNow without a disc,
+// kDVDErrorInvalidArgument for a title the disc lacks.
+OSStatus DVDSetTitle(UInt16 inTitle);
+// Plays chapter inChapter (from 1) of the title playing, as DVDNextChapter moves: returns at
+// once. kDVDErrorNotAllowedNow without a disc or outside a title; kDVDErrorInvalidArgument
+// for a chapter the title lacks.
+OSStatus DVDSetChapter(UInt16 inChapter);

@@ -281,3 +281,79 @@ OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr proc, void* r
   S().frameRefCon = refCon;
   return Call("DVDSetFrameReadyCallBack");
 }
+
+namespace {
+
+// A title of the open disc's table, or null (and why) when there is none.
+fake_dvd::State::Title const* FindTitle(UInt16 title, OSStatus* status) {
+  if (!S().hasMedia) {
+    *status = kDVDErrorNotAllowedNow;
+    return nullptr;
+  }
+  if (title < 1 || title > S().titles.size()) {
+    *status = kDVDErrorInvalidArgument;
+    return nullptr;
+  }
+  return &S().titles[title - 1];
+}
+
+}  // namespace
+
+OSStatus DVDGetNumTitles(UInt16* count) {
+  OSStatus const r = Call("DVDGetNumTitles");
+  if (r != noErr) return r;
+  if (!S().hasMedia) return kDVDErrorNotAllowedNow;
+  *count = UInt16(S().titles.size());
+  return noErr;
+}
+OSStatus DVDGetTitleInfo(UInt16 title, DVDTitleInfo* info) {
+  OSStatus r = Call("DVDGetTitleInfo");
+  if (r != noErr) return r;
+  fake_dvd::State::Title const* const found = FindTitle(title, &r);
+  if (!found) return r;
+  *info = found->info;
+  return noErr;
+}
+OSStatus DVDGetChapterFirstFrames(UInt16 title, UInt32* frames, UInt16* count) {
+  OSStatus r = Call("DVDGetChapterFirstFrames");
+  if (r != noErr) return r;
+  fake_dvd::State::Title const* const found = FindTitle(title, &r);
+  if (!found) return r;
+  std::vector<UInt32> const& firsts = found->chapterFirstFrames;
+  size_t const n = std::min<size_t>(*count, firsts.size());
+  if (n > 0) std::copy_n(firsts.begin(), n, frames);
+  *count = UInt16(firsts.size());
+  return noErr;
+}
+OSStatus DVDGetTitle(UInt16* title) {
+  OSStatus const r = Call("DVDGetTitle");
+  if (r != noErr) return r;
+  if (!S().hasMedia) return kDVDErrorNotAllowedNow;
+  *title = S().playingTitle;
+  return noErr;
+}
+// The title starts: its first picture is presented.
+OSStatus DVDSetTitle(UInt16 title) {
+  S().setTitles.push_back(title);
+  OSStatus r = Call("DVDSetTitle");
+  if (r != noErr) return r;
+  if (!FindTitle(title, &r)) return r;
+  S().playingTitle = title;
+  S().presentedTitle = title;
+  S().presentedChapter = 1;
+  S().frameInTitle = 0;
+  return noErr;
+}
+// The chapter's first frame of the table is presented.
+OSStatus DVDSetChapter(UInt16 chapter) {
+  S().setChapters.push_back(chapter);
+  OSStatus r = Call("DVDSetChapter");
+  if (r != noErr) return r;
+  if (!S().hasMedia || S().playingTitle == 0) return kDVDErrorNotAllowedNow;
+  fake_dvd::State::Title const* const found = FindTitle(S().playingTitle, &r);
+  if (!found) return r;
+  if (chapter < 1 || chapter > found->chapterFirstFrames.size()) return kDVDErrorInvalidArgument;
+  S().presentedChapter = chapter;
+  S().frameInTitle = found->chapterFirstFrames[chapter - 1];
+  return noErr;
+}

@@ -56,6 +56,15 @@ struct State {
   unsigned char frameRGB[3] = {0, 0, 0};
   DVDFrameReadyCallBackFunctionPtr frameReady = nullptr;
   void* frameRefCon = nullptr;
+  // The disc's titles (title n is titles[n - 1]), answered while media is open.
+  struct Title {
+    DVDTitleInfo info{};
+    std::vector<UInt32> chapterFirstFrames;
+  };
+  std::vector<Title> titles;
+  UInt16 playingTitle = 0;          // DVDGetTitle's answer; DVDSetTitle plays its title
+  std::vector<UInt16> setTitles;    // DVDSetTitle's arguments, in order
+  std::vector<UInt16> setChapters;  // DVDSetChapter's
 };
 
 State& S();

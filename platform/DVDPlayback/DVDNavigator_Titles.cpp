@@ -1,0 +1,56 @@
+// The navigator's title commands: which title plays, playing another from its start, and
+// going to a chapter of the one playing. Checked at once; the jumps are the reader's to make.
+#include "DVDNavigator.h"
+
+#include "PlatformLog.h"
+
+#include <dvdnav/dvdnav.h>
+
+namespace dvd {
+
+OSStatus DVDNavigator::GetTitle(UInt16* title) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  // The title last announced: the one whose pictures are on their way to the screen.
+  bool const playing = mState != kDVDStateIdle && mState != kDVDStateStopped;
+  *title = playing && mTitle > 0 ? UInt16(mTitle) : 0;
+  return noErr;
+}
+
+OSStatus DVDNavigator::SetTitle(UInt16 title) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (title < 1 || title > mTitleParts.size()) return kDVDErrorInvalidArgument;
+  bool const restart = mState == kDVDStateIdle || mState == kDVDStateStopped;
+  Post([this, title, restart] {
+    // From a stop the machine starts over first: it only jumps once it runs.
+    bool const started = !restart || StartOver();
+    bool const there = started && dvdnav_title_play(mNav, title) == DVDNAV_STATUS_OK;
+    std::lock_guard<std::mutex> g(mMutex);
+    if (restart) ForgetAnnounced();
+    if (!there) {
+      PlatformLog("DVD: title %d cannot be played", int(title));
+      return;
+    }
+    EndScan();
+    Jumped();
+    SetState(kDVDStatePlaying);
+  });
+  return noErr;
+}
+
+OSStatus DVDNavigator::SetChapter(UInt16 chapter) {
+  std::lock_guard<std::mutex> g(mMutex);
+  if (!mNav) return kDVDErrorNoMedia;
+  if (!TitleUnderway()) return kDVDErrorNotAllowedNow;
+  int32_t const title = mView.position.title;
+  if (chapter < 1 || chapter > TitleParts(title)) return kDVDErrorInvalidArgument;
+  Post([this, title, chapter] {
+    bool const found = dvdnav_part_play(mNav, title, chapter) == DVDNAV_STATUS_OK;
+    std::lock_guard<std::mutex> g(mMutex);
+    if (found) Jumped();
+  });
+  return noErr;
+}
+
+}  // namespace dvd
