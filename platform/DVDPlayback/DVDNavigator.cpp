@@ -398,10 +398,12 @@ void DVDNavigator::ReadAhead(std::unique_lock<std::mutex>& lk) {
       dvdnav_cell_change_event_t cell;
       std::memcpy(&cell, e.data.data(), sizeof cell);
       // Only the program chain's end runs commands that may take the machine elsewhere.
+      // libdvdnav's "cell_length" is the cell's last sector, counted as the chain's length
+      // is (the cell's start comes as a time).
       uint32_t position = 0;
       uint32_t length = 0;
-      mInLastCell = dvdnav_get_position(mNav, &position, &length) == DVDNAV_STATUS_OK &&
-                    cell.cell_start + cell.cell_length >= int64_t(length);
+      mInLastCell = dvdnav_get_position(mNav, &position, &length) != DVDNAV_STATUS_OK ||
+                    cell.cell_length + 1 >= int64_t(length);
       break;
     }
     case DVDNAV_STILL_FRAME:

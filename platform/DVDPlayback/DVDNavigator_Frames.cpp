@@ -15,6 +15,11 @@ namespace {
 constexpr int64_t kStepReadingOn = 60;
 // Halving a title's sectors finds any group of a 2 GiB program chain in 20 probes.
 constexpr int kMaxSeekProbes = 24;
+// In an open group the first pictures shown (B pictures before its key picture) are made
+// from the group before: they cannot be decoded after a jump to it. A target among them is
+// reached from the group before, reading on; so each group serves the frames from this far
+// into it to as far into the next.
+constexpr int64_t kLeadingPictures = 3;
 
 bool IsPAL(uint32_t height) { return height == 576 || height == 288; }
 
@@ -54,8 +59,10 @@ bool DVDNavigator::SeekReadsOn() {
     case DVDNAV_STOP:
     case DVDNAV_STILL_FRAME:
     case DVDNAV_WAIT:
-    case DVDNAV_HOP_CHANNEL:
       return false;
+    case DVDNAV_HOP_CHANNEL:
+      // Comes with a new program (chapter) of the chain too: only its end may leave.
+      return !mInLastCell;
     case DVDNAV_NAV_PACKET: {
       return next.position.inTitle && FirstFrame(next) <= target;
     }
@@ -93,12 +100,13 @@ bool DVDNavigator::SeekLanded(ReadEvent& e) {
   int64_t const ticks = FrameTicks(e.position);
   int64_t const first = FirstFrame(e);
   int64_t const frames = std::max<int64_t>(1, (e.vobuSpan + ticks / 2) / ticks);
-  bool const inside = first <= mSeek.target && mSeek.target < first + frames;
+  int64_t const from = first == 0 ? 0 : first + kLeadingPictures;
+  bool const inside = from <= mSeek.target && mSeek.target < first + frames + kLeadingPictures;
   uint32_t position = 0;
   uint32_t length = 0;
   if (!inside && e.position.inTitle && mSeek.probes < kMaxSeekProbes &&
       dvdnav_get_position(mNav, &position, &length) == DVDNAV_STATUS_OK) {
-    if (first > mSeek.target) {
+    if (from > mSeek.target) {
       // Every group from this one on comes later.
       mSeek.hi = std::min(mSeek.hi, position);
     } else {

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <vector>
 
 #include "DVDBarcode.h"
@@ -139,30 +140,31 @@ TEST_F(TaveloGrabTest, ASheetHoldsItsStillsInOrderAtTheWidthAsked) {
   ASSERT_EQ(1200, sheet.width());
   // Tiles: runs of columns, then rows, that are not the sheet's background.
   QRgb const background = sheet.pixel(2, sheet.height() - 2);
-  std::vector<std::pair<int, int>> rows;  // picture rows: top, bottom
+  auto const plain = [&](QRgb p) {
+    return std::abs(qRed(p) - qRed(background)) + std::abs(qGreen(p) - qGreen(background)) +
+               std::abs(qBlue(p) - qBlue(background)) < 24;
+  };
+  // Runs of more than 100 pixels that are not background along a line.
+  auto const runs = [&](int count, auto at) {
+    std::vector<std::pair<int, int>> found;
+    for (int k = 0; k < count;) {
+      while (k < count && plain(at(k))) ++k;
+      int const start = k;
+      while (k < count && !plain(at(k))) ++k;
+      if (k - start > 100) found.emplace_back(start, k);
+    }
+    return found;
+  };
+  // Columns: along a row through the last row of tiles' pictures (captions are short runs).
   std::vector<std::pair<int, int>> cols;
-  // The leftmost tile column starts at the first non-background pixel of the bottom rows.
-  int probeY = -1;
-  for (int yy = sheet.height() - 1; yy >= 0 && probeY < 0; --yy) {
-    int x = 0;
-    while (x < sheet.width() && sheet.pixel(x, yy) == background) ++x;
-    if (x < sheet.width() / 4) probeY = yy;  // a row through a picture of the first column
-  }
-  ASSERT_GE(probeY, 0);
-  for (int x = 0; x < sheet.width();) {
-    while (x < sheet.width() && sheet.pixel(x, probeY) == background) ++x;
-    int const start = x;
-    while (x < sheet.width() && sheet.pixel(x, probeY) != background) ++x;
-    if (x - start > 100) cols.emplace_back(start, x);
+  for (int y = sheet.height() - 1; y >= 0 && cols.empty(); --y) {
+    cols = runs(sheet.width(), [&](int x) { return sheet.pixel(x, y); });
   }
   ASSERT_EQ(4u, cols.size());
-  int const probeX = (cols[0].first + cols[0].second) / 2;
-  for (int yy = 0; yy < sheet.height();) {
-    while (yy < sheet.height() && sheet.pixel(probeX, yy) == background) ++yy;
-    int const start = yy;
-    while (yy < sheet.height() && sheet.pixel(probeX, yy) != background) ++yy;
-    if (yy - start > 100) rows.emplace_back(start, yy);
-  }
+  // Near the tile's left edge, clear of its centred caption.
+  int const probeX = cols[0].first + 10;
+  std::vector<std::pair<int, int>> const rows =
+      runs(sheet.height(), [&](int y) { return sheet.pixel(probeX, y); });
   ASSERT_EQ(4u, rows.size());
   std::vector<int> frames;
   for (auto const& [top, bottomRow] : rows) {
@@ -175,6 +177,25 @@ TEST_F(TaveloGrabTest, ASheetHoldsItsStillsInOrderAtTheWidthAsked) {
   std::vector<int> expected;
   for (int i = 0; i < 16; ++i) expected.push_back(int(std::floor((i + 0.5) * 900 / 16 + 0.5)));
   EXPECT_EQ(expected, frames);
+}
+
+TEST_F(TaveloGrabTest, SkipBlankMovesPastABlackStartButNotPastAPicture) {
+  Result r = Grab({QStringLiteral("--at"), QStringLiteral("0"), QStringLiteral("--skip-blank"),
+                   QStringLiteral("--name"), QStringLiteral("{frame}"), QStringLiteral("-o"), Out(),
+                   Disc("blank")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  ASSERT_EQ(1, r.lines.size());
+  EXPECT_EQ(QStringLiteral("30.jpg"), QFileInfo(r.lines[0]).fileName())
+      << "the first picture after the black";
+  r = Grab({QStringLiteral("--at"), QStringLiteral("0"), QStringLiteral("--name"),
+            QStringLiteral("plain {frame}"), QStringLiteral("-o"), Out(), Disc("blank")});
+  ASSERT_EQ(0, r.exit);
+  ASSERT_EQ(1, r.lines.size());
+  EXPECT_EQ(QStringLiteral("plain 0.jpg"), QFileInfo(r.lines[0]).fileName()) << "without the option";
+  r = Grab({QStringLiteral("--at"), QStringLiteral("f5"), QStringLiteral("--skip-blank"),
+            QStringLiteral("-o"), Out(), Disc("frames")});
+  ASSERT_EQ(0, r.exit);
+  EXPECT_EQ(std::vector<int>{5}, Barcodes(r.lines));
 }
 
 TEST_F(TaveloGrabTest, ListAsJSONAgreesWithTheDisc) {

@@ -62,6 +62,7 @@ struct Options {
   int count = 0;
   QString output;
   StillBatchOptions batch;
+  bool typed = false;  // --format given
   int sheetRows = 0;
   bool quiet = false;
   QString disc;
@@ -153,6 +154,7 @@ bool Parser::Parse(Options* o) {
       if (value.isEmpty()) return Bad(name, "accepts a folder (or, with --sheet, a file)");
       o->output = value;
     } else if (name == QLatin1String("--format")) {
+      o->typed = true;
       if (value == QLatin1String("jpg") || value == QLatin1String("jpeg")) o->batch.type = QuikSaveImageType_JPEG;
       else if (value == QLatin1String("png")) o->batch.type = QuikSaveImageType_PNG;
       else if (value == QLatin1String("tif") || value == QLatin1String("tiff")) o->batch.type = QuikSaveImageType_TIFF;
@@ -324,6 +326,12 @@ int GrabCommand::Run(QStringList const& args, std::FILE* out, std::FILE* err,
     if (o.batch.sheet && !info.isDir() && !o.output.endsWith(QLatin1Char('/'))) {
       o.batch.sheetPath = info.absoluteFilePath();
       o.batch.folder = info.absolutePath();
+      // A sheet file's own extension says its type unless --format does.
+      QString const suffix = info.suffix().toLower();
+      if (!o.typed && suffix == QLatin1String("png")) o.batch.type = QuikSaveImageType_PNG;
+      if (!o.typed && (suffix == QLatin1String("tif") || suffix == QLatin1String("tiff"))) {
+        o.batch.type = QuikSaveImageType_TIFF;
+      }
     } else {
       o.batch.folder = info.absoluteFilePath();
     }

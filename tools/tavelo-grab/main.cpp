@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <cstdio>
 
+#include "CoreMachDebugLog.h"
 #include "GrabCommand.h"
 
 namespace {
@@ -14,11 +15,17 @@ static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler
 
 void Cancel(int) { sCancel = true; }
 
+// Standard error is the user's: what Qt has to say goes to the diagnostic log.
+void ToLog(QtMsgType, QMessageLogContext const&, QString const& message) {
+  CoreMachDebugLogString(("Qt: " + message.toUtf8()).constData());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   // Pictures and sheets are drawn off screen; no display is needed or used.
   qputenv("QT_QPA_PLATFORM", "offscreen");
+  qInstallMessageHandler(ToLog);
   QGuiApplication app(argc, argv);
   QStringList args = QCoreApplication::arguments();
   args.removeFirst();

@@ -14,7 +14,7 @@ disc=$discs/frames
 source "$(dirname "$0")/e2e_common.sh"
 e2e_start tavelo-batch-e2e
 export XDG_PICTURES_DIR=$HOME/Pictures
-mkdir -p "$XDG_PICTURES_DIR"
+mkdir -p "$XDG_PICTURES_DIR" "$XDG_CONFIG_HOME"
 echo "XDG_PICTURES_DIR=\"\$HOME/Pictures\"" >"$XDG_CONFIG_HOME/user-dirs.dirs"
 grabs=$XDG_PICTURES_DIR/Tavelo
 
@@ -74,8 +74,11 @@ n=$(ls "$grabs" | grep -c '\.jpg$' || true)
 for f in "$grabs"/*.jpg; do djpeg "$f" >/dev/null 2>"$work/djpeg.err" || fail "$f is not whole: $(cat "$work/djpeg.err")"
   [ -s "$work/djpeg.err" ] && fail "$f is not whole: $(cat "$work/djpeg.err")"; done
 ls -A "$grabs" | grep -v '\.jpg$' && fail "other files left: $(ls -A "$grabs")"
-xdotool search --onlyvisible --name '^Batch Grab$' >/dev/null && fail "Escape after the batch stopped should close the dialog" || true
 pgrep -f tavelo-grab >/dev/null && fail "tavelo-grab still running"
+xdotool search --onlyvisible --name '^Batch Grab$' >/dev/null || fail "the cancel closed the dialog instead of stopping the batch"
+dialog_keys Escape
+sleep 0.5
+if xdotool search --onlyvisible --name '^Batch Grab$' >/dev/null; then fail "Escape with no batch running should close the dialog"; fi
 
 quit_app
 echo "PASS"

@@ -93,6 +93,50 @@ TEST_F(DVDFramePositionTest, SeeksShowExactlyTheirFramePausedAndPlaying) {
   }
 }
 
+TEST_F(DVDFramePositionTest, EveryFrameOfOpenGroupsIsReachedBySeeking) {
+  // A group's first pictures need the group before: seeks to them read on from there.
+  OpenAndPlay("opengop");
+  ASSERT_EQ(noErr, DVDPause());
+  for (UInt32 target = 0; target < 150; ++target) {
+    // From far away each time, so every seek lands by itself.
+    UInt32 const frame = target % 2 ? target : 149 - target;
+    ASSERT_EQ(noErr, DVDSeekToFrame(frame)) << frame;
+    ExpectShows(frame, ("open groups, " + std::to_string(frame)).c_str());
+  }
+}
+
+TEST_F(DVDFramePositionTest, StepsCrossAChapterOfOpenGroups) {
+  OpenAndPlay("opengop");
+  ASSERT_EQ(noErr, DVDPause());
+  // Into the second chapter, and from it into the third (a chapter that is not the last
+  // must not be taken for the chain's end).
+  for (UInt32 const chapter : {60u, 120u}) {
+    ASSERT_EQ(noErr, DVDSeekToFrame(chapter - 8));
+    ExpectShows(chapter - 8, "before the chapter");
+    for (UInt32 frame = chapter - 7; frame <= chapter + 6; ++frame) {
+      ASSERT_EQ(noErr, DVDStepFrame(1));
+      ExpectShows(frame, ("step to " + std::to_string(frame)).c_str());
+    }
+    ASSERT_EQ(noErr, DVDSeekToFrame(chapter));
+    ExpectShows(chapter, "the chapter's first frame");
+    ASSERT_EQ(noErr, DVDSeekToFrame(chapter + 1));
+    ExpectShows(chapter + 1, "the one after it");
+  }
+}
+
+TEST_F(DVDFramePositionTest, OpenGroupsPlayEveryFrameInOrder) {
+  OpenAndPlay("opengop");
+  int last = -1;
+  for (int i = 0; i < 60; ++i) {
+    Advance(67);
+    Shown const s = Presented();
+    ASSERT_EQ(s.barcode, int(s.info.frameInTitle)) << "after " << (i + 1) * 67 << " ms";
+    EXPECT_EQ(int((i + 1) * 67 * 30000LL / 1001000), s.barcode);
+    EXPECT_GT(s.barcode, last);
+    last = s.barcode;
+  }
+}
+
 TEST_F(DVDFramePositionTest, StepsBackThenForwardOneFrameAtATime) {
   OpenAndPlay("frames");
   ASSERT_EQ(noErr, DVDSeekToFrame(300));
