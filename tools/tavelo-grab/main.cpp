@@ -4,6 +4,8 @@
 #include <atomic>
 #include <signal.h>
 #include <cstdio>
+#include <cstring>
+#include <memory>
 
 #include "CoreMachDebugLog.h"
 #include "GrabCommand.h"
@@ -26,7 +28,12 @@ int main(int argc, char** argv) {
   // Pictures and sheets are drawn off screen; no display is needed or used.
   qputenv("QT_QPA_PLATFORM", "offscreen");
   qInstallMessageHandler(ToLog);
-  QGuiApplication app(argc, argv);
+  // Only a sheet's text needs fonts: the rest starts without the GUI's set-up.
+  bool sheet = false;
+  for (int i = 1; i < argc; ++i) sheet = sheet || std::strncmp(argv[i], "--sheet", 7) == 0;
+  std::unique_ptr<QCoreApplication> const app =
+      sheet ? std::make_unique<QGuiApplication>(argc, argv)
+            : std::make_unique<QCoreApplication>(argc, argv);
   QStringList args = QCoreApplication::arguments();
   args.removeFirst();
   // Interrupted or terminated, the batch ends after the still it is writing: no file is
