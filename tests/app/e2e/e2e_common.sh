@@ -41,6 +41,13 @@ e2e_start() {  # e2e_start NAME: a work folder, a display of our own, private ho
   log=$XDG_STATE_HOME/org.tavelo.Tavelo.log
 }
 
+private_pictures() {  # a Pictures folder of the test's own; quick saves go to `grabs`
+  export XDG_PICTURES_DIR=$HOME/Pictures
+  mkdir -p "$XDG_PICTURES_DIR" "$XDG_CONFIG_HOME"
+  echo "XDG_PICTURES_DIR=\"\$HOME/Pictures\"" >"$XDG_CONFIG_HOME/user-dirs.dirs"
+  grabs=$XDG_PICTURES_DIR/Tavelo
+}
+
 launch() {  # launch [PATH]
   step "launch ${1:-(no disc)}"
   "$tavelo" "$@" >"$work/app.out" 2>"$work/app.err" &

@@ -13,10 +13,7 @@ discs=${2:-}
 disc=$discs/frames
 source "$(dirname "$0")/e2e_common.sh"
 e2e_start tavelo-batch-e2e
-export XDG_PICTURES_DIR=$HOME/Pictures
-mkdir -p "$XDG_PICTURES_DIR" "$XDG_CONFIG_HOME"
-echo "XDG_PICTURES_DIR=\"\$HOME/Pictures\"" >"$XDG_CONFIG_HOME/user-dirs.dirs"
-grabs=$XDG_PICTURES_DIR/Tavelo
+private_pictures
 
 barcode() {  # barcode IMAGE: the frame number in its 16 blocks at row 24 (any width)
   local value=0 r g b w

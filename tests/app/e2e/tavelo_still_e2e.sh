@@ -14,10 +14,8 @@ disc=$discs/frames
 key_pause=0.5
 source "$(dirname "$0")/e2e_common.sh"
 e2e_start tavelo-still-e2e
-export XDG_PICTURES_DIR=$HOME/Pictures
-mkdir -p "$XDG_PICTURES_DIR" "$XDG_CONFIG_HOME/Tavelo"
-echo "XDG_PICTURES_DIR=\"\$HOME/Pictures\"" >"$XDG_CONFIG_HOME/user-dirs.dirs"
-grabs=$XDG_PICTURES_DIR/Tavelo
+private_pictures
+mkdir -p "$XDG_CONFIG_HOME/Tavelo"
 cat >"$XDG_CONFIG_HOME/Tavelo/Tavelo.conf" <<'CONF'
 [General]
 GrabSourceSelectorGroup=selectDefault_GrabVideoFrame:
