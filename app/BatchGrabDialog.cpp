@@ -87,8 +87,11 @@ BatchGrabDialog::BatchGrabDialog(Mode mode, QString const& discPath, int title,
   form->addRow(tr("Deinterlace:"), mDeinterlace);
   mSubtitles = new QCheckBox(tr("Include Subtitles"), this);
   mCrop = new QCheckBox(tr("Crop Black Borders"), this);
+  mSkipBlank = new QCheckBox(tr("Skip Blank Pictures"), this);
+  mSkipBlank->setToolTip(tr("A nearly uniform picture gives way to the first within 2 s that is not"));
   form->addRow(QString(), mSubtitles);
   form->addRow(QString(), mCrop);
+  form->addRow(QString(), mSkipBlank);
   mFolder = new QLineEdit(folder, this);
   mFolder->setObjectName(QStringLiteral("folder"));
   auto* choose = new QPushButton(tr("Choose..."), this);
@@ -171,6 +174,7 @@ QStringList BatchGrabDialog::Arguments() const {
        << QString::fromLatin1(kDeinterlace[mDeinterlace->currentIndex()])
        << (mSubtitles->isChecked() ? QStringLiteral("--subtitles") : QStringLiteral("--no-subtitles"));
   if (mCrop->isChecked()) args << QStringLiteral("--crop");
+  if (mSkipBlank->isChecked()) args << QStringLiteral("--skip-blank");
   args << QStringLiteral("-o") << mFolder->text() << mDisc;
   return args;
 }

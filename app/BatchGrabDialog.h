@@ -47,6 +47,7 @@ class BatchGrabDialog : public QDialog {
   QPointer<QComboBox> mDeinterlace;
   QPointer<QCheckBox> mSubtitles;
   QPointer<QCheckBox> mCrop;
+  QPointer<QCheckBox> mSkipBlank;
   QPointer<QLineEdit> mFolder;
   QPointer<QProgressBar> mProgress;
   QPointer<QLabel> mStatus;

@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QPaintEvent>
 
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -49,14 +50,26 @@ bool DVDVideoView::copyPresentedFrame() {
     std::memcpy(image.scanLine(y), pixels.data() + std::size_t(y) * info.rowBytes, info.width * 3u);
   }
   mPresentedImage = std::move(image);
+  mDisplayWidth = info.displayWidth;
   return true;
 }
 
 void DVDVideoView::paintEvent(QPaintEvent* event) {
   NSUIOpaqueBlackView::paintEvent(event);
   if (mPresentedImage.isNull()) return;
-  // The content is kept at the picture's display aspect: the picture fills it.
+  // A window keeps its content at the picture's display aspect and the picture fills it;
+  // a content of another shape (full screen) shows it at its shape, in black.
+  QRect target = rect();
+  if (mDisplayWidth > 0 && height() > 0) {
+    double const picture = double(mDisplayWidth) / mPresentedImage.height();
+    double const content = double(width()) / height();
+    if (std::abs(picture / content - 1.0) > 0.01) {
+      QSize const fitted = picture > content ? QSize(width(), int(std::lround(width() / picture)))
+                                             : QSize(int(std::lround(height() * picture)), height());
+      target = QRect(QPoint((width() - fitted.width()) / 2, (height() - fitted.height()) / 2), fitted);
+    }
+  }
   QPainter painter(this);
   painter.setRenderHint(QPainter::SmoothPixmapTransform, true);
-  painter.drawImage(rect(), mPresentedImage);
+  painter.drawImage(target, mPresentedImage);
 }

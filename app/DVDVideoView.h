@@ -30,6 +30,8 @@ class DVDVideoView : public NSUIOpaqueBlackView {
 
  private:
   QImage mPresentedImage;
+  // The picture's width at its display aspect (its height is the image's).
+  int mDisplayWidth = 0;
   std::atomic<bool> mFramePending{false};
   bool mPresenting = false;
 };

@@ -186,7 +186,7 @@ void DVDVideoWindow::setVideoDisplay() { SwitchToDisplay(NSScreenNumber(this)); 
 
 void DVDVideoWindow::frameDidChange() {
   // The window's own resize is already at the right aspect.
-  if (!mResizing) setWindowSize(kRefit);
+  if (!mResizing && !mFullScreen) setWindowSize(kRefit);
   // Before launch the session has not started: the set-up tells the service the bounds.
   if (mSetUp) setVideoBounds();
 }

@@ -46,6 +46,8 @@ class DVDVideoWindow : public QMainWindow, public NSNibAwaking {
   float titleAspectRatio() const;
   QSizeF getVideoSize() const;
   void setWindowSize(SInt32 mode);
+  // Full screen: the window takes the screen's shape, not the picture's.
+  void setFullScreen(bool fullScreen) { mFullScreen = fullScreen; }
   void setupVideoWindow();
   void setVideoBounds();
   void setVideoDisplay();
@@ -81,6 +83,7 @@ class DVDVideoWindow : public QMainWindow, public NSNibAwaking {
   QPointer<QObject> mDelegate;  // the controller
   QPointer<QWidget> mWatchedContentView;
   bool mResizing = false;
+  bool mFullScreen = false;
   bool mSetUp = false;  // connected to the service (from launch on)
 };
 

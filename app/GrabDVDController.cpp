@@ -160,7 +160,10 @@ bool GrabDVDController::openMedia(QString const& path, bool isVolume) {
     QByteArray const utf8 = path.toUtf8();
     valid = FSPathMakeRef(reinterpret_cast<UInt8 const*>(utf8.constData()), &fileRef, nullptr) == noErr;
   }
-  if (!valid) return false;
+  if (!valid) {
+    reportOpenFailure(path, kDVDErrorMediaNotDVD);
+    return false;
+  }
   if (hasMedia()) closeMedia();
 
   OSStatus result = noErr;
@@ -173,6 +176,7 @@ bool GrabDVDController::openMedia(QString const& path, bool isVolume) {
   bool fOk = false;
   if (result != noErr) {
     CoreMachDebugVerifyOSerr(result);
+    if (result != kDVDErrorRegionCodeUninitialized) reportOpenFailure(path, result);
   } else {
     mMediaPath = path;
     logMediaInfo();
@@ -288,10 +292,6 @@ void GrabDVDController::updateFrameText() {
   } else {
     mFrameText->clear();
   }
-}
-
-void GrabDVDController::handleDVDError(SInt32) {
-  if (NSApp) NSApp->terminate(this);
 }
 
 void GrabDVDController::DVDEventCallBack(DVDEventCode code, DVDEventValue data1, DVDEventValue data2,

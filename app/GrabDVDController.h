@@ -25,6 +25,7 @@
 #include "DVDVideoWindow.h"
 #include "PlaybackTime.h"
 
+class DVDFullScreen;
 class QKeyEvent;
 class QTimer;
 
@@ -49,7 +50,12 @@ class GrabDVDController : public GrabWindowController {
   QPointer<PlaybackTime> mTimeText;
   // Beside the time while paused: the frame on screen.
   QPointer<QLabel> mFrameText;
+  // Below the controls: what just happened (an open that failed, the last quick save).
+  QPointer<QLabel> mStatusText;
+  QPointer<QWidget> mOpenFailureNotice;
+  unsigned mStatusSerial = 0;
   QPointer<DVDVideoWindow> mVideoWindow;
+  DVDFullScreen* mFullScreen = nullptr;  // the nib's
   // The batch dialog shown (one at a time).
   QPointer<QDialog> mBatchDialog;
 
@@ -101,8 +107,16 @@ class GrabDVDController : public GrabWindowController {
   GrabTaken takeVideoFrame() override {
     return mStillChoices.TakeVideoFrameForSaving(mMediaPath);
   }
-  // A queued save is written: its picture is the last grab.
-  void grabSaved(QString const&) override { grabbedFrameUpdated(); }
+  // A queued save is written: its picture is the last grab, its name in the status line.
+  void grabSaved(QString const& path) override;
+  void quickSaveWritten(QString const& path);
+  // The status line: text for milliseconds (0: until replaced); with a folder, a click on it
+  // opens it.
+  void showStatus(QString const& text, int milliseconds, QString const& folder = QString());
+  void openStatusLink(QString const& link);
+  // Why path cannot be opened, in a sentence; in the status line and a notice.
+  static QString OpenFailureText(QString const& path, OSStatus status);
+  void reportOpenFailure(QString const& path, OSStatus status);
   bool validateMenuItemGrab(QAction* item);
   // Shows the last grab in the controller window.
   void grabbedFrameUpdated();
@@ -157,6 +171,8 @@ class GrabDVDController : public GrabWindowController {
   void onNextFrame(QObject* sender);
   // Grab -> Batch Grab... / Contact Sheet...: the dialog for the open disc.
   void batchGrab(QObject* sender);
+  // Video → Full Screen (F, a double click on the picture; Escape leaves).
+  void toggleFullScreen(QObject* sender);
   void contactSheet(QObject* sender);
   void onPreviousFrame(QObject* sender);
 

@@ -3,12 +3,14 @@
 #include "GrabDVDController.h"
 
 #include <QAction>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMenu>
 
 #include <cstdio>
 
 #include "BatchGrabDialog.h"
+#include "DVDFullScreen.h"
 #include "CoreMachDebugLog.h"
 #include "GrabThumbnailEditor.h"
 #include "NSMenuItemAction.h"
@@ -16,7 +18,7 @@
 
 namespace {
 
-char const kGrabVersionText[] = "1.005";
+char const kGrabVersionText[] = TAVELO_VERSION;
 char const kGrabShortName[] = "Tavelo";
 
 // The thumbnail's editor; made the first time it is needed. The view owns it.
@@ -28,8 +30,20 @@ GrabThumbnailEditor* ThumbnailEditor(QLabel* view, GrabWindowController* control
 }  // namespace
 
 void GrabDVDController::grabCurrentFrame(QObject* sender) {
+  if (grabsVideoFrames()) {
+    // Written on the save queue; grabSaved tells of it.
+    grabQuickSave(sender);
+    grabbedFrameUpdated();
+    return;
+  }
+  auto const type = QuikSaveImageType(defaultGrabImageType());
+  QString next = quickSavePath(type);
+  if (next.isEmpty()) {
+    next = NSBitmapImageRep().nextNumberedFileNameString(kNumberedFileFormatString, type);
+  }
   grabQuickSave(sender);
   grabbedFrameUpdated();
+  if (!next.isEmpty() && QFileInfo::exists(next)) quickSaveWritten(next);
 }
 
 void GrabDVDController::grabCurrentFrameSaveNumberedFile(QObject* sender) {
@@ -78,6 +92,10 @@ std::shared_ptr<NSBitmapImageRep> GrabDVDController::grabVideoFrame() {
 }
 
 void GrabDVDController::onNextFrame(QObject*) { CoreMachDebugVerify(DVDStepFrame(1) == noErr); }
+
+void GrabDVDController::toggleFullScreen(QObject*) {
+  if (mFullScreen) mFullScreen->toggle();
+}
 
 void GrabDVDController::batchGrab(QObject*) { showBatchDialog(BatchGrabDialog::kFiles); }
 

@@ -7,6 +7,9 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+
+#include "DVDFullScreen.h"
+#include "DVDGoMenu.h"
 #include <QSignalBlocker>
 #include <QSlider>
 
@@ -50,6 +53,11 @@ bool MainMenuNib::Construct() {
   }
   mAboutBox = loader.loadNibNamed(QStringLiteral("AboutBox"));
   mController = std::make_unique<GrabDVDController>();
+  auto* const bar = mVideoWindow->findChild<QMenuBar*>(QStringLiteral("mainMenu"));
+  // After the menus the nib has always had, before Help.
+  auto* const help = mVideoWindow->findChild<QMenu*>(QStringLiteral("menuHelp"));
+  mGoMenu = std::make_unique<DVDGoMenu>(bar, help ? help->menuAction() : nullptr);
+  mFullScreen = std::make_unique<DVDFullScreen>(mVideoWindow, mControlWindow);
   connectOutlets();
   wireMenuItems();
   wireControls();
@@ -72,6 +80,11 @@ void MainMenuNib::connectOutlets() {
   c.mControlWindow = mControlWindow.data();
   c.mTimeText = w.findChild<PlaybackTime*>(QStringLiteral("mTimeText"));
   c.mFrameText = w.findChild<QLabel*>(QStringLiteral("mFrameText"));
+  c.mStatusText = w.findChild<QLabel*>(QStringLiteral("mStatusText"));
+  c.mFullScreen = mFullScreen.get();
+  if (c.mStatusText) {
+    connect(c.mStatusText, &QLabel::linkActivated, &c, &GrabDVDController::openStatusLink);
+  }
   c.mVideoWindow = mVideoWindow.data();
   c.setGrabWindow(mVideoWindow);
   w.setDelegate(&c);

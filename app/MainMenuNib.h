@@ -15,6 +15,8 @@
 #include "DVDControlWindow.h"
 #include "DVDVideoWindow.h"
 
+class DVDFullScreen;
+class DVDGoMenu;
 class GrabDVDController;
 
 class MainMenuNib : public QObject {
@@ -31,6 +33,8 @@ class MainMenuNib : public QObject {
   DVDVideoWindow* videoWindow() const { return mVideoWindow; }
   DVDControlWindow* controlWindow() const { return mControlWindow; }
   QWidget* aboutBox() const { return mAboutBox; }
+  DVDGoMenu* goMenu() const { return mGoMenu.get(); }
+  DVDFullScreen* fullScreen() const { return mFullScreen.get(); }
 
   // The menu item whose action is selector (e.g. "onPlay:"), or null.
   QAction* menuItemWithAction(char const* selector) const;
@@ -51,4 +55,7 @@ class MainMenuNib : public QObject {
   QPointer<DVDVideoWindow> mVideoWindow;
   QPointer<DVDControlWindow> mControlWindow;
   QPointer<QWidget> mAboutBox;
+  // Go → Titles, Chapters, Audio, Subtitles, Angle.
+  std::unique_ptr<DVDGoMenu> mGoMenu;
+  std::unique_ptr<DVDFullScreen> mFullScreen;
 };

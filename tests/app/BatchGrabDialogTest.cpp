@@ -46,8 +46,10 @@ TEST_F(BatchGrabDialogTest, TheChoicesMakeTheCommandLine) {
   d.mDeinterlace->setCurrentIndex(3);
   d.mSubtitles->setChecked(true);
   d.mCrop->setChecked(true);
+  d.mSkipBlank->setChecked(true);
   EXPECT_EQ((QStringList{"-q", "--every", "5", "--format", "png", "--size", "stored",
-                         "--deinterlace", "adaptive", "--subtitles", "--crop", "-o", "/pictures",
+                         "--deinterlace", "adaptive", "--subtitles", "--crop", "--skip-blank",
+                         "-o", "/pictures",
                          "/discs/Film"}),
             d.Arguments());
   EXPECT_EQ(7, d.Planned()) << "frames 0, 149, 299, 449, 599, 749, 899";

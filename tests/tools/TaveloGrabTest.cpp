@@ -198,6 +198,20 @@ TEST_F(TaveloGrabTest, SkipBlankMovesPastABlackStartButNotPastAPicture) {
   EXPECT_EQ(std::vector<int>{5}, Barcodes(r.lines));
 }
 
+TEST_F(TaveloGrabTest, AStillThatCannotBeWrittenStopsTheBatchAndTheRestIsReported) {
+  // Where the second still's file would go stands a folder: its write fails, as on a full
+  // disk; what is left is reported, not written, and nothing half-written stays.
+  ASSERT_TRUE(QDir(Out()).mkpath(QStringLiteral("2.jpg")));
+  Result const r = Grab({QStringLiteral("--chapters"), QStringLiteral("--name"), QStringLiteral("{n}"),
+                         QStringLiteral("-o"), Out(), Disc("frames")});
+  EXPECT_EQ(1, r.exit);
+  EXPECT_EQ(QStringList{Out() + QStringLiteral("/1.jpg")}, r.lines);
+  EXPECT_TRUE(r.err.contains(QLatin1String("2.jpg could not be written"))) << r.err.toStdString();
+  EXPECT_TRUE(r.err.contains(QLatin1String("frame 600 not written"))) << r.err.toStdString();
+  EXPECT_EQ((QStringList{"1.jpg", "2.jpg"}), QDir(Out()).entryList(QDir::AllEntries | QDir::Hidden |
+                                                                     QDir::NoDotAndDotDot, QDir::Name));
+}
+
 TEST_F(TaveloGrabTest, ListAsJSONAgreesWithTheDisc) {
   Result const r = Grab({QStringLiteral("--list"), QStringLiteral("--json"), Disc("frames")});
   ASSERT_EQ(0, r.exit) << r.err.toStdString();

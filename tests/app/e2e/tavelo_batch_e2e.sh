@@ -78,4 +78,6 @@ sleep 0.5
 if xdotool search --onlyvisible --name '^Batch Grab$' >/dev/null; then fail "Escape with no batch running should close the dialog"; fi
 
 quit_app
+# Decoder and disc library messages go to the log, never to the terminal.
+grep -E "libdvdnav|libdvdread|\[mpeg2video|\[ac3|\[mp2" "$work/app.err" && fail "library messages reached the terminal"
 echo "PASS"

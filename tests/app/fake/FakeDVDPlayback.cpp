@@ -163,6 +163,50 @@ OSStatus DVDSetAngle(UInt16 a) {
   S().setAngle = a;
   return Call("DVDSetAngle");
 }
+OSStatus DVDGetNumAudioStreams(UInt16* n) {
+  *n = UInt16(S().audioLanguages.size());
+  return Call("DVDGetNumAudioStreams");
+}
+OSStatus DVDGetAudioStream(UInt16* s) {
+  *s = S().audioStream;
+  return Call("DVDGetAudioStream");
+}
+OSStatus DVDSetAudioStream(UInt16 s) {
+  if (s >= S().audioLanguages.size()) return kDVDErrorInvalidArgument;
+  S().audioStream = s;
+  return Call("DVDSetAudioStream");
+}
+OSStatus DVDGetAudioLanguageCode(UInt16 s, DVDLanguageCode* code) {
+  if (s >= S().audioLanguages.size()) return kDVDErrorInvalidArgument;
+  *code = S().audioLanguages[s];
+  return Call("DVDGetAudioLanguageCode");
+}
+OSStatus DVDGetNumSubPictureStreams(UInt16* n) {
+  *n = UInt16(S().subPictureLanguages.size());
+  return Call("DVDGetNumSubPictureStreams");
+}
+OSStatus DVDGetSubPictureStream(UInt16* s) {
+  *s = S().subPictureStream;
+  return Call("DVDGetSubPictureStream");
+}
+OSStatus DVDSetSubPictureStream(UInt16 s) {
+  if (s >= S().subPictureLanguages.size()) return kDVDErrorInvalidArgument;
+  S().subPictureStream = s;
+  return Call("DVDSetSubPictureStream");
+}
+OSStatus DVDGetSubPictureLanguageCode(UInt16 s, DVDLanguageCode* code) {
+  if (s >= S().subPictureLanguages.size()) return kDVDErrorInvalidArgument;
+  *code = S().subPictureLanguages[s];
+  return Call("DVDGetSubPictureLanguageCode");
+}
+OSStatus DVDEnableSubPicture(Boolean enable) {
+  S().subPictureEnabled = enable;
+  return Call("DVDEnableSubPicture");
+}
+OSStatus DVDIsSubPictureEnabled(Boolean* enabled) {
+  *enabled = S().subPictureEnabled;
+  return Call("DVDIsSubPictureEnabled");
+}
 OSStatus DVDDoUserNavigation(DVDUserNavigation n) {
   S().navigation.push_back(n);
   return Call("DVDDoUserNavigation");

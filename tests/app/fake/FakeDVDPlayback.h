@@ -65,6 +65,12 @@ struct State {
   UInt16 playingTitle = 0;          // DVDGetTitle's answer; DVDSetTitle plays its title
   std::vector<UInt16> setTitles;    // DVDSetTitle's arguments, in order
   std::vector<UInt16> setChapters;  // DVDSetChapter's
+  // The title's streams by their languages; the ones chosen.
+  std::vector<DVDLanguageCode> audioLanguages;
+  UInt16 audioStream = 0;
+  std::vector<DVDLanguageCode> subPictureLanguages;
+  UInt16 subPictureStream = 0;
+  Boolean subPictureEnabled = false;
 };
 
 State& S();
