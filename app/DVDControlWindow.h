@@ -16,6 +16,9 @@ class DVDControlWindow : public QWidget, public NSNibAwaking {
   explicit DVDControlWindow(QWidget* parent = nullptr);
 
   void setDelegate(GrabDVDController* controller);
+  // Icons on the buttons: the desktop theme's, else the ones that come with the program; the
+  // tooltips name the keys.
+  void setButtonIcons();
   void awakeFromNib() override {}
 
  protected:

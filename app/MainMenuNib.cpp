@@ -10,6 +10,7 @@
 
 #include "DVDFullScreen.h"
 #include "DVDGoMenu.h"
+#include "DVDRecentMenu.h"
 #include <QSignalBlocker>
 #include <QSlider>
 
@@ -21,12 +22,14 @@
 #include "NSClassRegistry.h"
 #include "NSMenuItemAction.h"
 #include "NSNibLoader.h"
+#include "DVDSeekBar.h"
 #include "PlaybackTime.h"
 
 // Application classes that the nibs name.
 NS_REGISTER_CLASS(DVDVideoWindow);
 NS_REGISTER_CLASS(DVDControlWindow);
 NS_REGISTER_CLASS(PlaybackTime);
+NS_REGISTER_CLASS(DVDSeekBar);
 
 MainMenuNib::MainMenuNib() = default;
 
@@ -58,6 +61,11 @@ bool MainMenuNib::Construct() {
   auto* const help = mVideoWindow->findChild<QMenu*>(QStringLiteral("menuHelp"));
   mGoMenu = std::make_unique<DVDGoMenu>(bar, help ? help->menuAction() : nullptr);
   mFullScreen = std::make_unique<DVDFullScreen>(mVideoWindow, mControlWindow);
+  GrabDVDController* const controller = mController.get();
+  mRecentMenu = std::make_unique<DVDRecentMenu>(
+      mVideoWindow->findChild<QMenu*>(QStringLiteral("menuFile")),
+      mVideoWindow->findChild<QAction*>(QStringLiteral("actionMediaFolder")),
+      [controller](QString const& path) { controller->openMedia(path, QFileInfo(path).isFile()); });
   connectOutlets();
   wireMenuItems();
   wireControls();
@@ -88,9 +96,16 @@ void MainMenuNib::connectOutlets() {
   c.mVideoWindow = mVideoWindow.data();
   c.setGrabWindow(mVideoWindow);
   w.setDelegate(&c);
-  if (mControlWindow) mControlWindow->setDelegate(&c);
+  if (mControlWindow) {
+    mControlWindow->setDelegate(&c);
+    mControlWindow->setButtonIcons();
+  }
   // Open and close change the open item's title and key equivalent.
   connect(&c, &GrabDVDController::mediaChanged, this, &MainMenuNib::validateMenuItems);
+  // A disc that opened joins File → Open Recent.
+  connect(&c, &GrabDVDController::mediaChanged, this, [this] {
+    if (mRecentMenu && !mController->mMediaPath.isEmpty()) mRecentMenu->add(mController->mMediaPath);
+  });
   // A dropped folder opens as a folder, a disc image as a volume.
   connect(&w, &DVDVideoWindow::mediaDropped, &c, [this](QString const& path) {
     mController->openMedia(path, QFileInfo(path).isFile());

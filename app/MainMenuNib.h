@@ -17,6 +17,7 @@
 
 class DVDFullScreen;
 class DVDGoMenu;
+class DVDRecentMenu;
 class GrabDVDController;
 
 class MainMenuNib : public QObject {
@@ -35,6 +36,7 @@ class MainMenuNib : public QObject {
   QWidget* aboutBox() const { return mAboutBox; }
   DVDGoMenu* goMenu() const { return mGoMenu.get(); }
   DVDFullScreen* fullScreen() const { return mFullScreen.get(); }
+  DVDRecentMenu* recentMenu() const { return mRecentMenu.get(); }
 
   // The menu item whose action is selector (e.g. "onPlay:"), or null.
   QAction* menuItemWithAction(char const* selector) const;
@@ -58,4 +60,5 @@ class MainMenuNib : public QObject {
   // Go → Titles, Chapters, Audio, Subtitles, Angle.
   std::unique_ptr<DVDGoMenu> mGoMenu;
   std::unique_ptr<DVDFullScreen> mFullScreen;
+  std::unique_ptr<DVDRecentMenu> mRecentMenu;
 };

@@ -8,6 +8,8 @@
 #include "DVDControlWindow.h"
 #include "DVDVideoWindow.h"
 #include "GrabDVDController.h"
+#include "DVDFullScreen.h"
+#include "DVDWindowPlaces.h"
 #include "MainMenuNib.h"
 #include "NSApplication.h"
 
@@ -21,14 +23,19 @@ int NSApplicationMain(int argc, char** argv) {
   MainMenuNib nib;
   if (!nib.Construct()) return 1;
   GrabDVDController* const controller = nib.controller();
-  QObject::connect(&app, &QCoreApplication::aboutToQuit, controller,
-                   [controller] { controller->applicationWillTerminate(); });
+  QObject::connect(&app, &QCoreApplication::aboutToQuit, controller, [controller, &nib] {
+    if (nib.fullScreen()) nib.fullScreen()->leave();
+    DVDWindowPlaces::Save(nib.videoWindow(), nib.controlWindow());
+    controller->applicationWillTerminate();
+  });
 
   DVDVideoWindow* const videoWindow = nib.videoWindow();
   videoWindow->show();
   if (DVDControlWindow* control = nib.controlWindow()) {
-    // The controller starts below the video, where it hides none of it.
-    control->move(videoWindow->frameGeometry().left(), videoWindow->frameGeometry().bottom() + 8);
+    // Where they were last time; else the controller below the video, hiding none of it.
+    if (!DVDWindowPlaces::Restore(videoWindow, control)) {
+      DVDWindowPlaces::PlaceControllerBelow(videoWindow, control);
+    }
     control->show();
   }
 

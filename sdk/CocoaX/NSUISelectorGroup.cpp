@@ -106,6 +106,14 @@ QString stringForKey(QString const& key) {
 
 long integerForKey(QString const& key) { return long(Defaults()->value(key, 0).toLongLong()); }
 
+QStringList stringArrayForKey(QString const& key) { return Defaults()->value(key).toStringList(); }
+
+void setStringArray(QStringList const& value, QString const& key) {
+  auto const defaults = Defaults();
+  defaults->setValue(key, value);
+  defaults->sync();
+}
+
 void setString(QString const& value, QString const& key) {
   auto const defaults = Defaults();
   defaults->setValue(key, value);

@@ -6,6 +6,7 @@
 #include "ObjCRuntime.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <array>
 #include <cstddef>
@@ -117,4 +118,6 @@ QString stringForKey(QString const& key);      // null when absent
 long integerForKey(QString const& key);        // 0 when absent
 void setString(QString const& value, QString const& key);
 void setInteger(long value, QString const& key);
+QStringList stringArrayForKey(QString const& key);  // empty when absent
+void setStringArray(QStringList const& value, QString const& key);
 }  // namespace NSUserDefaults_Standard

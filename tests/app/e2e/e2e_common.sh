@@ -92,6 +92,7 @@ is_colour() {  # is_colour NAME R G B
     red) [ "$r" -gt 150 ] && [ "$g" -lt 90 ] && [ "$b" -lt 90 ] ;;
     green) [ "$g" -gt 90 ] && [ "$r" -lt 90 ] && [ "$b" -lt 90 ] ;;
     orange) [ "$r" -gt 180 ] && [ "$g" -gt 70 ] && [ "$g" -lt 200 ] && [ "$b" -lt 80 ] ;;
+    purple) [ "$r" -gt 90 ] && [ "$b" -gt 90 ] && [ "$g" -lt 60 ] ;;
     grey) [ "$r" -gt 60 ] && [ "$r" -lt 220 ] && [ $((r - g)) -lt 20 ] && [ $((g - r)) -lt 20 ] &&
           [ $((g - b)) -lt 20 ] && [ $((b - g)) -lt 20 ] ;;
     *) return 1 ;;

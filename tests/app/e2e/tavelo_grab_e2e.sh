@@ -8,7 +8,7 @@ set -euo pipefail
 
 tavelo=$1
 discs=${2:-}
-if [ -z "$discs" ] || [ ! -d "$discs/ntsc43/VIDEO_TS" ]; then echo "SKIP: no test discs"; exit 0; fi
+[ -n "$discs" ] && [ -d "$discs/ntsc43/VIDEO_TS" ] || { echo "FAIL: no test discs in '$discs'" >&2; exit 1; }
 disc=$discs/ntsc43
 key_pause=0.3
 source "$(dirname "$0")/e2e_common.sh"

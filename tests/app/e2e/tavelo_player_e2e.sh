@@ -2,7 +2,8 @@
 # End-to-end on a private X server: a path that does not exist and a folder that is not a
 # DVD, given on the command line, bring a notice while the program keeps running; full screen
 # (F) fills the screen, the controller comes over the picture with the mouse and goes when it
-# rests, and Escape gives the window back its place.
+# rests, and Escape gives the window back its place; the controller sits below the video
+# window, and both come back where they were after a relaunch.
 #
 #   tavelo_player_e2e.sh TAVELO_BINARY TEST_DISCS_FOLDER
 set -euo pipefail
@@ -54,6 +55,21 @@ xdotool search --onlyvisible --name '^Controller$' >/dev/null && fail "the contr
 keys Escape
 sleep 1
 [ "$(geometry "$video")" = "$before" ] || fail "after Escape the window is $(geometry "$video"), was $before"
+read -r vw vh vx vy <<<"$(geometry "$video")"
+read -r cw ch cx cy <<<"$(geometry "$control")"
+[ "$cy" -ge $((vy + vh)) ] || fail "the controller ($cx,$cy) overlaps the video window ($vx,$vy ${vw}x$vh)"
+
+step "both windows come back where they were after a relaunch"
+xdotool windowmove --sync "$video" 200 40
+xdotool windowmove --sync "$control" 260 800
+sleep 0.5
+video_at=$(geometry "$video" | cut -d' ' -f3-)
+control_at=$(geometry "$control" | cut -d' ' -f3-)
+quit_app
+launch "$discs/frames"
+sleep 1
+[ "$(geometry "$video" | cut -d' ' -f3-)" = "$video_at" ] || fail "the video window came back at $(geometry "$video"), not $video_at"
+[ "$(geometry "$control" | cut -d' ' -f3-)" = "$control_at" ] || fail "the controller came back at $(geometry "$control"), not $control_at"
 quit_app
 grep -E "libdvdnav|libdvdread|\[mpeg2video|\[ac3|\[mp2" "$work/app.err" && fail "library messages reached the terminal"
 echo "PASS"

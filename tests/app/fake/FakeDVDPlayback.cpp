@@ -296,6 +296,13 @@ OSStatus DVDGetFrameInTitle(UInt32* frame) {
   *frame = S().frameInTitle;
   return noErr;
 }
+OSStatus DVDSeekToFrame(UInt32 frame) {
+  OSStatus const r = Call("DVDSeekToFrame");
+  if (r != noErr) return r;
+  S().seeks.push_back(frame);
+  S().frameInTitle = frame;
+  return noErr;
+}
 OSStatus DVDStepFrame(SInt32 frames) {
   S().steps.push_back(frames);
   return Call("DVDStepFrame");

@@ -52,6 +52,7 @@ struct State {
   UInt16 presentedTitle = 1;       // DVDCopyPresentedFrame's title and chapter
   UInt16 presentedChapter = 1;
   std::vector<SInt32> steps;       // DVDStepFrame's arguments, in order
+  std::vector<UInt32> seeks;       // DVDSeekToFrame's, in order
   bool stillWithOverlay = false;   // DVDTakeStill's last argument
   unsigned char frameRGB[3] = {0, 0, 0};
   DVDFrameReadyCallBackFunctionPtr frameReady = nullptr;
