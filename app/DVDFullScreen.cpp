@@ -21,9 +21,10 @@ DVDFullScreen::DVDFullScreen(DVDVideoWindow* video, QWidget* controller, QObject
   connect(&mHide, &QTimer::timeout, this, [this] {
     if (mFull && mController) mController->hide();
   });
-  if (mVideo && mVideo->centralWidget()) {
-    mVideo->centralWidget()->setMouseTracking(true);
-    mVideo->centralWidget()->installEventFilter(this);
+  mContent = video ? video->centralWidget() : nullptr;
+  if (mContent) {
+    mContent->setMouseTracking(true);
+    mContent->installEventFilter(this);
   }
   if (mVideo) {
     // Escape leaves full screen; otherwise it is the window's as before.
@@ -96,7 +97,8 @@ void DVDFullScreen::mouseMoved() {
 }
 
 bool DVDFullScreen::eventFilter(QObject* watched, QEvent* event) {
-  if (mVideo && watched == mVideo->centralWidget()) {
+  // Only the view is looked at: the window may be on its way out.
+  if (watched == mContent.data() && mContent) {
     if (event->type() == QEvent::MouseMove) mouseMoved();
     if (event->type() == QEvent::MouseButtonDblClick &&
         static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) {

@@ -34,6 +34,7 @@ class DVDFullScreen : public QObject {
   void placeController();
 
   QPointer<DVDVideoWindow> mVideo;
+  QPointer<QWidget> mContent;  // the picture's view, whose mouse is watched
   QPointer<QWidget> mController;
   bool mFull = false;
   QRect mWindowGeometry;

@@ -34,7 +34,10 @@ NS_REGISTER_CLASS(DVDSeekBar);
 MainMenuNib::MainMenuNib() = default;
 
 MainMenuNib::~MainMenuNib() {
-  // The windows go before the controller that they call.
+  // What watches the windows goes first; the windows go before the controller they call.
+  mRecentMenu.reset();
+  mFullScreen.reset();
+  mGoMenu.reset();
   delete mAboutBox.data();
   delete mVideoWindow.data();
   mController.reset();

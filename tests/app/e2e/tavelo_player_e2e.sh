@@ -19,6 +19,25 @@ notice() {  # notice: the open-failure notice's window, or a failure
     fail "no notice"
 }
 
+go_menu() {  # go_menu KEY N DOWN: Go, N presses of KEY (Up: from its bottom, Down: from its
+            # top) to a submenu, then its item DOWN from the top
+  xdotool windowfocus --sync "$video" 2>/dev/null || true
+  xdotool mousemove --window "$video" 20 $((menubar / 2)) click 1
+  sleep 0.4
+  # Tavelo, File, Edit, Controls, Video, Grab, Go: six to the right.
+  for _ in 1 2 3 4 5 6; do xdotool key Right; done; sleep 0.3
+  for _ in $(seq "$2"); do xdotool key "$1"; done
+  xdotool key Right; sleep 0.3
+  for _ in $(seq "$3"); do xdotool key Down; done
+  xdotool key Return
+  sleep 0.6
+}
+sample() {  # sample X Y: the colour at a point of the picture (640 x 480), as R G B
+  import -window "$video" "$work/shot.png" 2>/dev/null
+  pixel "$work/shot.png" "$1" $((menubar + $2))
+}
+is_white() { [ "$1" -gt 200 ] && [ "$2" -gt 200 ] && [ "$3" -gt 200 ]; }
+
 step "a path that does not exist: a notice, and the program runs on"
 launch "$work/no such disc"
 n=$(notice)
@@ -59,7 +78,27 @@ read -r vw vh vx vy <<<"$(geometry "$video")"
 read -r cw ch cx cy <<<"$(geometry "$control")"
 [ "$cy" -ge $((vy + vh)) ] || fail "the controller ($cx,$cy) overlaps the video window ($vx,$vy ${vw}x$vh)"
 
+step "Go → Subtitles: a stream shows its subtitle, Off takes it away"
+quit_app
+launch "$discs/streams"
+keys ctrl+2
+sleep 1
+keys space  # paused inside the subtitle's five seconds
+read -r _ h _ _ <<<"$(geometry "$video")"
+menubar=$((h - 480))
+# The English subtitle is a white box at 64,64-192,128 of the 720 x 480 picture.
+is_white $(sample 114 96) && fail "a subtitle shows before one is chosen"
+go_menu Up 1 1   # Subtitles (the last item), its first stream
+is_white $(sample 114 96) || fail "the English subtitle does not show: $(sample 114 96)"
+go_menu Up 1 0   # Subtitles, Off
+is_white $(sample 114 96) && fail "Off left the subtitle on the picture"
+go_menu Up 1 1
+is_white $(sample 114 96) || fail "the stream did not bring the subtitle back"
+quit_app
+
 step "both windows come back where they were after a relaunch"
+launch "$discs/frames"
+sleep 1
 xdotool windowmove --sync "$video" 200 40
 xdotool windowmove --sync "$control" 260 800
 sleep 0.5
