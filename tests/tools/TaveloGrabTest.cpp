@@ -11,10 +11,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <string>
 #include <cstdlib>
 #include <vector>
 
 #include "DVDBarcode.h"
+
+#include <sys/xattr.h>
 
 namespace {
 
@@ -87,6 +90,11 @@ TEST_F(TaveloGrabTest, ChaptersGiveEachChaptersFirstFrame) {
   EXPECT_EQ(QStringLiteral("frames T1 C2 00-00-10.010.jpg"), QFileInfo(r.lines[1]).fileName());
   EXPECT_EQ(QSize(640, 480), QImage(r.lines[0]).size());
   EXPECT_TRUE(r.err.isEmpty()) << "no progress without a terminal: " << r.err.toStdString();
+  // Stamped like quick saves: type and creator in the file's Finder information.
+  char info[32] = {};
+  QByteArray const path = r.lines[0].toUtf8();
+  ASSERT_GE(getxattr(path.constData(), "user.com.apple.FinderInfo", info, sizeof info), 8);
+  EXPECT_EQ(std::string("JPEGprvw"), std::string(info, 8));
 }
 
 TEST_F(TaveloGrabTest, EveryFiveSecondsTakesThePictureOnScreenThen) {
