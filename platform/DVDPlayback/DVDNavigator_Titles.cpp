@@ -25,6 +25,8 @@ OSStatus DVDNavigator::SetTitle(UInt16 title) {
   Post([this, title, restart] {
     // From a stop the machine starts over first: it only jumps once it runs.
     bool const started = !restart || StartOver();
+    // A menu waiting on its still lets go of it: the machine jumps only once it reads on.
+    if (started && mStillInfinite) dvdnav_still_skip(mNav);
     bool const there = started && dvdnav_title_play(mNav, title) == DVDNAV_STATUS_OK;
     std::lock_guard<std::mutex> g(mMutex);
     if (restart) ForgetAnnounced();

@@ -2,8 +2,9 @@
 # End-to-end on a private X server: a path that does not exist and a folder that is not a
 # DVD, given on the command line, bring a notice while the program keeps running; full screen
 # (F) fills the screen, the controller comes over the picture with the mouse and goes when it
-# rests, and Escape gives the window back its place; the controller sits below the video
-# window, and both come back where they were after a relaunch.
+# rests, and Escape gives the window back its place; Go → Subtitles and Go → Titles do what
+# they name; the controller sits below the video window, and both come back where they were
+# after a relaunch.
 #
 #   tavelo_player_e2e.sh TAVELO_BINARY TEST_DISCS_FOLDER
 set -euo pipefail
@@ -94,6 +95,17 @@ go_menu Up 1 0   # Subtitles, Off
 is_white $(sample 114 96) && fail "Off left the subtitle on the picture"
 go_menu Up 1 1
 is_white $(sample 114 96) || fail "the stream did not bring the subtitle back"
+quit_app
+
+step "Go → Titles plays the title chosen, from the disc's menu too"
+launch "$discs/menu"
+keys ctrl+2
+wait_colour grey 200
+read -r _ h _ _ <<<"$(geometry "$video")"
+menubar=$((h - 480))
+# Titles is the first item; its second, title 2 (purple).
+go_menu Down 1 1
+wait_colour purple 50
 quit_app
 
 step "both windows come back where they were after a relaunch"
