@@ -26,6 +26,7 @@
 #include "PlaybackTime.h"
 
 class DVDFullScreen;
+class DVDGrabStrip;
 class QKeyEvent;
 class QTimer;
 
@@ -52,6 +53,8 @@ class GrabDVDController : public GrabWindowController {
   QPointer<QLabel> mFrameText;
   // Below the controls: what just happened (an open that failed, the last quick save).
   QPointer<QLabel> mStatusText;
+  // The last grabs, beside the quick grab button.
+  QPointer<DVDGrabStrip> mGrabStrip;
   QPointer<QWidget> mOpenFailureNotice;
   unsigned mStatusSerial = 0;
   QPointer<DVDVideoWindow> mVideoWindow;
@@ -120,6 +123,8 @@ class GrabDVDController : public GrabWindowController {
   bool validateMenuItemGrab(QAction* item);
   // Shows the last grab in the controller window.
   void grabbedFrameUpdated();
+  // The grab just made joins the strip of the last grabs (path: its file, if saved).
+  void addToGrabStrip(QString const& path);
   // The batch or contact sheet dialog (a BatchGrabDialog::Mode) for the open disc.
   void showBatchDialog(int mode);
 

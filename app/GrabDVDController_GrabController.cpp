@@ -4,6 +4,7 @@
 
 #include <QAction>
 #include <QFileInfo>
+#include <QImage>
 #include <QLabel>
 #include <QMenu>
 
@@ -11,6 +12,7 @@
 
 #include "BatchGrabDialog.h"
 #include "DVDFullScreen.h"
+#include "DVDGrabStrip.h"
 #include "CoreMachDebugLog.h"
 #include "GrabThumbnailEditor.h"
 #include "NSMenuItemAction.h"
@@ -43,12 +45,28 @@ void GrabDVDController::grabCurrentFrame(QObject* sender) {
   }
   grabQuickSave(sender);
   grabbedFrameUpdated();
-  if (!next.isEmpty() && QFileInfo::exists(next)) quickSaveWritten(next);
+  bool const written = !next.isEmpty() && QFileInfo::exists(next);
+  if (hasGrabbedImage()) addToGrabStrip(written ? next : QString());
+  if (written) quickSaveWritten(next);
+}
+
+void GrabDVDController::addToGrabStrip(QString const& path) {
+  if (!mGrabStrip || !mBitmapImageRep) return;
+  NSBitmapImageRep const& b = *mBitmapImageRep;
+  // Grabs are R, G, B in 32 bits; anything else goes the long way.
+  QImage const picture =
+      b.bitsPerPixel() == 32 && !b.isAlphaFirst()
+          ? QImage(b.bitmapData(), int(b.pixelsWide()), int(b.pixelsHigh()),
+                   qsizetype(b.bytesPerRow()), QImage::Format_RGBX8888)
+                .copy()
+          : grabbedImage().pixels;
+  mGrabStrip->add(picture, path);
 }
 
 void GrabDVDController::grabCurrentFrameSaveNumberedFile(QObject* sender) {
   grab(sender);
   grabbedFrameUpdated();
+  if (hasGrabbedImage()) addToGrabStrip(QString());
 }
 
 void GrabDVDController::grabbedFrameUpdated() {

@@ -65,6 +65,7 @@ void GrabDVDController::showStatus(QString const& text, int milliseconds, QStrin
 
 void GrabDVDController::grabSaved(QString const& path) {
   grabbedFrameUpdated();
+  addToGrabStrip(path);
   if (!path.isEmpty()) quickSaveWritten(path);
 }
 

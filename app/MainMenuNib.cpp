@@ -22,6 +22,7 @@
 #include "NSClassRegistry.h"
 #include "NSMenuItemAction.h"
 #include "NSNibLoader.h"
+#include "DVDGrabStrip.h"
 #include "DVDSeekBar.h"
 #include "PlaybackTime.h"
 
@@ -30,6 +31,7 @@ NS_REGISTER_CLASS(DVDVideoWindow);
 NS_REGISTER_CLASS(DVDControlWindow);
 NS_REGISTER_CLASS(PlaybackTime);
 NS_REGISTER_CLASS(DVDSeekBar);
+NS_REGISTER_CLASS(DVDGrabStrip);
 
 MainMenuNib::MainMenuNib() = default;
 
@@ -92,6 +94,7 @@ void MainMenuNib::connectOutlets() {
   c.mTimeText = w.findChild<PlaybackTime*>(QStringLiteral("mTimeText"));
   c.mFrameText = w.findChild<QLabel*>(QStringLiteral("mFrameText"));
   c.mStatusText = w.findChild<QLabel*>(QStringLiteral("mStatusText"));
+  c.mGrabStrip = w.findChild<DVDGrabStrip*>(QStringLiteral("mGrabStrip"));
   c.mFullScreen = mFullScreen.get();
   if (c.mStatusText) {
     connect(c.mStatusText, &QLabel::linkActivated, &c, &GrabDVDController::openStatusLink);

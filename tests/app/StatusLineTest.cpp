@@ -81,10 +81,12 @@ TEST_F(StatusLineTest, AQuickSaveShowsItsNameForAFewSecondsAndLinksItsFolder) {
   fake_dvd::S().hasFrame = true;
   mNib.videoWindow()->show();
   tavelo_app_test::ProcessEvents();
+  QString const next = NSBitmapImageRep().nextNumberedFileNameString(
+      GrabWindowController::kNumberedFileFormatString, QuikSaveImageType_JPEG);
   c->grabCurrentFrame(nullptr);
-  EXPECT_TRUE(Status().contains(QStringLiteral("Tavelo 0000.jpg"))) << Status().toStdString();
-  QString const savedIn = NSBitmapImageRep::quickSaveFolderUnixPath();
-  EXPECT_TRUE(QFileInfo::exists(savedIn + QStringLiteral("/Tavelo 0000.jpg")));
+  ASSERT_TRUE(QFileInfo::exists(next)) << next.toStdString();
+  EXPECT_TRUE(Status().contains(QFileInfo(next).fileName())) << Status().toStdString();
+  QString const savedIn = QFileInfo(next).absolutePath();
   EXPECT_TRUE(Status().contains(QUrl::fromLocalFile(savedIn).toString(QUrl::FullyEncoded)))
       << "a click opens the folder: " << Status().toStdString();
   // Gone after a few seconds.
