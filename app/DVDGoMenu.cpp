@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "CoreMachDebugLog.h"
+#include "StillNames.h"
+#include "StillPlan.h"
 
 namespace {
 
@@ -69,14 +71,7 @@ DVDGoMenu::DVDGoMenu(QMenuBar* bar, QAction* before, QObject* parent) : QObject(
   update();
 }
 
-QString DVDGoMenu::Duration(uint64_t ms) {
-  uint64_t const s = ms / 1000;
-  if (s >= 3600) {
-    return QString::asprintf("%u:%02u:%02u", unsigned(s / 3600), unsigned(s / 60 % 60),
-                             unsigned(s % 60));
-  }
-  return QString::asprintf("%u:%02u", unsigned(s / 60), unsigned(s % 60));
-}
+QString DVDGoMenu::Duration(uint64_t ms) { return StillNames::ClockText(ms); }
 
 QString DVDGoMenu::LanguageName(DVDLanguageCode code) {
   if (code == 0) return tr("Unknown");
@@ -123,14 +118,16 @@ void DVDGoMenu::fillChapters() {
   std::vector<UInt32> firsts(info.chapters, 0);
   UInt16 n = info.chapters;
   if (DVDGetChapterFirstFrames(title, firsts.data(), &n) != noErr) return;
+  firsts.resize(std::min<size_t>(n, firsts.size()));
   UInt32 frame = 0;
   if (DVDGetFrameInTitle(&frame) != noErr) frame = 0;
   bool const pal = info.standard == kDVDVideoStandardPAL;
-  for (UInt16 c = 1; c <= std::min<UInt16>(n, info.chapters); ++c) {
-    UInt32 const first = firsts[c - 1];
-    bool const current = frame >= first && (c == n || frame < firsts[c]);
-    uint64_t const ms = pal ? uint64_t(first) * 40 : uint64_t(first) * 1001 / 30;
-    QAction* item = Choice(mChapters, group, tr("Chapter %1 (%2)").arg(c).arg(Duration(ms)), current);
+  std::vector<uint32_t> const chapters(firsts.begin(), firsts.end());
+  int const current = StillPlan::ChapterOf(frame, chapters);
+  for (UInt16 c = 1; c <= chapters.size(); ++c) {
+    QString const text =
+        tr("Chapter %1 (%2)").arg(c).arg(Duration(StillPlan::FrameMs(chapters[c - 1], pal)));
+    QAction* item = Choice(mChapters, group, text, c == current);
     connect(item, &QAction::triggered, this, [c] { CoreMachDebugVerify(DVDSetChapter(c) == noErr); });
   }
 }

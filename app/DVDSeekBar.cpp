@@ -6,6 +6,9 @@
 
 #include <algorithm>
 
+#include "StillNames.h"
+#include "StillPlan.h"
+
 
 
 namespace {
@@ -71,16 +74,9 @@ uint32_t DVDSeekBar::FrameAtX(int x) const {
 }
 
 QString DVDSeekBar::PlaceText(uint32_t frame) const {
-  uint64_t const ms = mPAL ? uint64_t(frame) * 40 : uint64_t(frame) * 1001 / 30;
-  uint64_t const s = ms / 1000;
-  QString const time = s >= 3600 ? QString::asprintf("%u:%02u:%02u", unsigned(s / 3600),
-                                                     unsigned(s / 60 % 60), unsigned(s % 60))
-                                 : QString::asprintf("%u:%02u", unsigned(s / 60), unsigned(s % 60));
-  int chapter = 1;
-  for (size_t i = 1; i < mChapters.size(); ++i) {
-    if (frame >= mChapters[i]) chapter = int(i) + 1;
-  }
-  return tr("%1, chapter %2").arg(time).arg(chapter);
+  return tr("%1, chapter %2")
+      .arg(StillNames::ClockText(StillPlan::FrameMs(frame, mPAL)))
+      .arg(StillPlan::ChapterOf(frame, mChapters));
 }
 
 void DVDSeekBar::paintEvent(QPaintEvent*) {

@@ -13,6 +13,7 @@
 #include "NSMenuItemAction.h"
 #include "StillMaker.h"
 #include "StillNames.h"
+#include "StillPlan.h"
 
 namespace {
 
@@ -165,7 +166,7 @@ QString GrabStillChoices::DiscTimePath(QString const& folder, QString const& med
   // The frame's own start when it is known, as the disc counts frames.
   uint64_t ms = elapsedMs;
   if (frameInTitle != kDVDNoFrame) {
-    ms = height == 576 ? uint64_t(frameInTitle) * 40 : uint64_t(frameInTitle) * 1001 / 30;
+    ms = StillPlan::FrameMs(frameInTitle, height == 576);
   }
   QString const place =
       QStringLiteral(" T%1 C%2 ").arg(title).arg(chapter) + StillNames::TimeText(ms);

@@ -3,10 +3,10 @@
 #include <QDir>
 #include <QImage>
 
-#include <cstring>
 #include <memory>
 #include <vector>
 
+#include "GrabWindowController.h"
 #include "StillNames.h"
 #include "StillSheet.h"
 
@@ -18,19 +18,6 @@ QImage ImageOf(NSBitmapImageRep const& bitmap) {
                 qsizetype(bitmap.bytesPerRow()), QImage::Format_RGBX8888);
 }
 
-std::shared_ptr<NSBitmapImageRep> BitmapOf(QImage const& source) {
-  QImage const image = source.convertToFormat(QImage::Format_RGBX8888);
-  auto bitmap = std::make_shared<NSBitmapImageRep>();
-  if (image.isNull() ||
-      !bitmap->Construct(nullptr, image.width(), image.height(), 8, 3, false, 0, 32)) {
-    return nullptr;
-  }
-  for (int y = 0; y < image.height(); ++y) {
-    std::memcpy(bitmap->bitmapData() + size_t(y) * size_t(bitmap->bytesPerRow()),
-                image.constScanLine(y), size_t(image.width()) * 4);
-  }
-  return bitmap;
-}
 
 // The still of frame made with the choices (and, when asked, not nearly one colour: the
 // first picture within 2 s after it that is not); null when it cannot be taken.
@@ -62,7 +49,8 @@ std::shared_ptr<NSBitmapImageRep> Still(StillTaker& taker, StillTitleInfo const&
 
 std::shared_ptr<NSBitmapImageRep> Sized(std::shared_ptr<NSBitmapImageRep> bitmap, QSize size) {
   if (!bitmap || size.isEmpty()) return bitmap;
-  return BitmapOf(ImageOf(*bitmap).scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+  return GrabWindowController::BitmapImageRepWithImage(
+      ImageOf(*bitmap).scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
 }
 
 }  // namespace
@@ -146,7 +134,8 @@ int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo c
                              : QDir(options.folder).filePath(StillNames::Safe(discName) +
                                                              QStringLiteral(" T%1 sheet.").arg(title.number) +
                                                              Extension(options.type));
-    std::shared_ptr<NSBitmapImageRep> const bitmap = BitmapOf(sheet);
+    std::shared_ptr<NSBitmapImageRep> const bitmap =
+        GrabWindowController::BitmapImageRepWithImage(sheet);
     if (bitmap && bitmap->saveToPictureFileName(path, options.type, settings)) {
       if (report.written) report.written(path);
     } else {

@@ -44,6 +44,15 @@ QString StillNames::TimeText(uint64_t ms) {
                            unsigned(ms / 1000 % 60), unsigned(ms % 1000));
 }
 
+QString StillNames::ClockText(uint64_t ms) {
+  uint64_t const s = ms / 1000;
+  if (s >= 3600) {
+    return QString::asprintf("%u:%02u:%02u", unsigned(s / 3600), unsigned(s / 60 % 60),
+                             unsigned(s % 60));
+  }
+  return QString::asprintf("%u:%02u", unsigned(s / 60), unsigned(s % 60));
+}
+
 bool StillNames::Expand(QString const& nameTemplate, StillPlace const& place, QString* name,
                         QString* bad) {
   if (nameTemplate.contains(QLatin1Char('/'))) {

@@ -23,6 +23,8 @@ class StillNames {
   static QString DiscName(QString const& mediaPath);
   // "hh-mm-ss.mmm".
   static QString TimeText(uint64_t ms);
+  // As a clock reads: "0:45", "12:34" or "1:02:03".
+  static QString ClockText(uint64_t ms);
   // The template with its fields filled in; false (naming the field in *bad) for a field it
   // does not know or a template naming a folder.
   static bool Expand(QString const& nameTemplate, StillPlace const& place, QString* name,

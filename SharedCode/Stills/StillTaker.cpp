@@ -93,7 +93,6 @@ void StillTaker::FrameReady(UInt32, void* refCon) {
   std::lock_guard<std::mutex> g(self->mMutex);
   self->mShownFrame = info.frameInTitle;
   self->mShownTitle = info.title;
-  ++self->mShownCount;
   self->mChanged.notify_all();
 }
 

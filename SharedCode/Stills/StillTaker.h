@@ -53,5 +53,4 @@ class StillTaker {
   std::condition_variable mChanged;
   UInt32 mShownFrame = kDVDNoFrame;
   UInt16 mShownTitle = 0;
-  UInt64 mShownCount = 0;
 };

@@ -106,7 +106,6 @@ class Parser {
 
 bool Parser::Parse(Options* o) {
   o->batch.choices.subtitles = false;
-  bool sized = false;
   for (qsizetype i = 0; i < mArgs.size(); ++i) {
     QString name = mArgs[i];
     QString value;
@@ -177,7 +176,6 @@ bool Parser::Parse(Options* o) {
       else if (value == QLatin1String("stored")) o->batch.choices.shape = kDVDStillShapeStored;
       else if (Pair(value, &w, &h) && w <= 8192 && h <= 8192) o->batch.size = QSize(w, h);
       else return Bad(name, "accepts square, itu, stored or WIDTHxHEIGHT (up to 8192x8192)");
-      sized = true;
     } else if (name == QLatin1String("--deinterlace")) {
       if (value == QLatin1String("auto")) o->batch.choices.deinterlace = StillChoices::kAuto;
       else if (value == QLatin1String("off")) o->batch.choices.deinterlace = StillChoices::kOff;
@@ -199,7 +197,6 @@ bool Parser::Parse(Options* o) {
       return Bad(name, "only one DISC");
     }
   }
-  (void)sized;
   if (o->disc.isEmpty()) return Bad(QStringLiteral("DISC"), "missing: a VIDEO_TS folder, a disc, an image or a device");
   if (o->json && !o->list) return Bad(QStringLiteral("--json"), "goes with --list");
   return true;
