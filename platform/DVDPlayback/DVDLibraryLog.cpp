@@ -6,6 +6,7 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include <cstdarg>
 #include <cstdio>
 #include <mutex>
 
@@ -54,3 +55,21 @@ void RouteCodecMessages() {
 }
 
 }  // namespace dvd
+
+// libdvdread reports through this function, calling the reader's logger when there is one and
+// writing to the terminal otherwise; its NAV pack parser (which libdvdnav calls for every VOBU)
+// has no reader, so a damaged pack would print there. Defined here, it takes the library's place
+// (the library calls it through the PLT): same contract, but without a logger the message goes
+// to the diagnostic log like the others.
+extern "C" __attribute__((visibility("default"))) void DVDReadLog(void* priv, dvd_logger_cb const* logcb,
+                                                                  dvd_logger_level_t level,
+                                                                  char const* format, ...) {
+  va_list args;
+  va_start(args, format);
+  if (logcb && logcb->pf_log) {
+    logcb->pf_log(priv, level, format, args);
+  } else {
+    dvd::DVDReadLogger()->pf_log(priv, level, format, args);
+  }
+  va_end(args);
+}

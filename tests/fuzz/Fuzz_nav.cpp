@@ -5,8 +5,17 @@
 #include <dvdread/nav_read.h>
 #include <dvdread/nav_types.h>
 
+#include "DVDLibraryLog.h"
+
 #include <cstdint>
 #include <cstring>
+
+// The program's handling of the libraries' messages: FFmpeg's routed, and the reader's own report
+// function (which the parser calls on a bad pack) in place, as in every program that plays discs.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  dvd::RouteCodecMessages();
+  return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   unsigned char block[2048] = {};

@@ -65,6 +65,9 @@ quit_app() {
   local status=0; wait "$app_pid" || status=$?
   app_pid=
   [ "$status" = 0 ] || fail "exit status $status"
+  # Decoder and disc library messages go to the diagnostic log, never to the terminal.
+  "$e2e_dir/../../library-messages" "$work/app.out" "$work/app.err" >&2 ||
+    fail "library messages reached the terminal"
 }
 
 geometry() {  # WIDTH HEIGHT X Y of a window
@@ -104,4 +107,19 @@ wait_colour() {  # wait_colour NAME TENTHS: until the video shows that colour
     c=$(video_colour); [ -n "$c" ] && is_colour "$1" $c && return 0; sleep 0.1
   done
   fail "the video shows ($c), not $1"
+}
+
+barcode() {  # barcode IMAGE [TOP LEFT WIDTH]: the frame number the barcoded discs burn into
+  # rows 8-40 of each 720-wide picture (16 blocks, most significant first), read from the
+  # picture at TOP,LEFT shown WIDTH wide (the whole image by default); -1 when unreadable
+  local image=$1 top=${2:-0} left=${3:-0} w=${4:-} value=0 r g b
+  [ -n "$w" ] || w=$(identify -format '%w' "$image")
+  convert "$image" -crop "${w}x1+$left+$((top + 24))" +repage -depth 8 txt:- >"$work/row.txt"
+  for i in $(seq 0 15); do
+    read -r r g b <<<"$(sed -n "s/^$(((i * 45 + 22) * w / 720)),0: (\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p" "$work/row.txt")"
+    if [ "${g:-128}" -ge 192 ]; then value=$((value * 2 + 1))
+    elif [ "${g:-128}" -le 64 ]; then value=$((value * 2))
+    else echo -1; return; fi
+  done
+  echo "$value"
 }

@@ -15,18 +15,6 @@ source "$(dirname "$0")/e2e_common.sh"
 e2e_start tavelo-batch-e2e
 private_pictures
 
-barcode() {  # barcode IMAGE: the frame number in its 16 blocks at row 24 (any width)
-  local value=0 r g b w
-  w=$(identify -format '%w' "$1")
-  convert "$1" -crop "${w}x1+0+24" -depth 8 txt:- >"$work/row.txt"
-  for i in $(seq 0 15); do
-    read -r r g b <<<"$(sed -n "s/^$(((i * 45 + 22) * w / 720)),0: (\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p" "$work/row.txt")"
-    if [ "$g" -ge 192 ]; then value=$((value * 2 + 1))
-    elif [ "$g" -le 64 ]; then value=$((value * 2))
-    else echo -1; return; fi
-  done
-  echo "$value"
-}
 dialog_keys() {  # dialog_keys KEY...: to the batch dialog
   xdotool windowfocus --sync "$dialog" 2>/dev/null || true
   xdotool key --clearmodifiers "$@"
@@ -78,6 +66,4 @@ sleep 0.5
 if xdotool search --onlyvisible --name '^Batch Grab$' >/dev/null; then fail "Escape with no batch running should close the dialog"; fi
 
 quit_app
-# Decoder and disc library messages go to the log, never to the terminal.
-grep -E "libdvdnav|libdvdread|\[mpeg2video|\[ac3|\[mp2" "$work/app.err" && fail "library messages reached the terminal"
 echo "PASS"

@@ -122,5 +122,4 @@ sleep 1
 [ "$(geometry "$video" | cut -d' ' -f3-)" = "$video_at" ] || fail "the video window came back at $(geometry "$video"), not $video_at"
 [ "$(geometry "$control" | cut -d' ' -f3-)" = "$control_at" ] || fail "the controller came back at $(geometry "$control"), not $control_at"
 quit_app
-grep -E "libdvdnav|libdvdread|\[mpeg2video|\[ac3|\[mp2" "$work/app.err" && fail "library messages reached the terminal"
 echo "PASS"

@@ -26,17 +26,6 @@ wait_file() {  # wait_file PATH: up to 10 s
   for _ in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.1; done
   fail "no file $1 (have: $(ls "$grabs" 2>/dev/null | tr '\n' ' '))"
 }
-barcode() {  # barcode IMAGE: the frame number in its 16 blocks at row 24, -1 when unreadable
-  local value=0 r g b
-  convert "$1" -crop 720x1+0+24 -depth 8 txt:- >"$work/row.txt"
-  for i in $(seq 0 15); do
-    read -r r g b <<<"$(sed -n "s/^$((i * 45 + 22)),0: (\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p" "$work/row.txt")"
-    if [ "$g" -ge 192 ]; then value=$((value * 2 + 1))
-    elif [ "$g" -le 64 ]; then value=$((value * 2))
-    else echo -1; return; fi
-  done
-  echo "$value"
-}
 grab() {  # grab N: quick save number N; prints its barcode
   keys ctrl+g
   local f

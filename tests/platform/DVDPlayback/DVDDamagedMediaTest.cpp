@@ -191,6 +191,32 @@ TEST_F(DVDDamagedMediaTest, LibraryMessagesGoToTheDiagnosticLogNotTheTerminal) {
       << log;
 }
 
+TEST_F(DVDDamagedMediaTest, ParserWarningsOnNavPacksGoToTheDiagnosticLog) {
+  std::string const disc = CopyDisc();
+  std::string const vob = disc + "/VTS_01_1.VOB";
+  // Every NAV pack keeps its structure but has a byte that must be zero set (the search
+  // information's zero1 field): the reader's pack parser warns without a reader to report to.
+  std::string bytes = ReadFile(vob);
+  int marked = 0;
+  for (size_t at = 0; at + 2048 <= bytes.size(); at += 2048) {
+    if (bytes.compare(at, 4, std::string("\0\0\1\xba", 4)) == 0 &&
+        bytes.compare(at + 14, 4, std::string("\0\0\1\xbb", 4)) == 0) {
+      bytes[at + 0x407 + 26] = '\1';
+      ++marked;
+    }
+  }
+  ASSERT_GT(marked, 10);
+  std::ofstream(vob, std::ios::binary | std::ios::trunc) << bytes;
+  LogTail tail;
+  testing::internal::CaptureStderr();
+  ASSERT_EQ(noErr, Open(disc));
+  ASSERT_EQ(noErr, DVDPlay());
+  Advance(3000);
+  std::string const terminal = testing::internal::GetCapturedStderr();
+  EXPECT_EQ("", terminal);
+  EXPECT_NE(std::string::npos, tail.Text().find("libdvdread: CHECK_VALUE failed")) << tail.Text();
+}
+
 }  // namespace
 }  // namespace tavelo_test
 

@@ -1,0 +1,116 @@
+#!/usr/bin/env bash
+# End-to-end on a private X server, the controller on the barcoded disc (900 frames,
+# chapters at frames 0, 300 and 600): the seek bar moves with playback and stands still when
+# paused, its chapter marks sit at the chapters' times, a click at its middle shows the frame
+# at half the title; after a quick save the status line names the file (read back with OCR),
+# a click on it opens the folder, and it clears after a few seconds.
+#
+#   tavelo_controller_e2e.sh TAVELO_BINARY TEST_DISCS_FOLDER
+set -euo pipefail
+
+tavelo=$1
+discs=${2:-}
+[ -n "$discs" ] && [ -d "$discs/frames/VIDEO_TS" ] || { echo "FAIL: no test discs in '$discs'" >&2; exit 1; }
+frames=900
+chapters="300 600"
+source "$(dirname "$0")/e2e_common.sh"
+e2e_start tavelo-controller-e2e
+private_pictures
+# Opening a folder goes through xdg-open: ours writes down what it was asked to open.
+mkdir -p "$work/bin"
+printf '#!/bin/sh\necho "$@" >>"%s/opened"\n' "$work" >"$work/bin/xdg-open"
+chmod +x "$work/bin/xdg-open"
+export PATH=$work/bin:$PATH
+
+seek_bar() {  # seek_bar: reads the controller's seek bar into left right top bottom marks handle
+  import -window "$control" "$work/control.png" 2>/dev/null
+  convert "$work/control.png" txt:- >"$work/control.txt"
+  local found
+  found=$(awk -f "$e2e_dir/seekbar.awk" "$work/control.txt")
+  read -r left right top bottom <<<"$(sed -n 1p <<<"$found")"
+  marks=$(sed -n 's/^marks *//p' <<<"$found")
+  handle=$(sed -n 's/^handle //p' <<<"$found")
+  [ -n "$handle" ] || fail "no handle on the seek bar ($found)"
+}
+x_of_frame() { echo $((left + $1 * (right - left) / (frames - 1))); }
+near() { [ $(($1 - $2)) -le "$3" ] && [ $(($2 - $1)) -le "$3" ]; }
+status_words() {  # status_words: tesseract's words (TSV) under the seek bar, three times enlarged
+  import -window "$control" "$work/control.png" 2>/dev/null
+  convert "$work/control.png" -crop "+0+$((bottom + 6))" +repage -resize 300% -colorspace gray \
+    "$work/status.png"
+  tesseract "$work/status.png" - tsv 2>/dev/null | awk -F'\t' 'NR > 1 && $12 != "" { print $7, $8, $9, $10, $12 }'
+}
+status_text() { status_words | cut -d' ' -f5- | tr '\n' ' '; }
+
+launch "$discs/frames"
+keys ctrl+2  # normal size: the 640 x 480 picture under the menu bar
+sleep 2
+
+step "the seek bar moves with playback"
+seek_bar
+first=$handle
+[ $((right - left)) -gt 300 ] || fail "the seek bar found is $left..$right"
+sleep 1.5
+seek_bar
+[ "$handle" -gt "$first" ] || fail "the handle stayed at $first while playing (now $handle)"
+
+step "chapter marks at the chapters' first frames"
+want=
+for c in $chapters; do want="$want $(x_of_frame "$c")"; done
+set -- $want
+for m in $marks; do
+  near "$m" "$1" 1 || fail "marks at$(printf ' %s' $marks), chapters at$want"
+  shift
+done
+[ $# = 0 ] || fail "marks at$(printf ' %s' $marks), chapters at$want"
+
+step "paused, the handle stands still"
+keys space
+sleep 0.5
+seek_bar
+paused=$handle
+sleep 1
+seek_bar
+[ "$handle" = "$paused" ] || fail "paused, the handle moved from $paused to $handle"
+
+step "a click at the middle of the seek bar shows the frame at half the title"
+middle=$(((left + right) / 2))
+xdotool mousemove --window "$control" "$middle" $(((top + bottom) / 2)) click 1
+sleep 1
+expected=$(((middle - left) * (frames - 1) / (right - left)))
+near "$expected" $((frames / 2)) 3 || fail "the middle found ($middle of $left..$right) is frame $expected"
+read -r _ h _ _ <<<"$(geometry "$video")"
+import -window "$video" "$work/video.png" 2>/dev/null
+shown=$(barcode "$work/video.png" $((h - 480)) 0 640)
+near "$shown" "$expected" 1 || fail "a click at the middle shows frame $shown, not $expected"
+seek_bar
+near "$handle" "$middle" 2 || fail "after the click the handle is at $handle, not $middle"
+
+step "the status line names the last quick save"
+[ -z "$(status_text | grep -i saved)" ] || fail "a status before any save: $(status_text)"
+keys ctrl+g
+sleep 1
+[ -f "$grabs/Tavelo 0000.jpg" ] || fail "no quick save"
+text=$(status_text)
+grep -q "Tavelo 0000" <<<"$text" || fail "after the first save the status line reads: $text"
+keys period ctrl+g
+sleep 1
+[ -f "$grabs/Tavelo 0001.jpg" ] || fail "no second quick save"
+text=$(status_text)
+grep -q "Tavelo 0001" <<<"$text" || fail "after the second save the status line reads: $text"
+grep -q "Tavelo 0000" <<<"$text" && fail "the status line still names the first save: $text"
+
+step "a click on the status line opens the folder"
+read -r wl wt ww wh _ <<<"$(status_words | grep -m1 -i 'saved')" || fail "no 'Saved' word to click"
+xdotool mousemove --window "$control" $(((wl + ww / 2) / 3)) $((bottom + 6 + (wt + wh / 2) / 3)) click 1
+for _ in $(seq 30); do [ -s "$work/opened" ] && break; sleep 0.1; done
+[ -s "$work/opened" ] || fail "nothing was opened"
+grep -qx "file://$grabs" "$work/opened" || fail "opened $(cat "$work/opened"), not $grabs"
+
+step "the status line clears after a few seconds"
+sleep 5
+text=$(status_text)
+grep -q "Tavelo 0001" <<<"$text" && fail "the status line still reads: $text"
+
+quit_app
+echo "PASS"
