@@ -123,3 +123,11 @@ barcode() {  # barcode IMAGE [TOP LEFT WIDTH]: the frame number the barcoded dis
   done
   echo "$value"
 }
+
+screen_text() {  # screen_text: the words on the whole screen, read with OCR, on one line
+  import -window root "$work/screen.png" 2>/dev/null
+  # Without the empty (black) screen around the windows, three times the size: what OCR reads best.
+  convert "$work/screen.png" -bordercolor black -border 1 -trim +repage -resize 300% -colorspace gray \
+    "$work/screen-ocr.png"
+  tesseract "$work/screen-ocr.png" - 2>/dev/null | tr -s '\n ' '  '
+}

@@ -21,7 +21,7 @@ notice() {  # notice: the open-failure notice's window, or a failure
 }
 
 go_menu() {  # go_menu KEY N DOWN: Go, N presses of KEY (Up: from its bottom, Down: from its
-            # top) to a submenu, then its item DOWN from the top
+            # top) to a submenu, then its item DOWN from the top (-: the submenu left open)
   xdotool windowfocus --sync "$video" 2>/dev/null || true
   xdotool mousemove --window "$video" 20 $((menubar / 2)) click 1
   sleep 0.4
@@ -29,6 +29,7 @@ go_menu() {  # go_menu KEY N DOWN: Go, N presses of KEY (Up: from its bottom, Do
   for _ in 1 2 3 4 5 6; do xdotool key Right; done; sleep 0.3
   for _ in $(seq "$2"); do xdotool key "$1"; done
   xdotool key Right; sleep 0.3
+  [ "$3" = - ] && { sleep 0.4; return; }  # left open
   for _ in $(seq "$3"); do xdotool key Down; done
   xdotool key Return
   sleep 0.6
@@ -43,6 +44,8 @@ step "a path that does not exist: a notice, and the program runs on"
 launch "$work/no such disc"
 n=$(notice)
 kill -0 "$app_pid" 2>/dev/null || fail "the program ended"
+text=$(screen_text)
+grep -q "no such disc.*does not exist" <<<"$text" || fail "the notice does not name the path: $text"
 xdotool windowfocus --sync "$n" 2>/dev/null || true
 xdotool key --clearmodifiers Return
 sleep 0.5
@@ -54,6 +57,8 @@ mkdir -p "$work/holiday photos"
 launch "$work/holiday photos"
 notice >/dev/null
 kill -0 "$app_pid" 2>/dev/null || fail "the program ended"
+text=$(screen_text)
+grep -q "holiday photos.*is not a DVD" <<<"$text" || fail "the notice does not name the folder: $text"
 quit_app
 
 step "full screen fills the screen; the controller follows the mouse; Escape restores"
@@ -103,7 +108,12 @@ keys ctrl+2
 wait_colour grey 200
 read -r _ h _ _ <<<"$(geometry "$video")"
 menubar=$((h - 480))
-# Titles is the first item; its second, title 2 (purple).
+# Titles is the first item: every title with its duration (60 frames: 0:02).
+go_menu Down 1 -
+text=$(screen_text)
+xdotool key Escape Escape Escape; sleep 0.4
+grep -q "Title 1 (0:02).*Title 2 (0:02)" <<<"$text" || fail "Go → Titles lists: $text"
+# Its second, title 2 (purple).
 go_menu Down 1 1
 wait_colour purple 50
 quit_app
