@@ -1,5 +1,6 @@
 #include "DVDSeekBar.h"
 
+#include <QHelpEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QToolTip>
@@ -98,6 +99,17 @@ void DVDSeekBar::paintEvent(QPaintEvent*) {
   painter.setBrush(p.color(QPalette::Highlight));
   painter.setPen(QPen(p.color(QPalette::Dark), 1));
   painter.drawEllipse(QPoint(at, track.center().y()), 5, 5);
+}
+
+bool DVDSeekBar::event(QEvent* event) {
+  // The tip that comes when the pointer rests tells the place under it too; the widget's own
+  // tip (how to use the bar) is for when there is nothing to seek.
+  if (event->type() == QEvent::ToolTip && mFrames > 0) {
+    auto const* help = static_cast<QHelpEvent*>(event);
+    QToolTip::showText(help->globalPos(), PlaceText(FrameAtX(help->pos().x())), this);
+    return true;
+  }
+  return QWidget::event(event);
 }
 
 void DVDSeekBar::SeekTo(int x) {

@@ -36,6 +36,7 @@ class DVDSeekBar : public QWidget {
   QSize minimumSizeHint() const override { return QSize(80, 14); }
 
  protected:
+  bool event(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;

@@ -1,6 +1,9 @@
 // The controller's seek bar: chapters marked at their frames, the position following the
 // picture on screen, a click going to the exact frame under the pointer.
 #include <QAbstractButton>
+#include <QApplication>
+#include <QHelpEvent>
+#include <QToolTip>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -59,6 +62,16 @@ TEST_F(SeekBarTest, HoveringTellsTheTimeAndChapter) {
   EXPECT_EQ(QStringLiteral("0:10, chapter 2"), mBar.PlaceText(300));
   EXPECT_EQ(QStringLiteral("0:00, chapter 1"), mBar.PlaceText(0));
   EXPECT_EQ(QStringLiteral("0:29, chapter 3"), mBar.PlaceText(899));
+  // The tip that comes when the pointer rests, over a bar that also has a tip of its own.
+  mBar.setToolTip(QStringLiteral("Click or drag to go to a frame"));
+  mBar.show();
+  QPoint const at(mBar.XOfFrame(300), 9);
+  QHelpEvent rest(QEvent::ToolTip, at, mBar.mapToGlobal(at));
+  QApplication::sendEvent(&mBar, &rest);
+  EXPECT_EQ(mBar.PlaceText(mBar.FrameAtX(at.x())), QToolTip::text());
+  EXPECT_TRUE(QToolTip::text().endsWith(QStringLiteral("chapter 2"))) << QToolTip::text().toStdString();
+  QToolTip::hideText();
+  mBar.hide();
 }
 
 TEST_F(SeekBarTest, OnAMenuThereIsNothingToSeek) {

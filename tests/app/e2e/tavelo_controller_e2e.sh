@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # End-to-end on a private X server, the controller on the barcoded disc (900 frames,
 # chapters at frames 0, 300 and 600): the seek bar moves with playback and stands still when
-# paused, its chapter marks sit at the chapters' times, a click at its middle shows the frame
-# at half the title; after a quick save the status line names the file (read back with OCR),
-# a click on it opens the folder, and it clears after a few seconds.
+# paused, its chapter marks sit at the chapters' times, hovering tells the time and chapter,
+# a click at its middle shows the frame at half the title; after a quick save the status line
+# names the file (read back with OCR), a click on it opens the folder, and it clears after a
+# few seconds.
 #
 #   tavelo_controller_e2e.sh TAVELO_BINARY TEST_DISCS_FOLDER
 set -euo pipefail
@@ -73,12 +74,22 @@ sleep 1
 seek_bar
 [ "$handle" = "$paused" ] || fail "paused, the handle moved from $paused to $handle"
 
+step "hovering over the seek bar tells the time and chapter under the pointer"
+# Frame 465 is 15.5 s in: a pixel either way is still 0:15.
+x=$(x_of_frame 465)
+xdotool mousemove --window "$control" "$x" $(((top + bottom) / 2))
+sleep 0.2
+xdotool mousemove --window "$control" $((x + 1)) $(((top + bottom) / 2))
+sleep 1
+text=$(screen_text)
+grep -qF "0:15, chapter 2" <<<"$text" || fail "hovering shows: $text (not \"0:15, chapter 2\")"
+
 step "a click at the middle of the seek bar shows the frame at half the title"
 middle=$(((left + right) / 2))
-xdotool mousemove --window "$control" "$middle" $(((top + bottom) / 2)) click 1
-sleep 1
 expected=$(((middle - left) * (frames - 1) / (right - left)))
 near "$expected" $((frames / 2)) 3 || fail "the middle found ($middle of $left..$right) is frame $expected"
+xdotool mousemove --window "$control" "$middle" $(((top + bottom) / 2)) click 1
+sleep 1
 read -r _ h _ _ <<<"$(geometry "$video")"
 import -window "$video" "$work/video.png" 2>/dev/null
 shown=$(barcode "$work/video.png" $((h - 480)) 0 640)
