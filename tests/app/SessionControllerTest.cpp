@@ -22,6 +22,7 @@ using tavelo_app_test::NewPlainFile;
 using tavelo_app_test::ProcessEvents;
 using testing::ElementsAre;
 using testing::MatchesRegex;
+using testing::HasSubstr;
 
 namespace {
 
@@ -338,9 +339,15 @@ TEST_F(SessionTest, UnknownEventCodeHasNoEffect) {
 TEST_F(SessionTest, ErrorEventAndFatalErrorTerminate) {
   Launch();
   int const before = NSApp->terminateRequests();
+  tavelo_test::LogTail tail;
+  testing::internal::CaptureStderr();
   SendEvent(kDVDEventError, static_cast<DVDEventValue>(kDVDErrorReadFailed));
   ProcessEvents();
+  std::string const terminal = testing::internal::GetCapturedStderr();
   EXPECT_EQ(NSApp->terminateRequests(), before + 1);
+  // The reason, on the terminal and in the log, before the program ends.
+  EXPECT_THAT(terminal, HasSubstr("playback stopped: the disc can no longer be read"));
+  EXPECT_THAT(tail.Text(), HasSubstr("playback stopped: the disc can no longer be read"));
   std::thread service([] { fake_dvd::S().fatalCallBack(kDVDErrorReadFailed, fake_dvd::S().fatalRefCon); });
   service.join();
   ProcessEvents();
