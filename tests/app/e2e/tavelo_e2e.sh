@@ -69,11 +69,6 @@ if [ -n "$disc" ]; then
   [ "$t0" != "$t1" ] || fail "the time field did not change on a click"
   [ "$t0" = "$t2" ] || fail "a second click did not bring the elapsed time back"
   keys space
-  if [ -n "${TAVELO_E2E_SHOTS:-}" ]; then
-    mkdir -p "$TAVELO_E2E_SHOTS"
-    import -window "$video" "$TAVELO_E2E_SHOTS/video-window.png"
-    import -window "$control" "$TAVELO_E2E_SHOTS/controller-window.png"
-  fi
 fi
 
 step "normal size (Ctrl+2)"
@@ -113,10 +108,6 @@ xdotool mousemove --window "$video" 20 $((menubar / 2)) click 1
 sleep 0.5
 xdotool mousemove --window "$video" 50 $((menubar + 12)) click 1
 about=$(timeout 5 xdotool search --sync --onlyvisible --name '^AboutTavelo.pdf$' | head -n1) || fail "no About box"
-if [ -n "${TAVELO_E2E_SHOTS:-}" ]; then
-  mkdir -p "$TAVELO_E2E_SHOTS"
-  import -window "$about" "$TAVELO_E2E_SHOTS/about-box.png"
-fi
 xdotool mousemove --window "$about" 60 60 click 1
 for _ in $(seq 30); do xdotool search --onlyvisible --name '^AboutTavelo.pdf$' >/dev/null || break; sleep 0.1; done
 xdotool search --onlyvisible --name '^AboutTavelo.pdf$' >/dev/null && fail "About box still open"

@@ -81,12 +81,6 @@ step "the thumbnail shows the last grab"
 import -window "$control" "$work/control.png"
 c=$(pixel "$work/control.png" $((cw - 48)) $((ch - 40)))
 is_colour green $c || fail "thumbnail centre is ($c), not green"
-if [ -n "${TAVELO_E2E_SHOTS:-}" ]; then
-  mkdir -p "$TAVELO_E2E_SHOTS"
-  # No window manager keeps the controller above the video window that the grab raised.
-  xdotool windowraise "$control"; sleep 0.3
-  import -window "$control" "$TAVELO_E2E_SHOTS/controller-window.png"
-fi
 
 step "copy puts TIFF and PNG on the clipboard"
 keys ctrl+c
