@@ -1,6 +1,8 @@
 #include "DVDWindowPlaces.h"
 
+#include <QEvent>
 #include <QGuiApplication>
+#include <QPointer>
 #include <QRect>
 #include <QScreen>
 #include <QWidget>
@@ -34,7 +36,34 @@ bool OnAScreen(QRect const& r) {
   return false;
 }
 
+// Watches the video window's size for the controller's sake; owned by the video window.
+class ControllerKeeper final : public QObject {
+ public:
+  ControllerKeeper(QWidget* video, QWidget* controller)
+      : QObject(video), mVideo(video), mController(controller) {
+    video->installEventFilter(this);
+  }
+
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    // Full screen places the controller itself, over the picture.
+    if (watched == mVideo && event->type() == QEvent::Resize && mController && !mVideo->isFullScreen() &&
+        !(mVideo->windowFlags() & Qt::FramelessWindowHint) &&
+        mController->frameGeometry().intersects(mVideo->frameGeometry())) {
+      DVDWindowPlaces::PlaceControllerBelow(mVideo, mController);
+    }
+    return QObject::eventFilter(watched, event);
+  }
+
+ private:
+  QPointer<QWidget> mVideo;
+  QPointer<QWidget> mController;
+};
+
 }  // namespace
+
+void DVDWindowPlaces::KeepControllerOffVideo(QWidget* video, QWidget* controller) {
+  if (video && controller) new ControllerKeeper(video, controller);
+}
 
 void DVDWindowPlaces::Save(QWidget const* video, QWidget const* controller) {
   // Frame positions, as move() takes them back.
@@ -69,11 +98,19 @@ bool DVDWindowPlaces::Restore(QWidget* video, QWidget* controller) {
 void DVDWindowPlaces::PlaceControllerBelow(QWidget const* video, QWidget* controller) {
   if (!video || !controller) return;
   QRect const frame = video->frameGeometry();
+  int const height = controller->frameGeometry().height();
   int y = frame.bottom() + 8;
   QScreen const* screen = video->screen();
-  if (screen && y + controller->frameGeometry().height() > screen->availableGeometry().bottom()) {
-    // No room below: above the window's top, still off the picture.
-    y = std::max(screen->availableGeometry().top(), frame.top() - controller->frameGeometry().height() - 8);
+  if (screen && y + height > screen->availableGeometry().bottom()) {
+    QRect const area = screen->availableGeometry();
+    if (frame.top() - height - 8 >= area.top()) {
+      // No room below: above the window's top, still off the picture.
+      y = frame.top() - height - 8;
+    } else {
+      // A window as big as the screen (maximum size): over the picture's bottom, as in full
+      // screen, rather than over its menu bar.
+      y = area.bottom() + 1 - height;
+    }
   }
   controller->move(frame.left(), y);
 }

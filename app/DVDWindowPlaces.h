@@ -11,6 +11,10 @@ class DVDWindowPlaces {
   // False when nothing was saved (the windows keep their first places).
   static bool Restore(QWidget* video, QWidget* controller);
   // The controller below the video window (or above its top when the screen's bottom is
-  // too near), never over the picture.
+  // too near), off the picture; only a window as big as the screen has it over the picture's
+  // bottom.
   static void PlaceControllerBelow(QWidget const* video, QWidget* controller);
+  // From now on, when the video window grows over the controller (a size command, a disc of
+  // another shape) the controller goes below it again; a place away from the picture is kept.
+  static void KeepControllerOffVideo(QWidget* video, QWidget* controller);
 };

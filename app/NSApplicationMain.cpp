@@ -36,6 +36,7 @@ int NSApplicationMain(int argc, char** argv) {
     if (!DVDWindowPlaces::Restore(videoWindow, control)) {
       DVDWindowPlaces::PlaceControllerBelow(videoWindow, control);
     }
+    DVDWindowPlaces::KeepControllerOffVideo(videoWindow, control);
     control->show();
   }
 

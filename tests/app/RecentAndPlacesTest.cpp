@@ -120,6 +120,29 @@ TEST_F(WindowPlacesTest, TheControllerNeverComesBackOverThePicture) {
   EXPECT_GE(control->pos().y(), video->frameGeometry().bottom());
 }
 
+TEST_F(WindowPlacesTest, WhenTheVideoWindowGrowsOverTheControllerItMovesBelow) {
+  QWidget* video = mNib.videoWindow();
+  QWidget* control = mNib.controlWindow();
+  // Small enough for the test screen to have room below.
+  video->setGeometry(0, 0, 240, 200);
+  tavelo_app_test::ProcessEvents();
+  DVDWindowPlaces::PlaceControllerBelow(video, control);
+  DVDWindowPlaces::KeepControllerOffVideo(video, control);
+  tavelo_app_test::ProcessEvents();
+  ASSERT_FALSE(control->frameGeometry().intersects(video->frameGeometry()));
+  video->resize(320, 280);
+  tavelo_app_test::ProcessEvents();
+  EXPECT_FALSE(control->frameGeometry().intersects(video->frameGeometry()))
+      << "controller at y " << control->y() << ", video bottom " << video->frameGeometry().bottom();
+  // A place the user chose away from the picture stays.
+  control->move(10, 400);
+  tavelo_app_test::ProcessEvents();
+  QPoint const chosen = control->pos();
+  video->resize(300, 260);
+  tavelo_app_test::ProcessEvents();
+  EXPECT_EQ(chosen, control->pos());
+}
+
 TEST_F(WindowPlacesTest, NothingSavedOrOffEveryScreenLeavesThemBe) {
   QWidget* video = mNib.videoWindow();
   EXPECT_FALSE(DVDWindowPlaces::Restore(video, mNib.controlWindow()));

@@ -124,10 +124,16 @@ barcode() {  # barcode IMAGE [TOP LEFT WIDTH]: the frame number the barcoded dis
   echo "$value"
 }
 
-screen_text() {  # screen_text: the words on the whole screen, read with OCR, on one line
-  import -window root "$work/screen.png" 2>/dev/null
-  # Without the empty (black) screen around the windows, three times the size: what OCR reads best.
-  convert "$work/screen.png" -bordercolor black -border 1 -trim +repage -resize 300% -colorspace gray \
-    "$work/screen-ocr.png"
-  tesseract "$work/screen-ocr.png" - 2>/dev/null | tr -s '\n ' '  '
+screen_text() {  # screen_text: the words in the program's windows (menus, tips and notices too),
+  # read with OCR, on one line
+  local id n=0
+  for id in $(xdotool search --onlyvisible --pid "$app_pid" 2>/dev/null); do
+    n=$((n + 1))
+    import -window "$id" "$work/window-$n.png" 2>/dev/null || continue
+    # Three times the size reads best; a second time in negative, for light text on a highlight.
+    convert "$work/window-$n.png" -resize 300% -colorspace gray "$work/window-$n-ocr.png"
+    convert "$work/window-$n-ocr.png" -negate "$work/window-$n-negative.png"
+    tesseract "$work/window-$n-ocr.png" - 2>/dev/null; echo "|"
+    tesseract "$work/window-$n-negative.png" - 2>/dev/null; echo "|"
+  done | tr -s '\n ' '  '
 }

@@ -80,9 +80,29 @@ xdotool search --onlyvisible --name '^Controller$' >/dev/null && fail "the contr
 keys Escape
 sleep 1
 [ "$(geometry "$video")" = "$before" ] || fail "after Escape the window is $(geometry "$video"), was $before"
-read -r vw vh vx vy <<<"$(geometry "$video")"
+off_the_picture() {  # off_the_picture WHEN: the controller lies below the video window
+  local vw vh vx vy cw ch cx cy
+  read -r vw vh vx vy <<<"$(geometry "$video")"
+  read -r cw ch cx cy <<<"$(geometry "$control")"
+  [ "$cy" -ge $((vy + vh)) ] || fail "$1 the controller ($cx,$cy) overlaps the video window ($vx,$vy ${vw}x$vh)"
+}
+off_the_picture "after Escape"
+
+step "the video window grows and shrinks; the controller stays off the picture"
+for size in 2 1 2; do
+  keys "ctrl+$size"
+  sleep 0.8
+  off_the_picture "at size $size"
+done
+# At maximum size there is no room: over the picture's bottom, as in full screen, and off it
+# again once the window is smaller.
+keys ctrl+3
+sleep 0.8
 read -r cw ch cx cy <<<"$(geometry "$control")"
-[ "$cy" -ge $((vy + vh)) ] || fail "the controller ($cx,$cy) overlaps the video window ($vx,$vy ${vw}x$vh)"
+[ "$cy" -gt 512 ] && [ $((cy + ch)) -le 1024 ] || fail "at maximum size the controller is at $cx,$cy"
+keys ctrl+2
+sleep 0.8
+off_the_picture "back at size 2"
 
 step "Go → Subtitles: a stream shows its subtitle, Off takes it away"
 quit_app
@@ -112,7 +132,7 @@ menubar=$((h - 480))
 go_menu Down 1 -
 text=$(screen_text)
 xdotool key Escape Escape Escape; sleep 0.4
-grep -q "Title 1 (0:02).*Title 2 (0:02)" <<<"$text" || fail "Go → Titles lists: $text"
+grep -q "Title 1 (0:02)" <<<"$text" && grep -q "Title 2 (0:02)" <<<"$text" || fail "Go → Titles lists: $text"
 # Its second, title 2 (purple).
 go_menu Down 1 1
 wait_colour purple 50

@@ -21,8 +21,6 @@ shots=${TAVELO_E2E_SHOTS:-}
 # The picture fills a 640 x 480 view below the menu bar at normal size; the disc's 720 x 480
 # pictures are shown 8/9 as wide.
 view() {  # view FILE: the video view as it is now
-  # Without a window manager the controller may lie over the window's bottom rows.
-  xdotool windowraise "$video"
   import -window "$video" png:- 2>/dev/null | convert - -crop "640x480+0+$menubar" +repage "$1"
 }
 band() {  # band FILE OUT: the menu's title and the line under it (no buttons)
