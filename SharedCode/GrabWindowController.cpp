@@ -38,10 +38,6 @@ namespace {
 // Indexed by picture type: the save panel's required file type.
 char const* const kFileExtensions[] = {"jpg", "png", "tif"};
 
-QString FileExtensionOfType(QuikSaveImageType type) {
-  if (type < 0 || type > 2) return QString();
-  return QString::fromLatin1(kFileExtensions[type]);
-}
 
 // The bitmap as an image that owns a copy of its pixels.
 QImage ImageOfBitmap(NSBitmapImageRep const& bitmap) {
@@ -326,6 +322,11 @@ std::shared_ptr<NSBitmapImageRep> GrabWindowController::BitmapImageRepWithImage(
 }
 
 // ---- saving
+
+QString GrabWindowController::FileExtensionOfType(QuikSaveImageType type) {
+  if (type < 0 || type > 2) return QString();
+  return QString::fromLatin1(kFileExtensions[type]);
+}
 
 void GrabWindowController::saveGrabImageType(QuikSaveImageType grabImageType) {
   if (!CocoaXVerifyText(hasGrabbedImage(), "[self hasGrabbedImage]")) return;

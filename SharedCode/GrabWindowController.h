@@ -126,6 +126,8 @@ class GrabWindowController : public QObject {
   static bool PutBitmapOnPasteboard(NSBitmapImageRep const& bitmap, QClipboard* pasteboard);
   // A 32-bit R, G, B bitmap of an image's pixels; null for a null image.
   static std::shared_ptr<NSBitmapImageRep> BitmapImageRepWithImage(QImage const& image);
+  // "jpg", "png" or "tif".
+  static QString FileExtensionOfType(QuikSaveImageType type);
 
   void saveGrabImageType(QuikSaveImageType grabImageType);
   void saveGrabImageType(QuikSaveImageType grabImageType, QString const& withNamedFilePath);

@@ -3,7 +3,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QCoreApplication>
-#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
@@ -23,6 +22,7 @@
 
 #include "DVDPlayback.h"
 #include "StillPlan.h"
+#include "StillTitleInfo.h"
 
 namespace {
 
@@ -182,26 +182,11 @@ QStringList BatchGrabDialog::Arguments() const {
 int BatchGrabDialog::Planned() const {
   if (mMode == kSheet) return mColumns->value() * mRows->value();
   // The playback service knows the open disc's titles: the same plan tavelo-grab makes.
-  UInt16 title = UInt16(mTitle);
-  if (title == 0) {
-    UInt16 count = 0;
-    if (DVDGetNumTitles(&count) != noErr) return 0;
-    UInt32 longest = 0;
-    for (UInt16 t = 1; t <= count; ++t) {
-      DVDTitleInfo info{};
-      if (DVDGetTitleInfo(t, &info) == noErr && (title == 0 || info.frames > longest)) {
-        title = t;
-        longest = info.frames;
-      }
-    }
-  }
-  DVDTitleInfo info{};
-  if (title == 0 || DVDGetTitleInfo(title, &info) != noErr) return 0;
-  std::vector<UInt32> chapters(info.chapters ? info.chapters : 1, 0);
-  UInt16 n = UInt16(chapters.size());
-  if (info.chapters) DVDGetChapterFirstFrames(title, chapters.data(), &n);
-  bool const pal = info.standard == kDVDVideoStandardPAL;
-  StillTitle const planned{info.frames, pal, std::vector<uint32_t>(chapters.begin(), chapters.end())};
+  UInt16 const title = mTitle != 0 ? UInt16(mTitle) : StillTitleInfo::Longest(StillTitleInfo::ReadAll());
+  StillTitleInfo info;
+  if (title == 0 || !StillTitleInfo::Read(title, &info)) return 0;
+  bool const pal = info.PAL();
+  StillTitle const planned = info.Planned();
   What const& w = kWhat[mWhat->currentIndex()];
   std::string const value = mValue->text().trimmed().toStdString();
   StillPlan plan;
@@ -295,7 +280,6 @@ void BatchGrabDialog::finish(int exitCode) {
     mStatus->setText(tr("%n picture(s) written; ", nullptr, mCount) +
                      (why.isEmpty() ? tr("tavelo-grab could not run.") : why));
   }
-  emit batchFinished(exitCode);
 }
 
 void BatchGrabDialog::chooseFolder() {

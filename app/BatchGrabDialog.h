@@ -62,9 +62,6 @@ class BatchGrabDialog : public QDialog {
   // Escape: as Cancel.
   void reject() override;
 
- signals:
-  void batchFinished(int exitCode);
-
  private:
   void readWritten();
   void finish(int exitCode);

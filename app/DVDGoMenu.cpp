@@ -11,6 +11,7 @@
 #include "CoreMachDebugLog.h"
 #include "StillNames.h"
 #include "StillPlan.h"
+#include "StillTitleInfo.h"
 
 namespace {
 
@@ -113,20 +114,18 @@ void DVDGoMenu::fillTitles() {
 void DVDGoMenu::fillChapters() {
   QActionGroup* group = FreshList(mChapters);
   UInt16 title = 0;
-  DVDTitleInfo info{};
-  if (!PlayingTitle(&title, &info) || info.chapters == 0) return;
-  std::vector<UInt32> firsts(info.chapters, 0);
-  UInt16 n = info.chapters;
-  if (DVDGetChapterFirstFrames(title, firsts.data(), &n) != noErr) return;
-  firsts.resize(std::min<size_t>(n, firsts.size()));
+  StillTitleInfo info;
+  if (DVDGetTitle(&title) != noErr || title == 0 || !StillTitleInfo::Read(title, &info) ||
+      info.info.chapters == 0) {
+    return;
+  }
   UInt32 frame = 0;
   if (DVDGetFrameInTitle(&frame) != noErr) frame = 0;
-  bool const pal = info.standard == kDVDVideoStandardPAL;
-  std::vector<uint32_t> const chapters(firsts.begin(), firsts.end());
+  std::vector<uint32_t> const& chapters = info.chapterFirstFrames;
   int const current = StillPlan::ChapterOf(frame, chapters);
   for (UInt16 c = 1; c <= chapters.size(); ++c) {
     QString const text =
-        tr("Chapter %1 (%2)").arg(c).arg(Duration(StillPlan::FrameMs(chapters[c - 1], pal)));
+        tr("Chapter %1 (%2)").arg(c).arg(Duration(StillPlan::FrameMs(chapters[c - 1], info.PAL())));
     QAction* item = Choice(mChapters, group, text, c == current);
     connect(item, &QAction::triggered, this, [c] { CoreMachDebugVerify(DVDSetChapter(c) == noErr); });
   }

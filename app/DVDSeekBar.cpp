@@ -9,6 +9,7 @@
 
 #include "StillNames.h"
 #include "StillPlan.h"
+#include "StillTitleInfo.h"
 
 
 
@@ -34,15 +35,11 @@ void DVDSeekBar::refresh() {
     mTitle = title;
     mFrames = 0;
     mChapters.clear();
-    DVDTitleInfo info{};
-    if (title > 0 && DVDGetTitleInfo(title, &info) == noErr) {
-      mFrames = info.frames;
-      mPAL = info.standard == kDVDVideoStandardPAL;
-      std::vector<UInt32> firsts(info.chapters);
-      UInt16 n = info.chapters;
-      if (n > 0 && DVDGetChapterFirstFrames(title, firsts.data(), &n) == noErr) {
-        mChapters.assign(firsts.begin(), firsts.begin() + std::min<size_t>(n, firsts.size()));
-      }
+    StillTitleInfo info;
+    if (title > 0 && StillTitleInfo::Read(title, &info)) {
+      mFrames = info.info.frames;
+      mPAL = info.PAL();
+      mChapters = std::move(info.chapterFirstFrames);
     }
     setEnabled(mFrames > 0);
     update();

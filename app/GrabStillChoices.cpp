@@ -1,11 +1,9 @@
 #include "GrabStillChoices.h"
 
 #include <QAction>
-#include <QDir>
 #include <QFileInfo>
 #include <QMenu>
 
-#include <cstring>
 #include <vector>
 
 #include "CoreMachDebugLog.h"

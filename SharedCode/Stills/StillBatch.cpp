@@ -24,7 +24,7 @@ QImage ImageOf(NSBitmapImageRep const& bitmap) {
 std::shared_ptr<NSBitmapImageRep> Still(StillTaker& taker, StillTitleInfo const& title,
                                         uint32_t frame, StillBatchOptions const& options,
                                         uint32_t* taken) {
-  bool const pal = title.info.standard == kDVDVideoStandardPAL;
+  bool const pal = title.PAL();
   uint32_t const last = options.skipBlank
                             ? std::min(title.info.frames - 1, frame + (pal ? 50u : 60u))
                             : frame;
@@ -55,18 +55,12 @@ std::shared_ptr<NSBitmapImageRep> Sized(std::shared_ptr<NSBitmapImageRep> bitmap
 
 }  // namespace
 
-QString StillBatch::Extension(QuikSaveImageType type) {
-  return type == QuikSaveImageType_PNG    ? QStringLiteral("png")
-         : type == QuikSaveImageType_TIFF ? QStringLiteral("tif")
-                                          : QStringLiteral("jpg");
-}
-
 int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo const& title,
                     StillPlan const& plan, StillBatchOptions const& options,
                     StillBatchReport const& report, std::atomic<bool> const* cancel) {
-  bool const pal = title.info.standard == kDVDVideoStandardPAL;
+  bool const pal = title.PAL();
+  // Named files in a folder of the batch's own: the creator and quality are all that count.
   NSBitmapImageRep::QuickSaveSettings settings = NSBitmapImageRep::quickSaveSettings();
-  settings.folder = options.folder;
   settings.jpegCompressionFactor = float(options.quality) / 100.0f;
   int failures = 0;
   auto const fail = [&](QString const& what) {
@@ -94,12 +88,12 @@ int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo c
       fail(QStringLiteral("frame %1 could not be taken").arg(e.frame));
     } else if (options.sheet) {
       tiles.push_back(StillSheetTile{ImageOf(*still).copy(),
-                                     StillNames::TimeText(place.ms).replace(QLatin1Char('-'), QLatin1Char(':'))});
+                                     StillNames::DurationText(place.ms)});
     } else {
       QString name;
       StillNames::Expand(options.nameTemplate, place, &name, nullptr);
       QString const path =
-          QDir(options.folder).filePath(name + QLatin1Char('.') + Extension(options.type));
+          QDir(options.folder).filePath(name + QLatin1Char('.') + GrabWindowController::FileExtensionOfType(options.type));
       if (still->saveToPictureFileName(path, options.type, settings)) {
         if (report.written) report.written(path);
       } else {
@@ -123,7 +117,7 @@ int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo c
     uint64_t const ms = StillPlan::FrameMs(title.info.frames, pal);
     QStringList const header{
         discName,
-        QStringLiteral("Title %1, %2, %3 frames").arg(title.number).arg(StillNames::TimeText(ms).replace(QLatin1Char('-'), QLatin1Char(':'))).arg(title.info.frames),
+        QStringLiteral("Title %1, %2, %3 frames").arg(title.number).arg(StillNames::DurationText(ms)).arg(title.info.frames),
         QStringLiteral("%1 x %2 stored, %3, %4").arg(title.info.width).arg(title.info.height)
             .arg(title.info.aspect == kDVDAspectRatio16x9 ? QStringLiteral("16:9") : QStringLiteral("4:3"))
             .arg(pal ? QStringLiteral("PAL") : QStringLiteral("NTSC")),
@@ -133,7 +127,7 @@ int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo c
                              ? options.sheetPath
                              : QDir(options.folder).filePath(StillNames::Safe(discName) +
                                                              QStringLiteral(" T%1 sheet.").arg(title.number) +
-                                                             Extension(options.type));
+                                                             GrabWindowController::FileExtensionOfType(options.type));
     std::shared_ptr<NSBitmapImageRep> const bitmap =
         GrabWindowController::BitmapImageRepWithImage(sheet);
     if (bitmap && bitmap->saveToPictureFileName(path, options.type, settings)) {

@@ -43,5 +43,4 @@ class StillBatch {
   static int Run(StillTaker& taker, QString const& discName, StillTitleInfo const& title,
                  StillPlan const& plan, StillBatchOptions const& options,
                  StillBatchReport const& report, std::atomic<bool> const* cancel);
-  static QString Extension(QuikSaveImageType type);
 };

@@ -44,6 +44,10 @@ QString StillNames::TimeText(uint64_t ms) {
                            unsigned(ms / 1000 % 60), unsigned(ms % 1000));
 }
 
+QString StillNames::DurationText(uint64_t ms) {
+  return TimeText(ms).replace(QLatin1Char('-'), QLatin1Char(':'));
+}
+
 QString StillNames::ClockText(uint64_t ms) {
   uint64_t const s = ms / 1000;
   if (s >= 3600) {

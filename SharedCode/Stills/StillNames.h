@@ -23,6 +23,8 @@ class StillNames {
   static QString DiscName(QString const& mediaPath);
   // "hh-mm-ss.mmm".
   static QString TimeText(uint64_t ms);
+  // The same for reading: "hh:mm:ss.mmm".
+  static QString DurationText(uint64_t ms);
   // As a clock reads: "0:45", "12:34" or "1:02:03".
   static QString ClockText(uint64_t ms);
   // The template with its fields filled in; false (naming the field in *bad) for a field it

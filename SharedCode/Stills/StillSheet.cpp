@@ -3,7 +3,6 @@
 #include <QFont>
 #include <QPainter>
 
-#include <algorithm>
 
 namespace {
 

@@ -46,19 +46,7 @@ OSStatus StillTaker::Open(QString const& path, QString* why) {
     Close();
     return kDVDErrorMediaNotDVD;
   }
-  for (UInt16 t = 1; t <= count; ++t) {
-    StillTitleInfo title;
-    title.number = t;
-    if (DVDGetTitleInfo(t, &title.info) != noErr) continue;
-    UInt16 chapters = title.info.chapters;
-    title.chapterFirstFrames.resize(chapters);
-    if (chapters > 0 && DVDGetChapterFirstFrames(t, title.chapterFirstFrames.data(), &chapters) == noErr) {
-      title.chapterFirstFrames.resize(std::min<size_t>(chapters, title.chapterFirstFrames.size()));
-    } else {
-      title.chapterFirstFrames.assign(1, 0);
-    }
-    mTitles.push_back(std::move(title));
-  }
+  mTitles = StillTitleInfo::ReadAll();
   return noErr;
 }
 
@@ -73,17 +61,7 @@ void StillTaker::Close() {
   mTitles.clear();
 }
 
-UInt16 StillTaker::LongestTitle() const {
-  UInt16 longest = 0;
-  uint32_t frames = 0;
-  for (StillTitleInfo const& t : mTitles) {
-    if (longest == 0 || t.info.frames > frames) {
-      longest = t.number;
-      frames = t.info.frames;
-    }
-  }
-  return longest;
-}
+UInt16 StillTaker::LongestTitle() const { return StillTitleInfo::Longest(mTitles); }
 
 void StillTaker::FrameReady(UInt32, void* refCon) {
   auto* const self = static_cast<StillTaker*>(refCon);

@@ -13,12 +13,7 @@
 
 #include "DVDPlayback.h"
 #include "DVDStill.h"
-
-struct StillTitleInfo {
-  UInt16 number = 0;
-  DVDTitleInfo info{};
-  std::vector<uint32_t> chapterFirstFrames;
-};
+#include "StillTitleInfo.h"
 
 class StillTaker {
  public:

@@ -2,6 +2,7 @@
 
 #include "DVDLibraryLog.h"
 #include "DVDScrambling.h"
+#include "DVDTitleTable.h"
 #include "PlatformLog.h"
 
 #include <dvdread/dvd_reader.h>
@@ -28,9 +29,6 @@ namespace {
 
 struct ReaderCloser {
   void operator()(dvd_reader_t* r) const { DVDClose(r); }
-};
-struct IfoCloser {
-  void operator()(ifo_handle_t* i) const { ifoClose(i); }
 };
 
 bool IsDir(std::string const& p) {
@@ -154,7 +152,7 @@ OSStatus DVDMedia::Construct(std::string const& path) {
     if (!reader) return kDVDErrorMediaNotDVD;
   }
   // The manager's information (IFO, or its backup) must be readable for a disc to play.
-  std::unique_ptr<ifo_handle_t, IfoCloser> vmg(::ifoOpen(reader.get(), 0));
+  Ifo vmg(::ifoOpen(reader.get(), 0));
   if (!vmg || !vmg->vmgi_mat || !vmg->tt_srpt) return kDVDErrorMediaNotDVD;
   mDiscRegion = (vmg->vmgi_mat->vmg_category >> 16) & 0xFF;
   if (DVDTitlesScrambled(reader.get(), vmg->vmgi_mat->vmg_nr_of_title_sets) &&
@@ -165,7 +163,7 @@ OSStatus DVDMedia::Construct(std::string const& path) {
   auto titles = std::make_shared<DVDTitleTable const>(DVDTitleTable::Read(reader.get(), *vmg));
 
   if (vmg->vmgi_mat->vmg_nr_of_title_sets > 0) {
-    std::unique_ptr<ifo_handle_t, IfoCloser> vts(::ifoOpen(reader.get(), 1));
+    Ifo vts(::ifoOpen(reader.get(), 1));
     if (vts && vts->vtsi_mat) {
       video_attr_t const& video = vts->vtsi_mat->vts_video_attr;
       mNativeHeight = video.video_format == 1 ? 576 : 480;

@@ -9,12 +9,9 @@
 
 namespace dvd {
 
-namespace {
+void IfoCloser::operator()(ifo_handle_t* ifo) const { ifoClose(ifo); }
 
-struct IfoCloser {
-  void operator()(ifo_handle_t* i) const { ifoClose(i); }
-};
-using Ifo = std::unique_ptr<ifo_handle_t, IfoCloser>;
+namespace {
 
 int64_t Bcd(uint8_t value) { return int64_t(value >> 4) * 10 + (value & 0x0F); }
 

@@ -9,11 +9,18 @@
 #include <dvdread/ifo_types.h>
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 struct dvd_reader_s;
 
 namespace dvd {
+
+// An information file that closes itself.
+struct IfoCloser {
+  void operator()(ifo_handle_t* ifo) const;
+};
+using Ifo = std::unique_ptr<ifo_handle_t, IfoCloser>;
 
 class DVDTitleTable {
  public:

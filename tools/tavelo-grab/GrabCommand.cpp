@@ -7,7 +7,6 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 
-#include <atomic>
 #include <optional>
 
 #include <unistd.h>
@@ -217,7 +216,7 @@ QString Format(UInt8 format) {
   }
 }
 
-QString Duration(uint64_t ms) { return StillNames::TimeText(ms).replace(QLatin1Char('-'), QLatin1Char(':')); }
+QString Duration(uint64_t ms) { return StillNames::DurationText(ms); }
 
 void List(QString const& disc, std::vector<StillTitleInfo> const& titles, bool json, std::FILE* out) {
   QJsonArray array;
@@ -300,8 +299,8 @@ int GrabCommand::Run(QStringList const& args, std::FILE* out, std::FILE* err,
     std::fprintf(err, "tavelo-grab: --title: accepts 1-%zu on this disc\n", taker.Titles().size());
     return kBadArguments;
   }
-  bool const pal = title->info.standard == kDVDVideoStandardPAL;
-  StillTitle planned{title->info.frames, pal, title->chapterFirstFrames};
+  bool const pal = title->PAL();
+  StillTitle planned = title->Planned();
   std::vector<uint32_t> at;
   if (o.kind == StillPlan::kAt) {
     std::string bad;

@@ -30,7 +30,9 @@ int main(int argc, char** argv) {
   qInstallMessageHandler(ToLog);
   // Only a sheet's text needs fonts: the rest starts without the GUI's set-up.
   bool sheet = false;
-  for (int i = 1; i < argc; ++i) sheet = sheet || std::strncmp(argv[i], "--sheet", 7) == 0;
+  for (int i = 1; i < argc; ++i) {
+    sheet = sheet || std::strcmp(argv[i], "--sheet") == 0 || std::strncmp(argv[i], "--sheet=", 8) == 0;
+  }
   std::unique_ptr<QCoreApplication> const app =
       sheet ? std::make_unique<QGuiApplication>(argc, argv)
             : std::make_unique<QCoreApplication>(argc, argv);
