@@ -79,6 +79,14 @@ TEST(StillPlan, StillsAreTakenInDiscOrderAndThoseOutsideAreReported) {
   EXPECT_EQ(950u, plan.Outside()[0].frame);
 }
 
+TEST(StillNames, TimesForFileNamesAndForReading) {
+  EXPECT_EQ(QStringLiteral("01-02-03.004"), StillNames::TimeText(3723004));
+  EXPECT_EQ(QStringLiteral("01:02:03.004"), StillNames::DurationText(3723004));
+  EXPECT_EQ(QStringLiteral("00:00:00.000"), StillNames::DurationText(0));
+  EXPECT_EQ(QStringLiteral("1:02:03"), StillNames::ClockText(3723004));
+  EXPECT_EQ(QStringLiteral("0:45"), StillNames::ClockText(45999));
+}
+
 TEST(StillNames, TemplatesFillTheirFieldsAndRefuseOthers) {
   StillPlace place{QStringLiteral("My:Disc"), 2, 3, 3723004, 111600, 7};
   QString name;

@@ -48,6 +48,8 @@ class DVDFramePositionTest : public DVDSessionTest {
     ASSERT_EQ(noErr, DVDPlay());
     Settle();
   }
+  // Paused on the opengop disc: steps across its chapters' starts, and seeks to them.
+  void StepAcrossChapters();
 };
 
 TEST_F(DVDFramePositionTest, PlayingPicturesCarryTheFrameTheyShow) {
@@ -108,6 +110,20 @@ TEST_F(DVDFramePositionTest, EveryFrameOfOpenGroupsIsReachedBySeeking) {
 TEST_F(DVDFramePositionTest, StepsCrossAChapterOfOpenGroups) {
   OpenAndPlay("opengop");
   ASSERT_EQ(noErr, DVDPause());
+  StepAcrossChapters();
+}
+
+TEST_F(DVDFramePositionTest, StepsCrossAChapterOfAChainThatIsNotTheTitleSetsFirst) {
+  // Title 2's cells lie after title 1's in the title set: where its chain ends is not where
+  // the title set's sectors do.
+  OpenAndPlay("opengop");
+  ASSERT_EQ(noErr, DVDSetTitle(2));
+  Settle();
+  ASSERT_EQ(noErr, DVDPause());
+  StepAcrossChapters();
+}
+
+void DVDFramePositionTest::StepAcrossChapters() {
   // Into the second chapter, and from it into the third (a chapter that is not the last
   // must not be taken for the chain's end).
   for (UInt32 const chapter : {60u, 120u}) {
