@@ -1,6 +1,7 @@
 // tavelo-grab as a user runs it, without a display, on the authored discs: the stills'
 // frames read back from the barcode every picture of the "frames" discs carries.
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QImage>
 #include <QJsonArray>
@@ -291,6 +292,48 @@ TEST_F(TaveloGrabTest, EveryBadArgumentExitsWithTwoNamingIt) {
     EXPECT_TRUE(r.lines.isEmpty());
   }
   EXPECT_TRUE(QDir(Out()).isEmpty()) << "nothing written";
+}
+
+TEST_F(TaveloGrabTest, OptionsInTheirOtherFormsFoldersAndLimits) {
+  QString const disc = Disc("frames");
+  Result r = Grab({QStringLiteral("--help")});
+  EXPECT_EQ(0, r.exit);
+  EXPECT_TRUE(r.lines.join(QLatin1Char('\n')).contains(QLatin1String("--sheet"))) << "usage on standard output";
+  // --option=value, TIFF by its long name, into a folder that is not there yet.
+  QString const folder = Out() + QStringLiteral("/new/stills");
+  r = Grab({QStringLiteral("--at=f30"), QStringLiteral("--format=tiff"), QStringLiteral("-o"), folder, disc});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  ASSERT_EQ(1, r.lines.size());
+  EXPECT_TRUE(r.lines[0].startsWith(folder) && r.lines[0].endsWith(QLatin1String(".tif")))
+      << r.lines[0].toStdString();
+  EXPECT_EQ(30, Barcode(QImage(r.lines[0])));
+  // A flag given a value, and the limits of sheets and sizes.
+  struct Case {
+    QStringList args;
+    char const* named;
+  };
+  std::vector<Case> const cases = {
+      {{QStringLiteral("--chapters=yes"), disc}, "takes no value"},
+      {{QStringLiteral("--sheet"), QStringLiteral("51x1"), disc}, "--sheet"},
+      {{QStringLiteral("--size"), QStringLiteral("9000x10"), disc}, "--size"},
+  };
+  for (Case const& c : cases) {
+    r = Grab(c.args);
+    EXPECT_EQ(2, r.exit) << c.args.join(QLatin1Char(' ')).toStdString();
+    EXPECT_TRUE(r.err.contains(QLatin1String(c.named))) << r.err.toStdString();
+  }
+  // A folder that cannot be made.
+  QFile blocker(Out() + QStringLiteral("/a file"));
+  ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+  blocker.close();
+  r = Grab({QStringLiteral("--at"), QStringLiteral("f1"), QStringLiteral("-o"), blocker.fileName() + QStringLiteral("/sub"), disc});
+  EXPECT_EQ(2, r.exit);
+  EXPECT_TRUE(r.err.contains(QLatin1String("-o"))) << r.err.toStdString();
+  // A time past the title's end is reported; the others are written.
+  r = Grab({QStringLiteral("--at"), QStringLiteral("1,99:00"), QStringLiteral("-o"), Out() + QStringLiteral("/late"), disc});
+  EXPECT_EQ(1, r.exit);
+  EXPECT_EQ(1, r.lines.size());
+  EXPECT_FALSE(r.err.isEmpty());
 }
 
 TEST_F(TaveloGrabTest, WhatIsNotADiscExitsWithThree) {
