@@ -26,7 +26,12 @@ OSStatus DVDNavigator::SetTitle(UInt16 title) {
     // From a stop the machine starts over first: it only jumps once it runs.
     bool const started = !restart || StartOver();
     // A menu waiting on its still lets go of it: the machine jumps only once it reads on.
-    if (started && mStillInfinite) dvdnav_still_skip(mNav);
+    bool still = false;
+    {
+      std::lock_guard<std::mutex> g(mMutex);  // a seek may clear it meanwhile
+      still = mStillInfinite;
+    }
+    if (started && still) dvdnav_still_skip(mNav);
     bool const there = started && dvdnav_title_play(mNav, title) == DVDNAV_STATUS_OK;
     std::lock_guard<std::mutex> g(mMutex);
     if (restart) ForgetAnnounced();
