@@ -3,9 +3,14 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <chrono>
 
 namespace {
+
+bool Shows(UInt32 first, UInt32 count, uint32_t frame) {
+  return first != kDVDNoFrame && first <= frame && frame - first < std::max<UInt32>(1, count);
+}
 
 // Frames this close ahead are stepped to: cheaper than a seek, which goes back to the
 // picture group's start.
@@ -70,6 +75,7 @@ void StillTaker::FrameReady(UInt32, void* refCon) {
   if (DVDCopyPresentedFrame(&info, nullptr, &size) != noErr) return;
   std::lock_guard<std::mutex> g(self->mMutex);
   self->mShownFrame = info.frameInTitle;
+  self->mShownFrames = std::max<UInt32>(1, info.framesShown);
   self->mShownTitle = info.title;
   self->mChanged.notify_all();
 }
@@ -78,7 +84,7 @@ bool StillTaker::WaitFor(UInt16 title, uint32_t frame, int timeoutMs) {
   std::unique_lock<std::mutex> lk(mMutex);
   return mChanged.wait_for(lk, std::chrono::milliseconds(timeoutMs), [&] {
     return mShownTitle == title && mShownFrame != kDVDNoFrame &&
-           (frame == kDVDNoFrame || mShownFrame == frame);
+           (frame == kDVDNoFrame || Shows(mShownFrame, mShownFrames, frame));
   });
 }
 
@@ -98,15 +104,57 @@ bool StillTaker::Take(uint32_t frame, bool withSubtitles, DVDStillRequest* reque
   if (!mOpen) return false;
   UInt16 title = 0;
   uint32_t shown = kDVDNoFrame;
+  UInt32 shownFrames = 1;
   {
     std::lock_guard<std::mutex> g(mMutex);
     title = mShownTitle;
     shown = mShownFrame;
+    shownFrames = mShownFrames;
   }
-  if (shown != frame) {
+  if (!Shows(shown, shownFrames, frame)) {
     bool const step = shown != kDVDNoFrame && frame > shown && frame - shown <= kStepAtMost;
     OSStatus const status = step ? DVDStepFrame(SInt32(frame - shown)) : DVDSeekToFrame(frame);
     if (status != noErr || !WaitFor(title, frame, 10000)) return false;
   }
-  return DVDTakeStill(withSubtitles, request) == noErr && request->info.frameInTitle == frame;
+  return DVDTakeStill(withSubtitles, request) == noErr &&
+         Shows(request->info.frameInTitle, request->info.framesShown, frame);
+}
+
+StillContent StillTaker::Examine(StillTitleInfo const& title) {
+  // Ten pictures hold two whole 3:2 cadences.
+  constexpr int kPictures = 10;
+  if (title.info.frames == 0 || !StartTitle(title.number)) return StillContent::kUnknown;
+  uint32_t frame = title.info.frames > 3 * kPictures ? title.info.frames / 3 : 0;
+  int taken = 0;
+  int repeating = 0;
+  int interlaced = 0;
+  int otherField = 0;  // made whole by a field of the picture before or after
+  int combed = 0;      // whole with no field at hand
+  for (int i = 0; i < kPictures && frame < title.info.frames; ++i) {
+    DVDStillRequest request;
+    if (!Take(frame, false, &request)) break;
+    DVDDecodedFrameInfo const& info = request.info;
+    ++taken;
+    if (info.framesShown > 1 || info.repeatFirstField) ++repeating;
+    if (!info.progressive) {
+      ++interlaced;
+      DVDStillFieldMatch match = kDVDStillFieldMatchNone;
+      if (DVDGetStillFieldMatch(request, &match) == noErr) {
+        if (match == kDVDStillFieldMatchNone) ++combed;
+        if (match == kDVDStillFieldMatchPrevious || match == kDVDStillFieldMatchNext) {
+          ++otherField;
+        }
+      }
+    }
+    frame = info.frameInTitle + std::max<UInt32>(1, info.framesShown);
+  }
+  if (taken < 5) return StillContent::kUnknown;
+  if (title.PAL()) return StillContent::kVideo;
+  // Pulldown flags: 2 of every 4 pictures repeat a field.
+  if (repeating * 4 >= taken) return StillContent::kSoftTelecine;
+  // Telecined: 2 of every 5 frames need a field of a neighbour, and none stays combed.
+  if (interlaced == taken && otherField * 10 >= taken * 3 && combed * 10 <= taken) {
+    return StillContent::kHardTelecine;
+  }
+  return StillContent::kVideo;
 }

@@ -15,6 +15,12 @@
 #include "DVDStill.h"
 #include "StillTitleInfo.h"
 
+// What a title's pictures carry: video, or film at 24000/1001 frames a second carried to
+// NTSC by 3:2 pulldown, either flagged (soft telecine: progressive pictures, every other one
+// repeating a field) or in the pictures (hard telecine: 2 of every 5 frames mix the fields of
+// two film frames).
+enum class StillContent { kUnknown, kVideo, kSoftTelecine, kHardTelecine };
+
 class StillTaker {
  public:
   StillTaker() = default;
@@ -33,12 +39,16 @@ class StillTaker {
   // Plays the title and pauses on its first picture; false when it does not come.
   bool StartTitle(UInt16 title);
   // Brings frame on screen and takes it (subpicture layer with it when asked); false when
-  // the frame does not come.
+  // the frame does not come. On film a picture may be shown at two frames: either brings it.
   bool Take(uint32_t frame, bool withSubtitles, DVDStillRequest* request);
+  // Looks at a run of a title's pictures a third of the way in (the title is left paused
+  // there); kUnknown when they cannot be taken.
+  StillContent Examine(StillTitleInfo const& title);
 
  private:
   static void FrameReady(UInt32, void* refCon);
-  // Waits until the picture on screen is frame (any frame of title with kDVDNoFrame).
+  // Waits until the picture on screen is the one shown at frame (any frame of title with
+  // kDVDNoFrame).
   bool WaitFor(UInt16 title, uint32_t frame, int timeoutMs);
 
   bool mInitialized = false;
@@ -47,5 +57,6 @@ class StillTaker {
   std::mutex mMutex;
   std::condition_variable mChanged;
   UInt32 mShownFrame = kDVDNoFrame;
+  UInt32 mShownFrames = 1;  // frames the picture on screen is shown for (2 on film)
   UInt16 mShownTitle = 0;
 };

@@ -42,8 +42,9 @@ OSStatus DVDNavigator::Play() {
       if (mStepped && mPresenter) {
         // Pictures stepped to were shown out of the stream's order: it goes on from the
         // one on screen.
-        int64_t const shown = mPresenter->Shown().frameInTitle;
-        if (shown >= 0 && shown + 1 < mView.titleFrames) StartSeek(shown + 1);
+        DVDPicturePosition const shown = mPresenter->Shown();
+        int64_t const next = shown.frameInTitle + shown.framesShown;
+        if (shown.frameInTitle >= 0 && next < mView.titleFrames) StartSeek(next);
       }
       break;
     }

@@ -149,13 +149,20 @@ OSStatus DVDNavigator::StepFrame(SInt32 frames) {
   }
   DVDPicturePosition const shown = mPresenter->Shown();
   if (shown.frameInTitle < 0) return kDVDErrorNotAllowedNow;
-  // Steps count from where a seek or step still on its way will be.
+  // Steps count from where a seek or step still on its way will be. A step always shows
+  // another picture: on film, where a picture stays on screen for two frames, one step on
+  // goes past both, one step back to the picture before.
   int64_t const pending = mSeek.active ? mSeek.target : mPresenter->Target();
-  int64_t const target = (pending >= 0 ? pending : shown.frameInTitle) + frames;
+  int64_t from = shown.frameInTitle;
+  int64_t end = shown.frameInTitle + shown.framesShown;
+  if (pending >= 0) {
+    from = mPresenter->PictureStart(shown.title, pending);
+    end = mPresenter->PictureEnd(shown.title, pending);
+  }
+  int64_t const target = frames > 0 ? std::max(from + frames, end) : from + frames;
   if (target < 0 || target >= mView.titleFrames) return kDVDErrorInvalidArgument;
   if (mState != kDVDStatePaused) PauseNow();
   if (frames == 0) return noErr;
-  int64_t const from = pending >= 0 ? pending : shown.frameInTitle;
   if (mPresenter->HasPicture(shown.title, target) ||
       (target > from && target - from <= kStepReadingOn && !mPresenter->JumpOnItsWay())) {
     // Decoded already (queued, or kept from the way here), or a little further on where

@@ -26,6 +26,7 @@ struct DVDPicture {
   int64_t titleTime = 0;
   UInt32 number = 0;
   int64_t frameInTitle = -1;
+  int64_t framesShown = 1;
   std::shared_ptr<AVFrame const> decoded;
   std::shared_ptr<AVFrame const> before;
   std::shared_ptr<AVFrame const> after;

@@ -5,6 +5,7 @@
 #include "DVDNullAudioSink.h"
 #include "DVDService.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <vector>
@@ -74,6 +75,7 @@ void FillPresentedInfo(DVDPicture const& picture, DVDPresentedFrameInfo* info) {
   info->elapsedMs = UInt32(picture.titleTime / 90);
   info->frameNumber = picture.number;
   info->frameInTitle = picture.frameInTitle >= 0 ? UInt32(picture.frameInTitle) : kDVDNoFrame;
+  info->framesShown = UInt32(std::max<int64_t>(1, picture.framesShown));
 }
 
 int DecodedAudioStream() {

@@ -182,6 +182,7 @@ struct DVDPresentedFrameInfo {
   UInt32 elapsedMs;       // title time of the picture
   UInt32 frameNumber;     // pictures presented since the media was opened, from 1
   UInt32 frameInTitle;    // the picture's frame in its title, from 0; kDVDNoFrame on a menu
+  UInt32 framesShown;     // frames it is on screen for, from frameInTitle: 1, or 2 on film
 };
 
 constexpr UInt32 kDVDNoFrame = 0xFFFFFFFF;
@@ -204,11 +205,18 @@ OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr inCallBackPro
 // n x 1001/30000 s, of a PAL title from n x 0.04 s. Seeking and stepping return at once; the
 // picture follows. kDVDErrorNotAllowedNow on a menu, a still or without playback;
 // kDVDErrorInvalidArgument for a frame outside the title.
+// Film on NTSC discs keeps this one scheme. Pulldown-flagged film (soft telecine) codes 4
+// pictures for every 5 frames: every other picture repeats a field and stays on screen for
+// 2 frames. Such a picture's frame is the first frame it is on screen for, and it is the
+// picture shown at both (framesShown says 2); every frame can be sought to, and shows the
+// film frame on screen then. Telecined film coded as interlaced frames (hard telecine) has
+// a picture for every frame.
 OSStatus DVDGetFrameInTitle(UInt32* outFrame);
 OSStatus DVDGetTitleFrameCount(UInt32* outFrames);
-// Shows exactly that frame, playing or paused as before.
+// Shows the picture on screen at that frame, playing or paused as before.
 OSStatus DVDSeekToFrame(UInt32 inFrame);
-// Pauses, then moves by that many frames (negative: back).
+// Pauses, then moves by that many frames (negative: back), at least to the next or previous
+// picture: one step on film shows the next or previous film frame, never the same again.
 OSStatus DVDStepFrame(SInt32 inFrames);
 
 // The presented picture as decoded: planar Y'CbCr 4:2:0 at the stored size, Y rows
@@ -237,6 +245,7 @@ struct DVDDecodedFrameInfo {
   DVDColorMatrix matrix;
   Boolean fullRange;       // false: TV range (Y 16-235, Cb Cr 16-240)
   UInt32 neighbours;       // which of those asked for are copied (kDVDDecoded...)
+  UInt32 framesShown;      // as DVDPresentedFrameInfo's
 };
 // With null pixels only the information and the size needed are answered (before, picture,
 // after, in that order, those asked for and at hand); then the pixels are copied.

@@ -116,6 +116,7 @@ OSStatus CopyDecoded(DVDPicture const& picture, UInt32 inNeighbours, DVDDecodedF
   outInfo->matrix = MatrixOf(f);
   outInfo->fullRange = f->color_range == AVCOL_RANGE_JPEG || f->format == AV_PIX_FMT_YUVJ420P;
   outInfo->neighbours = neighbours;
+  outInfo->framesShown = UInt32(std::max<int64_t>(1, picture.framesShown));
   *ioPixelsSize = size;
   if (!outPixels) return noErr;
   auto* out = static_cast<UInt8*>(outPixels);

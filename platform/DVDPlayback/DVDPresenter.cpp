@@ -217,7 +217,7 @@ void DVDPresenter::VideoFrame(AVFrame* frame) {
   int64_t const due = frame->pts;
   auto const at = std::upper_bound(mQueue.begin(), mQueue.end(), due,
                                    [](int64_t d, Frame const& f) { return d < f.due; });
-  mQueue.insert(at, {copy, due, PositionAt(due)});
+  mQueue.insert(at, {copy, due, PositionAt(due, copy)});
   while (mQueue.size() > kMaxQueue) {
     av_frame_free(&mQueue.front().frame);
     mQueue.pop_front();
@@ -257,7 +257,7 @@ void DVDPresenter::DoStartVobu(DVDVobuTiming const& timing) {
     mVideo.SetKeyFramesOnly(timing.keyFramesOnly);
     mVideo.SetSpeed(timing.speed);
     std::lock_guard<std::mutex> g(mMutex);
-    mPlaced.push_back({timing.clockStart, timing});
+    mPlaced.push_back({timing.clockStart, timing, -1, 0});
     while (mPlaced.size() > kMaxPlaced) mPlaced.pop_front();
   });
 }
@@ -340,6 +340,7 @@ void DVDPresenter::DoRetime(int64_t from, int num, int den, bool keyFramesOnly) 
     if (on != mPlaced.rend()) {
       Placed rest = *on;
       rest.timing.titleTime += (from - rest.clockStart) * rest.timing.speed;
+      rest.ticksIn += (from - rest.clockStart) * rest.timing.speed;
       rest.clockStart = from;
       mPlaced.insert(on.base(), rest);
     }
@@ -454,6 +455,7 @@ void DVDPresenter::Compose(std::unique_lock<std::mutex>& lk) {
   picture->chapter = position.chapter;
   picture->titleTime = position.titleTime;
   picture->frameInTitle = position.frameInTitle;
+  picture->framesShown = position.framesShown;
   picture->decoded = mShown;
   picture->before = Neighbour(position, -1);
   picture->after = Neighbour(position, 1);

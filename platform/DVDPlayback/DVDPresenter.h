@@ -53,8 +53,16 @@ struct DVDPicturePosition {
   int chapter = 0;
   int64_t titleTime = 0;     // 90 kHz
   int64_t frameInTitle = -1;  // -1 on a menu
+  // The frames it stays on screen for: 2 for a film picture whose field is repeated where
+  // it starts halfway through a frame (3:2 pulldown); the first of them is frameInTitle.
+  int64_t framesShown = 1;
   bool forcedSubpicturesOnly = true;
   int subpictureStream = 0;
+
+  bool Covers(int inTitle, int64_t frame) const {
+    return title == inTitle && frameInTitle >= 0 && frameInTitle <= frame &&
+           frame < frameInTitle + framesShown;
+  }
 };
 
 class DVDPresenter {
@@ -95,6 +103,10 @@ class DVDPresenter {
   // True when that picture is decoded and at hand (queued or kept from a step back), so
   // that it can be shown without reading the disc.
   bool HasPicture(int title, int64_t frame);
+  // The first frame of the picture at hand that shows frame, or frame itself when none is.
+  int64_t PictureStart(int title, int64_t frame);
+  // The frame after the picture at hand that shows frame, or frame + 1 when none is.
+  int64_t PictureEnd(int title, int64_t frame);
   bool TargetPending();
   // From the navigator (its lock held): the streams decoded and shown from now on, queued
   // pictures included; forcedOnly shows the pictures the disc forces only.
@@ -139,6 +151,10 @@ class DVDPresenter {
   struct Placed {
     int64_t clockStart;
     DVDVobuTiming timing;
+    // Whether the group starts halfway through a frame (a film picture after a repeated
+    // field), told by its first picture; -1 until that is decoded.
+    int halfway = -1;
+    int64_t ticksIn = 0;  // of the group, before clockStart (placed again after a retime)
   };
 
   void DoBlock(uint8_t const* data, size_t size);
@@ -162,7 +178,10 @@ class DVDPresenter {
   void Run();
   void Compose(std::unique_lock<std::mutex>& lk);
   void ClearQueue();
-  DVDPicturePosition PositionAt(int64_t due) const;
+  // Where a picture due then belongs; picture (may be null) tells how long it is shown.
+  DVDPicturePosition PositionAt(int64_t due, AVFrame const* picture = nullptr);
+  // A picture at hand that shows frame of title: shown, kept or queued.
+  DVDPicturePosition const* Covering(int title, int64_t frame) const;
   // A decoded frame of one's own, freed with its last reference.
   static std::shared_ptr<AVFrame const> Own(AVFrame* frame);
   // Puts a queued picture on screen; the one it replaces is kept.

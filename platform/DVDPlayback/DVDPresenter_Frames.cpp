@@ -25,7 +25,39 @@ std::shared_ptr<AVFrame const> DVDPresenter::Own(AVFrame* frame) {
   });
 }
 
-DVDPicturePosition DVDPresenter::PositionAt(int64_t due) const {
+namespace {
+
+// A frame on screen at n x frameTicks shows the picture whose time began at or before it.
+// Film pictures start halfway through a frame after a repeated field; time stamps of
+// pictures without one of their own are worked out in whole ticks, so a quarter of a frame
+// is allowed either way.
+int64_t FirstFrameFrom(int64_t ticks, int64_t frameTicks) {
+  int64_t const t = ticks + frameTicks - frameTicks / 4;
+  return t >= 0 ? t / frameTicks : 0;
+}
+
+// How long a picture is shown: a repeated first field adds half a frame; in a progressive
+// sequence, a frame or two.
+int64_t PictureTicks(AVFrame const* f, int64_t frameTicks) {
+  return frameTicks + (f && f->repeat_pict > 0 ? frameTicks * f->repeat_pict / 2 : 0);
+}
+
+// A film picture that starts on its bottom field, in a stream whose frames start on the top
+// one (as NTSC discs' do), starts halfway through a frame.
+bool StartsHalfway(AVFrame const* f) {
+#if LIBAVUTIL_VERSION_MAJOR >= 59
+  bool const interlaced = (f->flags & AV_FRAME_FLAG_INTERLACED) != 0;
+  bool const topFirst = (f->flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
+#else
+  bool const interlaced = f->interlaced_frame != 0;
+  bool const topFirst = f->top_field_first != 0;
+#endif
+  return !interlaced && !topFirst;
+}
+
+}  // namespace
+
+DVDPicturePosition DVDPresenter::PositionAt(int64_t due, AVFrame const* picture) {
   DVDPicturePosition position;
   for (auto it = mPlaced.rbegin(); it != mPlaced.rend(); ++it) {
     if (it->clockStart > due) continue;
@@ -37,8 +69,22 @@ DVDPicturePosition DVDPresenter::PositionAt(int64_t due) const {
     position.subpictureStream = t.subpictureStream;
     if (t.title > 0) {
       position.titleTime = t.titleTime + into;
-      if (t.firstFrame >= 0 && t.frameTicks > 0) {
-        position.frameInTitle = t.firstFrame + (into + t.frameTicks / 2) / t.frameTicks;
+      int64_t const ft = t.frameTicks;
+      if (t.firstFrame >= 0 && ft > 0) {
+        // The group's time code names the first frame its first picture is on screen for.
+        int64_t const ticks = it->ticksIn + into;
+        if (it->halfway < 0 && picture) {
+          // Told by the first picture decoded of it (after a jump, the group's first ones
+          // may not be): half frames into the group, and which field the picture starts on.
+          int64_t const halves = (2 * ticks + ft / 2) / ft;
+          it->halfway = int((halves + (StartsHalfway(picture) ? 1 : 0)) % 2);
+        }
+        int64_t const start = t.firstFrame * ft - (it->halfway == 1 ? ft / 2 : 0) + ticks;
+        position.frameInTitle = FirstFrameFrom(start, ft);
+        if (t.speed == 1 && !t.keyFramesOnly) {
+          int64_t const end = FirstFrameFrom(start + PictureTicks(picture, ft), ft);
+          position.framesShown = std::max<int64_t>(1, end - position.frameInTitle);
+        }
       }
     }
     return position;
@@ -46,6 +92,31 @@ DVDPicturePosition DVDPresenter::PositionAt(int64_t due) const {
   // Placed before anything still known: where the last picture was.
   position = mShownPosition;
   return position;
+}
+
+DVDPicturePosition const* DVDPresenter::Covering(int title, int64_t frame) const {
+  if (mShown && mShownPosition.Covers(title, frame)) return &mShownPosition;
+  for (Kept const& k : mKept) {
+    if (k.position.Covers(title, frame)) return &k.position;
+  }
+  for (Frame const& f : mQueue) {
+    if (f.position.Covers(title, frame)) return &f.position;
+  }
+  return nullptr;
+}
+
+int64_t DVDPresenter::PictureStart(int title, int64_t frame) {
+  if (JumpOnItsWay()) return frame;
+  std::lock_guard<std::mutex> g(mMutex);
+  DVDPicturePosition const* const p = Covering(title, frame);
+  return p ? p->frameInTitle : frame;
+}
+
+int64_t DVDPresenter::PictureEnd(int title, int64_t frame) {
+  if (JumpOnItsWay()) return frame + 1;
+  std::lock_guard<std::mutex> g(mMutex);
+  DVDPicturePosition const* const p = Covering(title, frame);
+  return p ? p->frameInTitle + p->framesShown : frame + 1;
 }
 
 void DVDPresenter::DoSetTarget(int64_t frame) {
@@ -105,17 +176,7 @@ bool DVDPresenter::HasPicture(int title, int64_t frame) {
   // A jump on its way clears what is queued.
   if (JumpOnItsWay()) return false;
   std::lock_guard<std::mutex> g(mMutex);
-  auto const is = [&](DVDPicturePosition const& p) {
-    return p.title == title && p.frameInTitle == frame;
-  };
-  if (mShown && is(mShownPosition)) return true;
-  for (Kept const& k : mKept) {
-    if (is(k.position)) return true;
-  }
-  for (Frame const& f : mQueue) {
-    if (is(f.position)) return true;
-  }
-  return false;
+  return Covering(title, frame) != nullptr;
 }
 
 DVDPicturePosition DVDPresenter::Shown() {
@@ -137,7 +198,12 @@ void DVDPresenter::Keep(std::shared_ptr<AVFrame const> frame, DVDPicturePosition
 void DVDPresenter::ShowQueued() {
   Frame const f = mQueue.front();
   mQueue.pop_front();
-  if (mShown) Keep(mShown, mShownPosition);
+  // Pictures are kept for steps in the title on screen only.
+  if (mShown && mShownPosition.title == f.position.title) {
+    Keep(mShown, mShownPosition);
+  } else {
+    mKept.clear();
+  }
   mShown = Own(f.frame);
   mShownDue = f.due;
   mShownPosition = f.position;
@@ -145,9 +211,12 @@ void DVDPresenter::ShowQueued() {
 
 bool DVDPresenter::ShowTarget() {
   mTargetCheck = false;
-  auto const kept = std::find_if(mKept.begin(), mKept.end(), [&](Kept const& k) {
-    return k.position.frameInTitle == mTarget;
-  });
+  // The target is a frame of the title on screen (kept pictures may be of the one before);
+  // it may be the second frame a film picture is shown for.
+  int const title = mShown ? mShownPosition.title : 0;
+  auto const shows = [&](DVDPicturePosition const& p) { return p.Covers(title, mTarget); };
+  auto const kept = std::find_if(mKept.begin(), mKept.end(),
+                                 [&](Kept const& k) { return shows(k.position); });
   if (kept != mKept.end()) {
     Kept const k = *kept;
     if (mShown) Keep(mShown, mShownPosition);
@@ -157,13 +226,14 @@ bool DVDPresenter::ShowTarget() {
     mTarget = -1;
     return true;
   }
-  if (mShown && mShownPosition.frameInTitle == mTarget) {
+  if (mShown && shows(mShownPosition)) {
     mTarget = -1;
     return true;
   }
   // What comes before the target is decoded on the way only.
   while (!mQueue.empty() && mQueue.front().position.frameInTitle >= 0 &&
-         mQueue.front().position.frameInTitle < mTarget) {
+         mQueue.front().position.frameInTitle + mQueue.front().position.framesShown <=
+             mTarget) {
     Keep(Own(mQueue.front().frame), mQueue.front().position);
     mQueue.pop_front();
   }
@@ -176,9 +246,10 @@ bool DVDPresenter::ShowTarget() {
 std::shared_ptr<AVFrame const> DVDPresenter::Neighbour(DVDPicturePosition const& position,
                                                        int delta) const {
   if (position.frameInTitle < 0) return nullptr;
-  auto const is = [&](DVDPicturePosition const& p) {
-    return p.title == position.title && p.frameInTitle == position.frameInTitle + delta;
-  };
+  // The pictures just before and after it, however many frames each is shown for.
+  int64_t const frame = delta < 0 ? position.frameInTitle - 1
+                                  : position.frameInTitle + position.framesShown;
+  auto const is = [&](DVDPicturePosition const& p) { return p.Covers(position.title, frame); };
   for (Kept const& k : mKept) {
     if (is(k.position)) return k.frame;
   }
@@ -193,4 +264,3 @@ std::shared_ptr<AVFrame const> DVDPresenter::Neighbour(DVDPicturePosition const&
 }
 
 }  // namespace dvd
-

@@ -1,5 +1,6 @@
 #include "DVDStill.h"
 
+#include "DVDFieldMatch.h"
 #include "DVDPicture.h"
 
 #include <algorithm>
@@ -40,10 +41,7 @@ struct GraphFree {
 };
 
 // One planar 4:2:0 picture's planes: in a request's pixels or in a decoded picture held.
-struct Planes {
-  UInt8 const* data[3] = {};
-  int linesize[3] = {};
-};
+using Planes = dvd::DVDPlanes;
 
 // The pictures a still is made from, wherever their pixels are.
 struct Source {
@@ -173,6 +171,37 @@ Frame Bwdif(DVDDecodedFrameInfo const& info, Source const& pictures) {
     // The filter counts time in fields.
     if (av_rescale_q(f->pts, av_buffersink_get_time_base(out), kTimeBase) == 1) return f;
   }
+}
+
+dvd::DVDFieldSource FieldsOf(DVDDecodedFrameInfo const& info, Source const& pictures) {
+  dvd::DVDFieldSource fields;
+  fields.before = pictures.before;
+  fields.picture = pictures.picture;
+  fields.after = pictures.after;
+  fields.width = info.width;
+  fields.height = info.height;
+  fields.topFieldFirst = info.topFieldFirst;
+  return fields;
+}
+
+// The film frame a telecined picture holds, woven from its matching fields; null when every
+// weave stays combed.
+Frame FieldMatched(DVDDecodedFrameInfo const& info, Source const& pictures) {
+  dvd::DVDFieldSource const fields = FieldsOf(info, pictures);
+  dvd::DVDFieldMatchKind const kind = dvd::DVDMatchFields(fields);
+  if (kind == dvd::DVDFieldMatchKind::kNone) return nullptr;
+  // Its own fields: nothing to weave.
+  if (kind == dvd::DVDFieldMatchKind::kCurrent) return PictureAt(info, pictures.picture, 1);
+  Frame f(av_frame_alloc());
+  if (!f) return f;
+  f->format = AV_PIX_FMT_YUV420P;
+  f->width = info.width;
+  f->height = info.height;
+  if (av_frame_get_buffer(f.get(), 0) < 0 ||
+      !dvd::DVDWeaveFields(fields, kind, f->data, f->linesize)) {
+    return nullptr;
+  }
+  return f;
 }
 
 // One scaler a thread for each step, kept for the next still of the same shape: making the
@@ -384,6 +413,11 @@ Region Borders(DVDDecodedFrameInfo const& info, Planes const& planes) {
   return r;
 }
 
+bool SizeFits(DVDDecodedFrameInfo const& info) {
+  return info.width > 0 && info.height > 0 && info.width % 2 == 0 && info.height % 2 == 0 &&
+         info.pictureBytes == UInt32(info.width) * info.height * 3 / 2;
+}
+
 }  // namespace
 
 UInt32 DVDStillDisplayWidth(UInt32 height, DVDAspectRatio aspect) {
@@ -393,21 +427,35 @@ UInt32 DVDStillDisplayWidth(UInt32 height, DVDAspectRatio aspect) {
   return (height * num + den) / (2 * den) * 2;
 }
 
+OSStatus DVDGetStillFieldMatch(DVDStillRequest const& r, DVDStillFieldMatch* outMatch) {
+  Source source;
+  if (!outMatch || !SizeFits(r.info) || !SourceOf(r, &source)) return kDVDErrorInvalidArgument;
+  switch (dvd::DVDMatchFields(FieldsOf(r.info, source))) {
+    case dvd::DVDFieldMatchKind::kCurrent: *outMatch = kDVDStillFieldMatchCurrent; break;
+    case dvd::DVDFieldMatchKind::kPrevious: *outMatch = kDVDStillFieldMatchPrevious; break;
+    case dvd::DVDFieldMatchKind::kNext: *outMatch = kDVDStillFieldMatchNext; break;
+    case dvd::DVDFieldMatchKind::kNone: *outMatch = kDVDStillFieldMatchNone; break;
+  }
+  return noErr;
+}
+
 OSStatus DVDMakeStill(DVDStillRequest const& r, DVDStillPicture* out) {
   DVDDecodedFrameInfo const& info = r.info;
-  if (!out || info.width == 0 || info.height == 0 || info.width % 2 || info.height % 2 ||
-      info.pictureBytes != UInt32(info.width) * info.height * 3 / 2) {
-    return kDVDErrorInvalidArgument;
-  }
+  if (!out || !SizeFits(info)) return kDVDErrorInvalidArgument;
   Source source;
   if (!SourceOf(r, &source)) return kDVDErrorInvalidArgument;
   size_t const pixels = size_t(info.width) * info.height;
   std::vector<UInt8> const& overlay = source.overlay ? *source.overlay : r.overlay;
 
-  // 1. Deinterlaced as Y'CbCr, with the fields' motion from the neighbours.
-  bool const deinterlace = r.deinterlace == kDVDStillDeinterlaceAdaptive ||
-                           (r.deinterlace == kDVDStillDeinterlaceAuto && !info.progressive);
-  Frame picture = deinterlace ? Bwdif(info, source) : nullptr;
+  // 1. Deinterlaced as Y'CbCr: on Auto a telecined film frame is woven back from its
+  // fields; otherwise with the fields' motion from the neighbours. Adaptive, asked for by
+  // name, always deinterlaces.
+  bool const automatic = r.deinterlace == kDVDStillDeinterlaceAuto && !info.progressive;
+  Frame picture = automatic ? FieldMatched(info, source) : nullptr;
+  bool const fieldMatched = picture != nullptr;
+  if (!picture && (automatic || r.deinterlace == kDVDStillDeinterlaceAdaptive)) {
+    picture = Bwdif(info, source);
+  }
   bool const deinterlaced = picture != nullptr;
   if (!picture) picture = PictureAt(info, source.picture, 1);
   if (!picture) return kDVDErrorInvalidArgument;
@@ -434,6 +482,7 @@ OSStatus DVDMakeStill(DVDStillRequest const& r, DVDStillPicture* out) {
   out->height = UInt32(shownH);
   out->rowBytes = UInt32(outW) * 4;
   out->deinterlaced = deinterlaced;
+  out->fieldMatched = fieldMatched;
   out->left = UInt32(shown.left);
   out->top = UInt32(shown.top);
   out->right = UInt32(shown.right);

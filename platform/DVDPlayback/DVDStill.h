@@ -1,8 +1,9 @@
 // Still pictures from a decoded DVD picture: taken at the moment of the command (the picture
 // on screen, its neighbours and what is drawn over it, copied), then made, on any thread:
-// deinterlaced when asked, converted once to RGB with the stream's matrix and its TV range
-// expanded, filtered (a field blend) when asked, the subpicture layer drawn over it when it
-// was taken, black borders cut when asked, and scaled with high quality to its true shape.
+// a telecined film frame woven back from its fields or deinterlaced when asked, converted
+// once to RGB with the stream's matrix and its TV range expanded, filtered (a field blend)
+// when asked, the subpicture layer drawn over it when it was taken, black borders cut when
+// asked, and scaled with high quality to its true shape.
 #pragma once
 
 #include "DVDPlayback.h"
@@ -19,7 +20,9 @@ enum : DVDStillShape {
 
 using DVDStillDeinterlace = UInt32;
 enum : DVDStillDeinterlace {
-  kDVDStillDeinterlaceAuto = 0,      // adaptive, for pictures coded interlaced only
+  // For pictures coded interlaced only: a film frame woven when two fields match, else
+  // adaptive.
+  kDVDStillDeinterlaceAuto = 0,
   kDVDStillDeinterlaceOff = 1,
   kDVDStillDeinterlaceAdaptive = 2,  // always, with the neighbouring pictures
 };
@@ -62,6 +65,18 @@ struct DVDStillPicture {
   UInt32 top = 0;
   UInt32 right = 0;
   UInt32 bottom = 0;
+  // Woven from two matching fields (a film frame telecined) rather than deinterlaced.
+  bool fieldMatched = false;
+};
+
+// Which second field, woven with the picture's first, makes a picture coded interlaced
+// whole: a film frame telecined, as Auto weaves it instead of deinterlacing.
+using DVDStillFieldMatch = UInt32;
+enum : DVDStillFieldMatch {
+  kDVDStillFieldMatchCurrent = 0,   // its own: the picture alone is not combed
+  kDVDStillFieldMatchPrevious = 1,  // the picture before's
+  kDVDStillFieldMatchNext = 2,      // the picture after's
+  kDVDStillFieldMatchNone = 3,      // combed however woven: video, or a break in the cadence
 };
 
 // Takes the picture presented now, its neighbours and, with withOverlay, its subpicture
@@ -69,5 +84,8 @@ struct DVDStillPicture {
 OSStatus DVDTakeStill(bool withOverlay, DVDStillRequest* outRequest);
 // kDVDErrorInvalidArgument when the request's pixels do not match its information.
 OSStatus DVDMakeStill(DVDStillRequest const& request, DVDStillPicture* outPicture);
+// How the request's picture matches, with the neighbours it holds, whatever it asks for
+// (progressive pictures are judged too). kDVDErrorInvalidArgument as DVDMakeStill.
+OSStatus DVDGetStillFieldMatch(DVDStillRequest const& request, DVDStillFieldMatch* outMatch);
 // The square-pixel width of a picture of this height and aspect (even).
 UInt32 DVDStillDisplayWidth(UInt32 height, DVDAspectRatio aspect);

@@ -16,65 +16,17 @@
 #include <cstdlib>
 #include <vector>
 
-#include "DVDBarcode.h"
+#include "GrabRun.h"
 
 #include <sys/xattr.h>
 
 namespace {
 
-using tavelo_test::kBarcodeBlocks;
-using tavelo_test::kBarcodeBlockWidth;
-using tavelo_test::kBarcodeRow;
-
-QString Disc(char const* name) { return QStringLiteral(TAVELO_TEST_DISCS "/") + QLatin1String(name); }
-
-struct Result {
-  int exit = -1;
-  QStringList lines;  // standard output
-  QString err;
-};
-
-Result Grab(QStringList const& args) {
-  QProcess p;
-  QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-  // As on a machine without a display or a sound server.
-  env.remove(QStringLiteral("DISPLAY"));
-  env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-  env.insert(QStringLiteral("PULSE_SERVER"), QStringLiteral("unix:/nonexistent"));
-  p.setProcessEnvironment(env);
-  p.start(QStringLiteral(TAVELO_GRAB), args);
-  Result r;
-  if (!p.waitForFinished(120000)) {
-    p.kill();
-    p.waitForFinished();
-    return r;
-  }
-  r.exit = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-  r.lines = QString::fromUtf8(p.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-  r.err = QString::fromUtf8(p.readAllStandardError());
-  return r;
-}
-
-// The frame number burnt into a picture drawn into rect of image (the picture's stored
-// width spans rect's width).
-int Barcode(QImage const& image, QRect rect = QRect()) {
-  if (rect.isNull()) rect = image.rect();
-  int const y = rect.top() + int(std::lround((kBarcodeRow + 0.5) * rect.height() / 480.0));
-  int value = 0;
-  for (int i = 0; i < kBarcodeBlocks; ++i) {
-    int const x = rect.left() + int((i * kBarcodeBlockWidth + kBarcodeBlockWidth / 2) * double(rect.width()) / 720.0);
-    int const level = qGreen(image.pixel(x, y));
-    if (level > 64 && level < 192) return -1;
-    value = value * 2 + (level >= 192 ? 1 : 0);
-  }
-  return value;
-}
-
-std::vector<int> Barcodes(QStringList const& files) {
-  std::vector<int> frames;
-  for (QString const& f : files) frames.push_back(Barcode(QImage(f)));
-  return frames;
-}
+using tavelo_test::Barcode;
+using tavelo_test::Barcodes;
+using tavelo_test::Disc;
+using tavelo_test::Grab;
+using tavelo_test::Result;
 
 class TaveloGrabTest : public testing::Test {
  protected:

@@ -218,10 +218,40 @@ QString Format(UInt8 format) {
 
 QString Duration(uint64_t ms) { return StillNames::DurationText(ms); }
 
-void List(QString const& disc, std::vector<StillTitleInfo> const& titles, bool json, std::FILE* out) {
+// What the title carries, in JSON's words: content, telecine, and the frames a second of
+// the film or video.
+struct ContentText {
+  QString content;
+  QString telecine;
+  QString rate;
+  QString text;
+};
+
+ContentText Describe(StillContent content, bool pal) {
+  QString const video = pal ? QStringLiteral("25") : QStringLiteral("30000/1001");
+  switch (content) {
+    case StillContent::kSoftTelecine:
+      return {QStringLiteral("film"), QStringLiteral("soft"), QStringLiteral("24000/1001"),
+              QStringLiteral("film, soft telecine, 23.976 frames/s")};
+    case StillContent::kHardTelecine:
+      return {QStringLiteral("film"), QStringLiteral("hard"), QStringLiteral("24000/1001"),
+              QStringLiteral("film, hard telecine, 23.976 frames/s")};
+    case StillContent::kVideo:
+      return {QStringLiteral("video"), QStringLiteral("none"), video,
+              QStringLiteral("video, %1 frames/s").arg(pal ? QStringLiteral("25") : QStringLiteral("29.97"))};
+    default:
+      return {QStringLiteral("unknown"), QStringLiteral("unknown"), video, QStringLiteral("content unknown")};
+  }
+}
+
+void List(QString const& disc, std::vector<StillTitleInfo> const& titles,
+          std::vector<StillContent> const& contents, bool json, std::FILE* out) {
   QJsonArray array;
-  for (StillTitleInfo const& t : titles) {
+  for (size_t n = 0; n < titles.size(); ++n) {
+    StillTitleInfo const& t = titles[n];
     DVDTitleInfo const& i = t.info;
+    ContentText const content =
+        Describe(n < contents.size() ? contents[n] : StillContent::kUnknown, t.PAL());
     QJsonArray audio;
     QStringList audioText;
     for (UInt16 a = 0; a < std::min<UInt16>(i.audioStreams, 8); ++a) {
@@ -253,11 +283,15 @@ void List(QString const& disc, std::vector<StillTitleInfo> const& titles, bool j
                                {QStringLiteral("height"), int(i.height)},
                                {QStringLiteral("angles"), int(i.angles)},
                                {QStringLiteral("audio"), audio},
-                               {QStringLiteral("subtitles"), subtitles}});
+                               {QStringLiteral("subtitles"), subtitles},
+                               {QStringLiteral("content"), content.content},
+                               {QStringLiteral("telecine"), content.telecine},
+                               {QStringLiteral("frameRate"), content.rate}});
     } else {
-      std::fprintf(out, "Title %u: %s, %u frames, %u chapters, %s %s; audio: %s; subtitles: %s\n",
+      std::fprintf(out, "Title %u: %s, %u frames, %u chapters, %s %s, %s; audio: %s; subtitles: %s\n",
                    unsigned(t.number), Duration(i.durationMs).toUtf8().constData(), unsigned(i.frames),
                    unsigned(i.chapters), standard.toUtf8().constData(), aspect.toUtf8().constData(),
+                   content.text.toUtf8().constData(),
                    audioText.isEmpty() ? "none" : audioText.join(QStringLiteral(", ")).toUtf8().constData(),
                    subtitleText.isEmpty() ? "none" : subtitleText.join(QStringLiteral(", ")).toUtf8().constData());
     }
@@ -287,7 +321,9 @@ int GrabCommand::Run(QStringList const& args, std::FILE* out, std::FILE* err,
   }
   QString const discName = StillNames::DiscName(o.disc);
   if (o.list) {
-    List(discName, taker.Titles(), o.json, out);
+    std::vector<StillContent> contents;
+    for (StillTitleInfo const& t : taker.Titles()) contents.push_back(taker.Examine(t));
+    List(discName, taker.Titles(), contents, o.json, out);
     return kWritten;
   }
   UInt16 const number = o.title ? UInt16(o.title) : taker.LongestTitle();

@@ -279,6 +279,7 @@ OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* info, void* pixels, UInt32
   info->title = S().presentedTitle;
   info->chapter = S().presentedChapter;
   info->frameInTitle = S().frameInTitle;
+  info->framesShown = 1;
   UInt32 const needed = info->rowBytes * info->height;
   if (!pixels) {
     *size = needed;
@@ -322,6 +323,7 @@ OSStatus DVDTakeStill(bool withOverlay, DVDStillRequest* request) {
   request->info.title = S().presentedTitle;
   request->info.chapter = S().presentedChapter;
   request->info.frameInTitle = S().frameInTitle;
+  request->info.framesShown = 1;
   request->planes.assign(request->info.pictureBytes, 128);
   // Grey; each frame its own shade (frame 0: Y' 126) so tests can tell which was taken.
   std::fill_n(request->planes.begin(), 720 * 480, UInt8(126 + S().frameInTitle % 100));

@@ -196,6 +196,25 @@ TEST_F(DVDFramePositionTest, StepsForwardReadOnAcrossGroupsAndChapters) {
   EXPECT_EQ(kDVDStatePaused, LastState());
 }
 
+TEST_F(DVDFramePositionTest, SeeksInAnotherTitleShowThatTitlesPictures) {
+  // Both titles play the same pictures: what was kept of the first must not stand in for
+  // the second's.
+  OpenAndPlay("opengop");
+  ASSERT_EQ(noErr, DVDPause());
+  ASSERT_EQ(noErr, DVDSeekToFrame(50));
+  ExpectShows(50, "title 1");
+  ASSERT_EQ(noErr, DVDStepFrame(5));
+  ExpectShows(55, "title 1, stepped");
+  ASSERT_EQ(noErr, DVDSetTitle(2));
+  Settle();
+  ASSERT_EQ(noErr, DVDPause());
+  ASSERT_EQ(noErr, DVDSeekToFrame(50));
+  Shown const s = Presented();
+  EXPECT_EQ(2, s.info.title);
+  EXPECT_EQ(50, s.barcode);
+  EXPECT_EQ(50u, s.info.frameInTitle);
+}
+
 TEST_F(DVDFramePositionTest, PlayingOnAfterStepsStartsFromTheFrameShown) {
   OpenAndPlay("frames");
   ASSERT_EQ(noErr, DVDSeekToFrame(500));
