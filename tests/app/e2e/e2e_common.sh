@@ -79,6 +79,11 @@ keys() {
   sleep "$key_pause"
 }
 
+wait_file() {  # wait_file PATH: up to 10 s; the failure lists what the Pictures folder has
+  for _ in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.1; done
+  fail "no file $1 (have: $(ls -R "${XDG_PICTURES_DIR:-$work}" 2>/dev/null | tr '\n' ' '))"
+}
+
 pixel() {  # pixel IMAGE X Y: R G B
   convert "$1" -crop "1x1+$2+$3" -depth 8 txt:- 2>/dev/null |
     sed -n 's/.*(\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p' | head -n1

@@ -57,10 +57,6 @@ wait_still() {  # wait_still SECONDS: until the same readable number stays for 0
   done
   echo "$last"; return 1
 }
-wait_file() {  # wait_file PATH: up to 10 s
-  for _ in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.1; done
-  fail "no file $1 (have: $(ls "$grabs" 2>/dev/null | tr '\n' ' '))"
-}
 
 launch "$disc"
 step "normal size, 16:9"

@@ -21,10 +21,6 @@ echo "XDG_PICTURES_DIR=\"\$HOME/Pictures\"" >"$XDG_CONFIG_HOME/user-dirs.dirs"
 # Quick saves collect in the "Tavelo" folder inside Pictures while Pictures is the folder choice.
 grabs=$XDG_PICTURES_DIR/Tavelo
 
-wait_file() {  # wait_file PATH: up to 10 s
-  for _ in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.1; done
-  fail "no file $1 (have: $(ls -R "$XDG_PICTURES_DIR" | tr '\n' ' '))"
-}
 finder_info() {  # type and creator of a file, 8 characters
   getfattr --only-values -n user.com.apple.FinderInfo "$1" 2>/dev/null | head -c 8
 }

@@ -22,10 +22,6 @@ GrabSourceSelectorGroup=selectDefault_GrabVideoFrame:
 GrabSizeSelectorGroup=selectDefault_SizeStored:
 CONF
 
-wait_file() {  # wait_file PATH: up to 10 s
-  for _ in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.1; done
-  fail "no file $1 (have: $(ls "$grabs" 2>/dev/null | tr '\n' ' '))"
-}
 grab() {  # grab N: quick save number N; prints its barcode
   keys ctrl+g
   local f

@@ -52,10 +52,6 @@ wait_menu() {  # wait_menu TENTHS: the menu's title band is on screen again
   done
   fail "the menu did not come back (its title band is $d/1000 away)"
 }
-wait_file() {  # wait_file PATH: up to 10 s
-  for _ in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.1; done
-  fail "no file $1 (have: $(ls -R "$XDG_PICTURES_DIR" | tr '\n' ' '))"
-}
 check_grab() {  # check_grab N [PICTURE]: quick save N is the view's size (and PICTURE)
   local f d
   f=$(printf '%s/Tavelo %04d.jpg' "$grabs" "$1")
