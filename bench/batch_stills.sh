@@ -11,23 +11,13 @@ source "$(dirname "$0")/disc_bench.sh"
 disc_bench_setup tavelo-grab "$@"
 grab=$(dirname "$bench")/../tools/tavelo-grab
 [ -x "$grab" ] || grab=$(find "$(dirname "$bench")/.." -name tavelo-grab -type f -perm -u+x | head -1)
-disc=$discs/../tenmin
-if [ ! -f "$disc/stamp" ]; then
-  rm -rf "$disc" "$disc.work"
-  mkdir -p "$disc.work"
+tenmin_mpg() {
   ffmpeg -nostdin -loglevel error -y -f lavfi -i "testsrc2=s=720x480:r=30000/1001" \
     -f lavfi -i "sine=f=440:r=48000" -t 600 -ac 2 -target ntsc-dvd -aspect 4:3 \
-    -g 15 -bf 2 -b:v 3000k -maxrate 6000k "$disc.work/t.mpg"
-  chapters=0
-  for m in $(seq 1 19); do chapters="$chapters,$((m * 30 / 60)):$(printf %02d $((m * 30 % 60)))"; done
-  cat > "$disc.work/t.xml" <<XML
-<dvdauthor dest="$disc"><vmgm /><titleset><titles><video format="ntsc" aspect="4:3" />
-<pgc><vob file="$disc.work/t.mpg" chapters="$chapters" /></pgc></titles></titleset></dvdauthor>
-XML
-  VIDEO_FORMAT=NTSC dvdauthor -x "$disc.work/t.xml" >"$disc.work/log" 2>&1
-  rm -rf "$disc.work"
-  touch "$disc/stamp"
-fi
+    -g 15 -bf 2 -b:v 3000k -maxrate 6000k "$1"
+}
+disc=$discs/../tenmin
+disc_bench_tenmin "$disc" 4:3 tenmin_mpg
 out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
 python3 - "$grab" "$disc" "$out" <<'PY'

@@ -17,3 +17,22 @@ disc_bench_setup() {
   bench=$dir/bench/$target
   export XDG_RUNTIME_DIR=${XDG_RUNTIME_DIR:-$(mktemp -d)}
 }
+
+# Authors DISC once (a stamp marks it done): MAKE FILE writes a 10-minute NTSC program
+# stream to FILE, which becomes title 1 with a chapter every 30 s.
+#   disc_bench_tenmin DISC ASPECT MAKE
+disc_bench_tenmin() {
+  local disc=$1 aspect=$2 make=$3 chapters=0 m
+  [ -f "$disc/stamp" ] && return
+  rm -rf "$disc" "$disc.work"
+  mkdir -p "$disc.work"
+  "$make" "$disc.work/t.mpg"
+  for m in $(seq 1 19); do chapters="$chapters,$((m * 30 / 60)):$(printf %02d $((m * 30 % 60)))"; done
+  cat > "$disc.work/t.xml" <<XML
+<dvdauthor dest="$disc"><vmgm /><titleset><titles><video format="ntsc" aspect="$aspect" />
+<pgc><vob file="$disc.work/t.mpg" chapters="$chapters" /></pgc></titles></titleset></dvdauthor>
+XML
+  VIDEO_FORMAT=NTSC dvdauthor -x "$disc.work/t.xml" >"$disc.work/log" 2>&1
+  rm -rf "$disc.work"
+  touch "$disc/stamp"
+}
