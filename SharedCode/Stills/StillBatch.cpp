@@ -74,6 +74,10 @@ int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo c
     fail(QStringLiteral("title %1 does not play").arg(title.number));
     return failures + int(plan.Entries().size());
   }
+  if (!taker.ChooseStreams(options.audioStream, options.subtitleStream)) {
+    fail(QStringLiteral("title %1 does not play the streams chosen").arg(title.number));
+    return failures + int(plan.Entries().size());
+  }
   std::vector<StillSheetTile> tiles;
   int const total = int(plan.Entries().size());
   int done = 0;

@@ -22,6 +22,9 @@ struct StillBatchOptions {
   QString folder;
   QString nameTemplate = QStringLiteral("{disc} T{title} C{chapter} {time}");
   bool skipBlank = false;
+  // Streams numbered from 0, -1: the disc's own. A subtitle stream chosen is shown.
+  int audioStream = -1;
+  int subtitleStream = -1;
   // A contact sheet instead of files: cols to a row, sheetWidth pixels wide, written to
   // sheetPath (empty: "{disc} T{title} sheet.<ext>" in the folder).
   bool sheet = false;

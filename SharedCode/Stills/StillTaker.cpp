@@ -100,6 +100,13 @@ bool StillTaker::StartTitle(UInt16 title) {
   return DVDPause() == noErr;
 }
 
+bool StillTaker::ChooseStreams(int audio, int subPicture) {
+  if (!mOpen) return false;
+  if (audio >= 0 && DVDSetAudioStream(UInt16(audio)) != noErr) return false;
+  return subPicture < 0 || (DVDSetSubPictureStream(UInt16(subPicture)) == noErr &&
+                            DVDEnableSubPicture(true) == noErr);
+}
+
 bool StillTaker::Take(uint32_t frame, bool withSubtitles, DVDStillRequest* request) {
   if (!mOpen) return false;
   UInt16 title = 0;

@@ -38,6 +38,9 @@ class StillTaker {
 
   // Plays the title and pauses on its first picture; false when it does not come.
   bool StartTitle(UInt16 title);
+  // The title playing's sound and subtitle streams, numbered from 0 (-1: the disc's own);
+  // subtitles chosen are shown. False when the title has no such stream.
+  bool ChooseStreams(int audio, int subPicture);
   // Brings frame on screen and takes it (subpicture layer with it when asked); false when
   // the frame does not come. On film a picture may be shown at two frames: either brings it.
   bool Take(uint32_t frame, bool withSubtitles, DVDStillRequest* request);

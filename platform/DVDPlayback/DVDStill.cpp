@@ -7,7 +7,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <type_traits>
@@ -27,10 +26,11 @@ extern "C" {
 
 namespace {
 
-// A black border's luma may sit a little above black level (noise, ringing); its chroma is
-// neutral.
-constexpr int kAboveBlack = 8;
-constexpr int kNeutralChroma = 8;
+// A border's luma never rises above FFmpeg cropdetect's default limit, 24 of 255, compared
+// as stored whatever the range, as cropdetect does (TV black is 16: room for noise and
+// ringing). Chroma is not looked at: the band's rows next to the picture carry the
+// picture's, bled over by 4:2:0 subsampling and coding.
+constexpr int kBorderLimit = 24;
 
 struct FrameFree {
   void operator()(AVFrame* f) const { av_frame_free(&f); }
@@ -368,8 +368,9 @@ void DrawOver(std::vector<UInt8> const& rgba, UInt8* argb, int width, int height
   }
 }
 
-// The picture's black borders: rows and columns black across the whole picture, from each
-// edge inwards. A picture black all over keeps everything (a dark scene, not a border).
+// The picture's black borders, as cropdetect finds them: rows and columns from each edge
+// inwards with no luma sample above the limit. A picture dark all over keeps everything (a
+// dark scene, not a border).
 struct Region {
   int left, top, right, bottom;
 };
@@ -377,35 +378,29 @@ Region Borders(DVDDecodedFrameInfo const& info, Planes const& planes) {
   int const w = info.width;
   int const h = info.height;
   UInt8 const* const y = planes.data[0];
-  UInt8 const* const cb = planes.data[1];
-  UInt8 const* const cr = planes.data[2];
-  int const blackLevel = info.fullRange ? 0 : 16;
-  auto const black = [&](int x, int yy) {
-    size_t const c = size_t(yy / 2) * size_t(planes.linesize[1]) + size_t(x / 2);
-    size_t const l = size_t(yy) * size_t(planes.linesize[0]) + size_t(x);
-    return y[l] <= blackLevel + kAboveBlack &&
-           std::abs(cb[c] - 128) <= kNeutralChroma &&
-           std::abs(cr[c] - 128) <= kNeutralChroma;
+  size_t const stride = size_t(planes.linesize[0]);
+  auto const dark = [&](int x, int yy) {
+    return y[size_t(yy) * stride + size_t(x)] <= kBorderLimit;
   };
-  auto const rowBlack = [&](int yy) {
+  auto const rowBorder = [&](int yy) {
     for (int x = 0; x < w; ++x) {
-      if (!black(x, yy)) return false;
+      if (!dark(x, yy)) return false;
     }
     return true;
   };
   Region r{0, 0, w, h};
-  while (r.top < h && rowBlack(r.top)) ++r.top;
+  while (r.top < h && rowBorder(r.top)) ++r.top;
   if (r.top == h) return Region{0, 0, w, h};
-  while (rowBlack(r.bottom - 1)) --r.bottom;
-  auto const columnBlack = [&](int x) {
+  while (rowBorder(r.bottom - 1)) --r.bottom;
+  auto const columnBorder = [&](int x) {
     for (int yy = r.top; yy < r.bottom; ++yy) {
-      if (!black(x, yy)) return false;
+      if (!dark(x, yy)) return false;
     }
     return true;
   };
-  while (columnBlack(r.left)) ++r.left;
-  while (columnBlack(r.right - 1)) --r.right;
-  // Whole chroma samples only.
+  while (columnBorder(r.left)) ++r.left;
+  while (columnBorder(r.right - 1)) --r.right;
+  // Whole 4:2:0 chroma samples only: inwards to even rows and columns.
   r.left = (r.left + 1) & ~1;
   r.top = (r.top + 1) & ~1;
   r.right &= ~1;

@@ -21,7 +21,8 @@ char const GrabCommand::kUsage[] =
     "Stills from a DVD (a VIDEO_TS folder, a folder holding one, a mounted disc, an ISO image\n"
     "or a block device), frame-exact, without a display.\n"
     "\n"
-    "  --list              the disc's titles, then exit (--json: as JSON)\n"
+    "  --list              the disc's titles and their streams, numbered from 0, then exit\n"
+    "                      (--json: as JSON)\n"
     "  --title N           the title (default: the longest)\n"
     "What to take (one of; default --chapters):\n"
     "  --at TIMES          comma-separated: seconds (83.5), m:ss, h:mm:ss[.mmm] or a frame (f2500)\n"
@@ -38,7 +39,10 @@ char const GrabCommand::kUsage[] =
     "                      name are replaced\n"
     "  --size square|itu|stored|WxH  (default square: 640x480, 854x480, 768x576, 1024x576)\n"
     "  --deinterlace auto|off|blend|adaptive  (default auto)\n"
-    "  --subtitles, --no-subtitles  (default: none)\n"
+    "  --subtitles, --no-subtitles  draw the subtitles shown, or not (default: not)\n"
+    "  --subtitles=LANG|N  draw that subtitle stream, shown: a language as --list names it\n"
+    "                      (en) or its number there (from 0); only with '='\n"
+    "  --audio LANG|N      the sound stream, named the same way (default: the disc's)\n"
     "  --crop              cut black borders\n"
     "  --skip-blank        a nearly uniform still gives way to the first frame within 2 s\n"
     "                      that is not\n"
@@ -65,6 +69,9 @@ struct Options {
   int sheetRows = 0;
   bool quiet = false;
   QString disc;
+  // As given, looked up in the title's streams once it is known.
+  QString audio;
+  QString subtitles;
 };
 
 // A positive whole number within [low, high].
@@ -76,6 +83,13 @@ bool Number(QString const& text, int low, int high, int* value) {
   *value = v;
   return true;
 }
+
+// A stream named as --list names it: a two-letter language or a number.
+bool StreamName(QString const& text) {
+  static QRegularExpression const name(QStringLiteral("^([A-Za-z]{2}|[0-9]{1,2})$"));
+  return name.match(text).hasMatch();
+}
+char const kStreamAccepts[] = "accepts a language as --list names it (en) or a stream number from 0";
 
 bool Pair(QString const& text, int* a, int* b) {
   QStringList const parts = text.split(QLatin1Char('x'));
@@ -118,21 +132,32 @@ bool Parser::Parse(Options* o) {
         QStringLiteral("--title"),   QStringLiteral("--at"),      QStringLiteral("--every"),
         QStringLiteral("--count"),   QStringLiteral("-o"),        QStringLiteral("--format"),
         QStringLiteral("--quality"), QStringLiteral("--name"),    QStringLiteral("--size"),
-        QStringLiteral("--deinterlace"), QStringLiteral("--sheet"), QStringLiteral("--sheet-width")};
+        QStringLiteral("--deinterlace"), QStringLiteral("--sheet"), QStringLiteral("--sheet-width"),
+        QStringLiteral("--audio")};
     if (withValue.contains(name)) {
       if (!inlineValue) {
         if (i + 1 >= mArgs.size()) return Bad(name, "needs a value");
         value = mArgs[++i];
       }
-    } else if (inlineValue) {
+    } else if (inlineValue && name != QLatin1String("--subtitles")) {
+      // --subtitles takes its value only after '=': otherwise it would take the DISC.
       return Bad(name, "takes no value");
     }
     if (name == QLatin1String("--list")) o->list = true;
     else if (name == QLatin1String("--json")) o->json = true;
     else if (name == QLatin1String("-q")) o->quiet = true;
     else if (name == QLatin1String("--chapters")) { if (!SetKind(o, StillPlan::kChapters, name)) return false; }
-    else if (name == QLatin1String("--subtitles")) o->batch.choices.subtitles = true;
-    else if (name == QLatin1String("--no-subtitles")) o->batch.choices.subtitles = false;
+    else if (name == QLatin1String("--subtitles")) {
+      if (inlineValue && !StreamName(value)) return Bad(name, kStreamAccepts);
+      o->batch.choices.subtitles = true;
+      if (inlineValue) o->subtitles = value;
+    } else if (name == QLatin1String("--no-subtitles")) {
+      o->batch.choices.subtitles = false;
+      o->subtitles.clear();
+    } else if (name == QLatin1String("--audio")) {
+      if (!StreamName(value)) return Bad(name, kStreamAccepts);
+      o->audio = value;
+    }
     else if (name == QLatin1String("--crop")) o->batch.choices.cropBorders = true;
     else if (name == QLatin1String("--skip-blank")) o->batch.skipBlank = true;
     else if (name == QLatin1String("--title")) {
@@ -218,6 +243,40 @@ QString Format(UInt8 format) {
 
 QString Duration(uint64_t ms) { return StillNames::DurationText(ms); }
 
+// The stream of count, languages as the disc stores them, that text names: a language in
+// either case (the first stream in it), or a number from 0; -1 when the title has none such.
+int StreamNamed(QString const& text, UInt16 count, DVDLanguageCode const* languages) {
+  bool number = false;
+  int const n = text.toInt(&number);
+  if (number) return n < count ? n : -1;
+  for (UInt16 s = 0; s < count; ++s) {
+    if (languages[s] != 0 && Language(languages[s]).compare(text, Qt::CaseInsensitive) == 0) {
+      return s;
+    }
+  }
+  return -1;
+}
+
+// The title's streams as --list names them ("0 en, 1 fr"), for a message.
+QString Streams(UInt16 count, DVDLanguageCode const* languages) {
+  QStringList names;
+  for (UInt16 s = 0; s < count; ++s) names << QStringLiteral("%1 %2").arg(s).arg(Language(languages[s]));
+  return names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "));
+}
+
+// Which of the title's streams an option names, into *stream (left alone when it names
+// none); false with the message written.
+bool ChosenStream(char const* option, QString const& text, UInt16 number, UInt16 count,
+                  DVDLanguageCode const* languages, std::FILE* err, int* stream) {
+  if (text.isEmpty()) return true;
+  *stream = StreamNamed(text, count, languages);
+  if (*stream >= 0) return true;
+  std::fprintf(err, "tavelo-grab: %s: %s: not a stream of title %u (it has %s)\n", option,
+               text.toUtf8().constData(), unsigned(number),
+               Streams(count, languages).toUtf8().constData());
+  return false;
+}
+
 // What the title carries, in JSON's words: content, telecine, and the frames a second of
 // the film or video.
 struct ContentText {
@@ -258,13 +317,13 @@ void List(QString const& disc, std::vector<StillTitleInfo> const& titles,
       audio.append(QJsonObject{{QStringLiteral("language"), Language(i.audioLanguages[a])},
                                {QStringLiteral("format"), Format(i.audioFormats[a])},
                                {QStringLiteral("channels"), int(i.audioChannels[a])}});
-      audioText << QStringLiteral("%1 (%2 %3ch)").arg(Language(i.audioLanguages[a]), Format(i.audioFormats[a])).arg(i.audioChannels[a]);
+      audioText << QStringLiteral("%1 %2 (%3 %4ch)").arg(a).arg(Language(i.audioLanguages[a]), Format(i.audioFormats[a])).arg(i.audioChannels[a]);
     }
     QJsonArray subtitles;
     QStringList subtitleText;
     for (UInt16 s = 0; s < std::min<UInt16>(i.subPictureStreams, 32); ++s) {
       subtitles.append(QJsonObject{{QStringLiteral("language"), Language(i.subPictureLanguages[s])}});
-      subtitleText << Language(i.subPictureLanguages[s]);
+      subtitleText << QStringLiteral("%1 %2").arg(s).arg(Language(i.subPictureLanguages[s]));
     }
     QJsonArray chapters;
     for (uint32_t f : t.chapterFirstFrames) chapters.append(qint64(f));
@@ -333,6 +392,14 @@ int GrabCommand::Run(QStringList const& args, std::FILE* out, std::FILE* err,
   }
   if (!title) {
     std::fprintf(err, "tavelo-grab: --title: accepts 1-%zu on this disc\n", taker.Titles().size());
+    return kBadArguments;
+  }
+  DVDTitleInfo const& streams = title->info;
+  if (!ChosenStream("--audio", o.audio, number, std::min<UInt16>(streams.audioStreams, 8),
+                    streams.audioLanguages, err, &o.batch.audioStream) ||
+      !ChosenStream("--subtitles", o.subtitles, number,
+                    std::min<UInt16>(streams.subPictureStreams, 32), streams.subPictureLanguages,
+                    err, &o.batch.subtitleStream)) {
     return kBadArguments;
   }
   bool const pal = title->PAL();

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 namespace tavelo_test {
@@ -192,11 +193,45 @@ TEST(DVDStillMaking, ADarkSceneIsNeverCutInto) {
   EXPECT_EQ(382u, p.bottom);
   EXPECT_EQ(0u, p.left);
   EXPECT_EQ(720u, p.right);
-  // A dark blue row is not black.
+  // Dark all over whatever its tint (luma 20, under the limit): still a scene, kept whole.
   r = Flat(720, 480, kDVDAspectRatio4x3, YCbCr{20, 150, 120});
   r.cropBorders = true;
   p = Make(r);
   EXPECT_EQ(480u, p.height);
+}
+
+TEST(DVDStillMaking, BordersAreFoundByLumaAloneUpToTheLimit) {
+  // 72-row bands whose two rows next to the picture carry its chroma, as coded bands do:
+  // cut at the picture's rows all the same.
+  DVDStillRequest r = Flat(720, 480, kDVDAspectRatio4x3, kBlack);
+  Paint(r, 0, 72, 720, 408, kGrey);
+  Paint(r, 0, 70, 720, 72, YCbCr{16, 150, 110});
+  Paint(r, 0, 408, 720, 410, YCbCr{16, 110, 150});
+  r.cropBorders = true;
+  r.shape = kDVDStillShapeStored;
+  DVDStillPicture p = Make(r);
+  ExpectRows(p, 72, 408, 720, 336);
+  // The same at the sides of a pillarbox.
+  r = Flat(720, 480, kDVDAspectRatio16x9, kBlack);
+  Paint(r, 90, 0, 630, 480, kGrey);
+  Paint(r, 86, 0, 90, 480, YCbCr{16, 150, 110});
+  Paint(r, 630, 0, 634, 480, YCbCr{16, 150, 110});
+  r.cropBorders = true;
+  r.shape = kDVDStillShapeStored;
+  p = Make(r);
+  EXPECT_EQ(90u, p.left);
+  EXPECT_EQ(630u, p.right);
+  // Luma 24 as stored is still border; 25 is picture.
+  for (int luma : {24, 25}) {
+    r = Flat(720, 480, kDVDAspectRatio4x3, kBlack);
+    Paint(r, 0, 60, 720, 420, kGrey);
+    Paint(r, 0, 0, 720, 60, YCbCr{luma, 128, 128});
+    r.cropBorders = true;
+    r.shape = kDVDStillShapeStored;
+    p = Make(r);
+    EXPECT_EQ(luma == 24 ? 60u : 0u, p.top) << "luma " << luma;
+    EXPECT_EQ(420u, p.bottom) << "luma " << luma;
+  }
 }
 
 TEST(DVDStillMaking, TheOverlayIsDrawnOnlyWhenTaken) {
@@ -284,7 +319,10 @@ double Combing(DVDStillPicture const& p) {
 class DVDStillTest : public DVDSessionTest {
  protected:
   DVDStillRequest PausedAt(char const* disc, UInt32 frame) {
-    OpenFile(DiscPath(disc));
+    return PausedIn(DiscPath(disc), frame);
+  }
+  DVDStillRequest PausedIn(std::string const& path, UInt32 frame) {
+    OpenFile(path);
     EXPECT_EQ(noErr, DVDPlay());
     Settle();
     EXPECT_EQ(noErr, DVDPause());
@@ -381,6 +419,38 @@ TEST_F(DVDStillTest, LetterboxBandsAreCutAndTheSubtitleIsDrawnOnlyWhenTaken) {
   r.cropBorders = true;
   p = Make(r);
   EXPECT_NEAR(128, At(p, 360, 230 - 60).g, 4) << "without subtitles the picture is bare";
+}
+
+TEST_F(DVDStillTest, CodedBandsAreCutToThePicturesRowsWhateverTheirChroma) {
+  struct Case {
+    char const* disc;
+    UInt32 band;
+  };
+  for (Case const c : {Case{"lb72", 72}, Case{"lb60", 60}}) {
+    DVDStillRequest r = PausedIn(std::string(TAVELO_BORDER_DISCS "/") + c.disc, 30);
+    // The disc does what it is for: the band's last rows are black in luma, tinted in chroma.
+    DVDDecodedFrameInfo info{};
+    UInt32 size = 0;
+    ASSERT_EQ(noErr, DVDCopyDecodedFrame(0, &info, nullptr, &size));
+    std::vector<UInt8> planes(size);
+    ASSERT_EQ(noErr, DVDCopyDecodedFrame(0, &info, planes.data(), &size));
+    ASSERT_EQ(size_t(720 * 480 * 3 / 2), planes.size());
+    int luma = 0;
+    int tint = 0;
+    for (int x = 0; x < 720; ++x) luma = std::max<int>(luma, planes[(c.band - 1) * 720 + x]);
+    for (size_t plane : {size_t(720 * 480), size_t(720 * 480 * 5 / 4)}) {
+      for (int x = 0; x < 360; ++x) {
+        tint = std::max(tint, std::abs(planes[plane + (c.band / 2 - 1) * 360 + x] - 128));
+      }
+    }
+    EXPECT_LE(luma, 24) << c.disc;
+    EXPECT_GT(tint, 8) << c.disc;
+    r.cropBorders = true;
+    r.shape = kDVDStillShapeStored;
+    DVDStillPicture const p = Make(r);
+    ExpectRows(p, c.band, 480 - c.band, 720, 480 - 2 * c.band);
+    ASSERT_EQ(noErr, DVDCloseMediaFile());
+  }
 }
 
 }  // namespace
