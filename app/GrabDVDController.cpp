@@ -357,12 +357,13 @@ void GrabDVDController::onScanBackward(QObject*) {
   if (mDVDState == kDVDStatePlaying) DVDScan(kDVDScanRate4x, kDVDScanDirectionBackward);
 }
 
+// Paused too: the service shows the scene's first picture and stays paused.
 void GrabDVDController::onNextScene(QObject*) {
-  if (mDVDState == kDVDStatePlaying) DVDNextChapter();
+  if (mDVDState == kDVDStatePlaying || mDVDState == kDVDStatePaused) DVDNextChapter();
 }
 
 void GrabDVDController::onPreviousScene(QObject*) {
-  if (mDVDState == kDVDStatePlaying) DVDPreviousChapter();
+  if (mDVDState == kDVDStatePlaying || mDVDState == kDVDStatePaused) DVDPreviousChapter();
 }
 
 void GrabDVDController::onToggleMenu(QObject*) {

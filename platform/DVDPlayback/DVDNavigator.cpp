@@ -4,6 +4,7 @@
 
 #include "DVDLanguage.h"
 #include "DVDLibraryLog.h"
+#include "DVDSubpictureSync.h"
 
 #include <dvdnav/dvdnav.h>
 
@@ -11,6 +12,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstring>
+#include <utility>
 
 namespace dvd {
 
@@ -55,6 +57,7 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
 
   std::lock_guard<std::mutex> g(mMutex);
   mNav = nav;
+  mSubpictureSync = std::make_unique<DVDSubpictureSync>(path);
   mTitleParts = std::move(parts);
   mTitleTable = std::move(table);
   mJobs.clear();
@@ -104,6 +107,7 @@ void DVDNavigator::Close() {
   std::lock_guard<std::mutex> g(mMutex);
   dvdnav_close(mNav);
   mNav = nullptr;
+  mSubpictureSync.reset();
   if (mState != kDVDStateIdle) SetState(kDVDStateIdle);
 }
 
@@ -154,6 +158,7 @@ void DVDNavigator::Jumped() {
   mSeekShown = -1;
   mStepped = false;
   mDamageSkip = 0;
+  mSyncSubpictures = true;
   if (mPresenter) {
     mPresenter->SetTarget(-1);
     mPresenter->Discontinuity();
@@ -316,6 +321,7 @@ void DVDNavigator::Run() {
       mReadAhead.clear();
       mAtCellEnd = false;
       if (mPresenter) mPresenter->Discontinuity();
+      mSyncSubpictures = true;
       mReadUntil = mPresentedUntil;
       if (target <= 0) {
         dvdnav_time_search(mNav, 0);
@@ -392,6 +398,7 @@ void DVDNavigator::ReadAhead(std::unique_lock<std::mutex>& lk) {
       e.titleTime = e.position.inTitle ? std::max<int64_t>(0, dvdnav_get_current_time(mNav)) : 0;
       if (mSeek.active && !SeekLanded(e)) return;
       PlaceVobu(e, pci != nullptr);
+      if (std::exchange(mSyncSubpictures, false) && !SyncSubpictures(lk, e)) return;
       break;
     }
     case DVDNAV_CELL_CHANGE: {
@@ -561,6 +568,7 @@ void DVDNavigator::HandleNavPacket(ReadEvent const& e) {
     mPresentedUntil = start + e.vobuSpan / mSpeed;
   }
   if (mNextTimeEvent < 0) mNextTimeEvent = start;
+  ReportChapter(e);
   if (mState == kDVDStatePlayingStill) SetState(kDVDStatePlaying);
   ShowHighlight(0);
 }

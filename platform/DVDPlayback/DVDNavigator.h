@@ -27,6 +27,8 @@ struct dvdnav_s;
 
 namespace dvd {
 
+class DVDSubpictureSync;
+
 class DVDNavigator {
  public:
   // presenter (may be null) receives what is read, in order, with its place on the clock.
@@ -163,6 +165,10 @@ class DVDNavigator {
   void ReadAhead(std::unique_lock<std::mutex>& lk);
   // Where a group read ahead will be presented.
   void PlaceVobu(ReadEvent const& e, bool hasPci);
+  // After a jump, hands the presenter the subpictures on screen at the group just placed
+  // that were read before it (read from the disc without the lock); false when a command
+  // moved the position meanwhile.
+  bool SyncSubpictures(std::unique_lock<std::mutex>& lk, ReadEvent const& e);
   bool Active() const;
   void SetState(DVDState state);
   // A command moved the position: what was read ahead no longer counts.
@@ -186,6 +192,10 @@ class DVDNavigator {
   void Handle(ReadEvent const& e);
   void HandleNavPacket(ReadEvent const& e);
   void ReportPosition(Position const& position);
+  // The chapter is announced as its pictures reach the screen: with each picture group
+  // handled that shows one, and with a step to a picture at hand.
+  void ReportChapter(ReadEvent const& e);
+  void AnnounceChapter(int32_t chapter);
   int64_t PresentedTitleTime();
   bool InTitle();
   // Forward at normal speed again.
@@ -195,6 +205,14 @@ class DVDNavigator {
   // Chapters of a title of the disc (0: no such title).
   int32_t TitleParts(int32_t title) const;
   OSStatus SearchChapter(bool previous);
+  // The first frames of the title's chapters, from the disc's table; null when chapters
+  // cannot go by frames (no table chapters, a still): libdvdnav's searches serve then.
+  std::vector<UInt32> const* ChapterFirstFrames();
+  // The frame chapter commands count from: a seek or step on its way, else the picture on
+  // screen; -1 when there is none of this title.
+  int64_t ChapterCountedFrom();
+  // To a chapter's first frame, frame-exact, paused or playing.
+  void SeekChapter(int64_t frame);
   // Tells the presenter the selected button's rectangle and colours (mode 0 selected,
   // 1 activated), or that none shows.
   void ShowHighlight(int mode);
@@ -258,6 +276,8 @@ class DVDNavigator {
   bool mAtCellEnd = false;   // the group read last ends that cell
   int64_t mBlocksLeft = 0;  // data blocks of that group still to read
   std::vector<uint8_t> mBlock;
+  std::unique_ptr<DVDSubpictureSync> mSubpictureSync;  // the reader's own
+  bool mSyncSubpictures = false;  // the next group placed comes after a jump
 
   // Presentation timeline in clock ticks; title times in 90 kHz ticks.
   int64_t mPresentedUntil = 0;

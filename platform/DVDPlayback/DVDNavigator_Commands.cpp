@@ -18,6 +18,8 @@ namespace dvd {
 namespace {
 
 constexpr UInt32 kBookmarkMagic = 0x54564231;  // "TVB1"
+// Previous chapter further into a chapter than this starts it again.
+constexpr int64_t kChapterRestartSeconds = 3;
 
 struct Bookmark {
   UInt32 magic;
@@ -159,6 +161,23 @@ OSStatus DVDNavigator::SearchChapter(bool previous) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mNav) return kDVDErrorNoMedia;
   if (!TitleUnderway()) return kDVDErrorNotAllowedNow;
+  // Counted from the picture on screen: reading, and libdvdnav's chapter, run ahead of it.
+  std::vector<UInt32> const* const firsts = ChapterFirstFrames();
+  int64_t const from = firsts ? ChapterCountedFrom() : -1;
+  if (from >= 0) {
+    auto const at = std::upper_bound(firsts->begin() + 1, firsts->end(), from) - 1;
+    if (!previous) {
+      if (at + 1 == firsts->end()) return kDVDErrorNotAllowedNow;
+      SeekChapter(*(at + 1));
+      return noErr;
+    }
+    // A chapter played a while starts again; near its start, the one before is meant.
+    int64_t const restart =
+        kChapterRestartSeconds * DVDClock::kTicksPerSecond / TimeCodeFrameTicks(mView.position);
+    bool const into = from - int64_t(*at) > restart;
+    SeekChapter(into || at == firsts->begin() ? *at : *(at - 1));
+    return noErr;
+  }
   // The last chapter has no next one; the first has no previous one: it starts again.
   if (!previous && mView.position.part >= TitleParts(mView.position.title)) return kDVDErrorNotAllowedNow;
   Post([this, previous] {

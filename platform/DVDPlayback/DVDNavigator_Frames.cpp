@@ -170,6 +170,11 @@ OSStatus DVDNavigator::StepFrame(SInt32 frames) {
     mPresenter->SetTarget(target);
     mSeekShown = target;
     mStepped = true;
+    // No picture group need be handled on the way: the chapter is told here.
+    if (std::vector<UInt32> const* const firsts = ChapterFirstFrames()) {
+      AnnounceChapter(int32_t(std::upper_bound(firsts->begin(), firsts->end(), target) -
+                              firsts->begin()));
+    }
     Poke();
     return noErr;
   }

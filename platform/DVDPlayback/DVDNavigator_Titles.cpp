@@ -1,5 +1,6 @@
 // The navigator's title commands: which title plays, playing another from its start, and
 // going to a chapter of the one playing. Checked at once; the jumps are the reader's to make.
+// Chapters go by the picture on screen and the table's first frames where the table has them.
 #include "DVDNavigator.h"
 
 #include "PlatformLog.h"
@@ -52,12 +53,40 @@ OSStatus DVDNavigator::SetChapter(UInt16 chapter) {
   if (!TitleUnderway()) return kDVDErrorNotAllowedNow;
   int32_t const title = mView.position.title;
   if (chapter < 1 || chapter > TitleParts(title)) return kDVDErrorInvalidArgument;
+  std::vector<UInt32> const* const firsts = ChapterFirstFrames();
+  if (firsts && chapter <= firsts->size()) {
+    SeekChapter((*firsts)[chapter - 1u]);
+    return noErr;
+  }
   Post([this, title, chapter] {
     bool const found = dvdnav_part_play(mNav, title, chapter) == DVDNAV_STATUS_OK;
     std::lock_guard<std::mutex> g(mMutex);
     if (found) Jumped();
   });
   return noErr;
+}
+
+std::vector<UInt32> const* DVDNavigator::ChapterFirstFrames() {
+  if (!mPresenter || !mTitleTable || mState == kDVDStatePlayingStill) return nullptr;
+  DVDTitleTable::Title const* const known = mTitleTable->Find(UInt32(mView.position.title));
+  if (!known || known->chapterFirstFrames.empty() ||
+      int64_t(known->chapterFirstFrames.back()) >= mView.titleFrames) {
+    return nullptr;
+  }
+  return &known->chapterFirstFrames;
+}
+
+int64_t DVDNavigator::ChapterCountedFrom() {
+  // Pressed again before the last one shows, a command counts from where that one goes.
+  int64_t const pending = mSeek.active ? mSeek.target : mPresenter->Target();
+  if (pending >= 0) return pending;
+  DVDPicturePosition const shown = mPresenter->Shown();
+  return shown.title == mView.position.title ? shown.frameInTitle : -1;
+}
+
+void DVDNavigator::SeekChapter(int64_t frame) {
+  if (mState == kDVDStateScanning) SetState(kDVDStatePlaying);
+  StartSeek(frame);
 }
 
 }  // namespace dvd

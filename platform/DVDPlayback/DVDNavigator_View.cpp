@@ -115,7 +115,6 @@ void DVDNavigator::ShowHighlight(int mode) {
 
 void DVDNavigator::ReportPosition(Position const& position) {
   int32_t title = position.title;
-  int32_t const part = position.part;
   bool const inTitle = position.inTitle;
   if (!inTitle) title = 0;
   uint32_t const height = position.height;
@@ -140,11 +139,21 @@ void DVDNavigator::ReportPosition(Position const& position) {
     mAspect = aspect;
     mEvents.Post(kDVDEventDisplayMode, DVDEventValue(aspect));
   }
-  if (inTitle && (titleChanged || part != mChapter)) {
-    mChapter = part;
-    mEvents.Post(kDVDEventPTT, DVDEventValue(part));
-  }
-  if (!inTitle) mChapter = -1;
+  // The chapter waits for its pictures: the cell is read ahead of them, and a seek's probes
+  // pass through cells never shown.
+  if (titleChanged || !inTitle) mChapter = -1;
+}
+
+void DVDNavigator::ReportChapter(ReadEvent const& e) {
+  // A seek's target past this group's pictures is read on to: nothing of it is shown.
+  if (!e.position.inTitle || (e.seekOffset > 0 && e.seekOffset >= e.vobuSpan)) return;
+  AnnounceChapter(e.position.part);
+}
+
+void DVDNavigator::AnnounceChapter(int32_t chapter) {
+  if (chapter == mChapter) return;
+  mChapter = chapter;
+  mEvents.Post(kDVDEventPTT, DVDEventValue(chapter));
 }
 
 }  // namespace dvd

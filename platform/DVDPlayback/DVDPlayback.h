@@ -142,6 +142,10 @@ OSStatus DVDPlay();
 OSStatus DVDPause();
 OSStatus DVDStop();
 OSStatus DVDScan(DVDScanRate inRate, DVDScanDirection inDirection);
+// Chapters counted from the picture on screen, each to its first frame; paused, that frame
+// shows and playback stays paused. Previous goes back to the start of the chapter on screen
+// when more than 3 s into it, else to the chapter before. Next on the last chapter:
+// kDVDErrorNotAllowedNow.
 OSStatus DVDNextChapter();
 OSStatus DVDPreviousChapter();
 OSStatus DVDIsOnMenu(Boolean* outOnMenu, DVDMenu* outMenu);
@@ -317,7 +321,7 @@ OSStatus DVDGetTitle(UInt16* outTitle);
 // returns at once, the pictures follow. kDVDErrorNotAllowedNow without a disc,
 // kDVDErrorInvalidArgument for a title the disc lacks.
 OSStatus DVDSetTitle(UInt16 inTitle);
-// Plays chapter inChapter (from 1) of the title playing, as DVDNextChapter moves: returns at
-// once. kDVDErrorNotAllowedNow without a disc or outside a title; kDVDErrorInvalidArgument
-// for a chapter the title lacks.
+// Plays chapter inChapter (from 1) of the title playing, as DVDNextChapter moves (paused, its
+// first frame shows): returns at once. kDVDErrorNotAllowedNow without a disc or outside a
+// title; kDVDErrorInvalidArgument for a chapter the title lacks.
 OSStatus DVDSetChapter(UInt16 inChapter);

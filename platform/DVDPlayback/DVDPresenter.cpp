@@ -93,6 +93,12 @@ void DVDPresenter::StartVobu(DVDVobuTiming const& timing) {
   mFeed.Post(DVDDecodeFeed::Kind::Other, [this, timing] { DoStartVobu(timing); });
 }
 
+void DVDPresenter::SubpictureUnit(int stream, int64_t pts, std::vector<uint8_t> unit) {
+  mFeed.Post(DVDDecodeFeed::Kind::Other, [this, stream, pts, bytes = std::move(unit)] {
+    if (mHaveTiming) Payload({DVDStreamKind::Subpicture, stream, pts, bytes.data(), bytes.size()});
+  });
+}
+
 void DVDPresenter::EndOfStream() {
   mFeed.Post(DVDDecodeFeed::Kind::Other, [this] { DoEndOfStream(); });
 }

@@ -86,6 +86,9 @@ class DVDPresenter {
   // there in this order.
   void Block(uint8_t const* data, size_t size);
   void StartVobu(DVDVobuTiming const& timing);
+  // A whole subpicture unit of a stream (its bytes after the substream byte) read before the
+  // group just started, decoded with that group's timing as if read with it.
+  void SubpictureUnit(int stream, int64_t pts, std::vector<uint8_t> unit);
   // The stream stops here (a still or the end): what the decoder holds is shown.
   void EndOfStream();
   // The position moved: nothing read before counts.

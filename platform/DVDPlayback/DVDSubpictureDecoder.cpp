@@ -70,7 +70,9 @@ void YCrCbToRGB(uint32_t entry, uint8_t rgb[3]) {
 
 void DVDSubpictureDecoder::Decode(uint8_t const* data, size_t size, int64_t pts) {
   if (mPacket.empty()) {
-    if (size < 4) return;
+    // A unit's first packet carries its time stamp: anything else is the rest of a unit
+    // whose start was not read.
+    if (size < 4 || pts == kNoTime) return;
     mExpected = Be16(data);
     mPts = pts;
     if (mExpected < 4) return;
@@ -160,17 +162,30 @@ void DVDSubpictureDecoder::Parse(int64_t pts) {
   sub.pixels.assign(size_t(sub.width) * size_t(sub.height), 0);
   DecodeField(p, size, top, 0, sub);
   DecodeField(p, size, bottom, 1, sub);
-  mPictures.push_back(std::move(sub));
+  // A unit read before a jump's landing (the one on screen there) shows from the landing on,
+  // unless it ended before.
+  if (mFrom != kNoTime && sub.start < mFrom) {
+    if (sub.stop != kNoTime && sub.stop <= mFrom) return;
+    sub.start = mFrom;
+  }
+  auto const at = std::upper_bound(mPictures.begin(), mPictures.end(), sub.start,
+                                   [](int64_t t, DVDSubpicture const& s) { return t < s.start; });
+  mPictures.insert(at, std::move(sub));
   while (mPictures.size() > kMaxPictures) mPictures.pop_front();
 }
 
 void DVDSubpictureDecoder::Flush() {
   mPacket.clear();
   mPictures.clear();
+  mFrom = kNoTime;
 }
 
 void DVDSubpictureDecoder::EndAt(int64_t t) {
   mPacket.clear();
+  mFrom = t;
+  // Read ahead of where the position was left: never shown, and in the way of what the new
+  // position shows.
+  std::erase_if(mPictures, [t](DVDSubpicture const& s) { return s.start >= t; });
   for (auto& s : mPictures) {
     if (s.stop == kNoTime || s.stop > t) s.stop = t;
   }

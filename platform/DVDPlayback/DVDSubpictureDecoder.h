@@ -35,7 +35,8 @@ class DVDSubpictureDecoder {
   // One packet's payload (after the substream byte); pts of its first fragment.
   void Decode(uint8_t const* data, size_t size, int64_t pts);
   void Flush();
-  // Every subpicture held stops showing at t at the latest.
+  // Every subpicture held stops showing at t at the latest (one not started by then is
+  // dropped); those decoded after it show from t at the earliest.
   void EndAt(int64_t t);
   // The subpicture to show at time t, or null; older ones are forgotten.
   DVDSubpicture const* At(int64_t t, bool forcedOnly);
@@ -46,6 +47,7 @@ class DVDSubpictureDecoder {
       s.start = f(s.start);
       if (s.stop != kNoTime) s.stop = f(s.stop);
     }
+    if (mFrom != kNoTime) mFrom = f(mFrom);
   }
 
   // Draws sub (with highlight inside the button's rectangle) over an RGB24 picture.
@@ -65,7 +67,8 @@ class DVDSubpictureDecoder {
   std::vector<uint8_t> mPacket;
   size_t mExpected = 0;
   int64_t mPts = kNoTime;
-  std::deque<DVDSubpicture> mPictures;
+  int64_t mFrom = kNoTime;  // the last EndAt: nothing decoded since shows before it
+  std::deque<DVDSubpicture> mPictures;  // by start
 };
 
 }  // namespace dvd

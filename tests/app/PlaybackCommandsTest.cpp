@@ -125,17 +125,14 @@ TEST_F(CommandTest, StopTwiceClearsTheDisplaysAndStopsAgain) {
   EXPECT_EQ(c->mTimeText->text(), QStringLiteral("00:00:00"));
 }
 
-TEST_F(CommandTest, PausedRefusesScanScenesAngleAndBookmarksButAllowsTheMenu) {
+TEST_F(CommandTest, PausedRefusesScanAngleAndBookmarksButAllowsTheMenu) {
   OpenMedia();
   c->mDVDState = kDVDStatePaused;
   c->onScanForward(nullptr);
   c->onScanBackward(nullptr);
-  c->onNextScene(nullptr);
-  c->onPreviousScene(nullptr);
   c->onNextAngle(nullptr);
   c->onNewBookmark(nullptr);
-  EXPECT_EQ(fake_dvd::Calls("DVDScan") + fake_dvd::Calls("DVDNextChapter") +
-                fake_dvd::Calls("DVDPreviousChapter") + fake_dvd::Calls("DVDSetAngle") +
+  EXPECT_EQ(fake_dvd::Calls("DVDScan") + fake_dvd::Calls("DVDSetAngle") +
                 fake_dvd::Calls("DVDGetBookmark"),
             0);
   EXPECT_TRUE(c->mBookmarks.empty());
@@ -157,6 +154,17 @@ TEST_F(CommandTest, PlayingScansAtFourTimesBothWaysAndSkipsScenes) {
   c->onPreviousScene(nullptr);
   EXPECT_EQ(fake_dvd::Calls("DVDNextChapter"), 1);
   EXPECT_EQ(fake_dvd::Calls("DVDPreviousChapter"), 1);
+}
+
+TEST_F(CommandTest, PausedSkipsScenesToo) {
+  // The service shows the scene's first picture and stays paused.
+  OpenMedia();
+  c->mDVDState = kDVDStatePaused;
+  c->onNextScene(nullptr);
+  EXPECT_EQ(fake_dvd::Calls("DVDNextChapter"), 1);
+  c->onPreviousScene(nullptr);
+  EXPECT_EQ(fake_dvd::Calls("DVDPreviousChapter"), 1);
+  EXPECT_EQ(fake_dvd::Calls("DVDPlay") + fake_dvd::Calls("DVDPause"), 0);
 }
 
 TEST_F(CommandTest, MenuToggleReturnsToTheTitleFromAMenu) {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -41,6 +42,15 @@ class DVDFramePositionTest : public DVDSessionTest {
     UInt32 asked = 0;
     EXPECT_EQ(noErr, DVDGetFrameInTitle(&asked)) << what;
     EXPECT_EQ(frame, asked) << what;
+  }
+
+  // The chapters the events have told, less the first skip of them.
+  std::vector<DVDEventValue> ChaptersTold(size_t skip = 0) {
+    Settle();
+    std::vector<DVDEventValue> chapters;
+    for (DVDEventRecord const& e : mRecorder.Of(kDVDEventPTT)) chapters.push_back(e.data1);
+    chapters.erase(chapters.begin(), chapters.begin() + std::min(skip, chapters.size()));
+    return chapters;
   }
 
   void OpenAndPlay(char const* disc) {
@@ -242,6 +252,115 @@ TEST_F(DVDFramePositionTest, EachChapterStartsAtItsFirstFrame) {
   ASSERT_EQ(noErr, DVDSeekToFrame(150));
   ExpectShows(150, "back in chapter 1");
   EXPECT_EQ(1u, Last(kDVDEventPTT));
+}
+
+TEST_F(DVDFramePositionTest, NextChapterCountsFromThePictureOnScreen) {
+  OpenAndPlay("frames");
+  // Frame 280 is on screen from 9343 ms; reading is a picture group or two further on.
+  Advance(9350);
+  ExpectShows(280, "just before chapter 2");
+  EXPECT_EQ(1u, Last(kDVDEventPTT));
+  ASSERT_EQ(noErr, DVDNextChapter());
+  ExpectShows(300, "chapter 2");
+  EXPECT_EQ(2u, Last(kDVDEventPTT));
+  EXPECT_EQ(kDVDStatePlaying, LastState());
+  Advance(100);
+  ExpectShows(302, "playing on");
+}
+
+TEST_F(DVDFramePositionTest, NextChapterWhilePausedShowsItsFirstFrameStillPaused) {
+  OpenAndPlay("frames");
+  ASSERT_EQ(noErr, DVDPause());
+  ASSERT_EQ(noErr, DVDSeekToFrame(150));
+  ExpectShows(150, "paused in chapter 1");
+  size_t const told = ChaptersTold().size();
+  ASSERT_EQ(noErr, DVDNextChapter());
+  ExpectShows(300, "chapter 2");
+  // Only the chapter shown is told, none the seek passed through on its way.
+  EXPECT_EQ((std::vector<DVDEventValue>{2}), ChaptersTold(told));
+  EXPECT_EQ(kDVDStatePaused, LastState());
+  Advance(500);
+  ExpectShows(300, "still paused");
+  // Twice at once: the second counts from where the first is going.
+  ASSERT_EQ(noErr, DVDPreviousChapter());
+  ASSERT_EQ(noErr, DVDNextChapter());
+  ASSERT_EQ(noErr, DVDNextChapter());
+  ExpectShows(600, "chapter 3");
+  EXPECT_EQ(3u, Last(kDVDEventPTT));
+  EXPECT_EQ(kDVDErrorNotAllowedNow, DVDNextChapter());
+  ExpectShows(600, "no chapter after the last");
+  EXPECT_EQ(kDVDStatePaused, LastState());
+}
+
+TEST_F(DVDFramePositionTest, PreviousChapterRestartsTheChapterOnScreenAfterThreeSeconds) {
+  OpenAndPlay("frames");
+  ASSERT_EQ(noErr, DVDSeekToFrame(400));
+  ExpectShows(400, "3.3 s into chapter 2");
+  ASSERT_EQ(noErr, DVDPreviousChapter());
+  ExpectShows(300, "chapter 2 again");
+  EXPECT_EQ(2u, Last(kDVDEventPTT));
+  ASSERT_EQ(noErr, DVDSeekToFrame(320));
+  ExpectShows(320, "less than a second into chapter 2");
+  ASSERT_EQ(noErr, DVDPreviousChapter());
+  ExpectShows(0, "chapter 1");
+  EXPECT_EQ(1u, Last(kDVDEventPTT));
+  // The first chapter has none before it: it starts again.
+  ASSERT_EQ(noErr, DVDSeekToFrame(30));
+  ExpectShows(30, "a second into chapter 1");
+  ASSERT_EQ(noErr, DVDPreviousChapter());
+  ExpectShows(0, "chapter 1 again");
+  EXPECT_EQ(kDVDStatePlaying, LastState());
+}
+
+TEST_F(DVDFramePositionTest, PreviousChapterCountsThreeSecondsAtThePalRate) {
+  // Three seconds are 75 PAL frames: 80 frames into chapter 2 is past them, 70 not.
+  OpenAndPlay("framespal");
+  ASSERT_EQ(noErr, DVDPause());
+  ASSERT_EQ(noErr, DVDSeekToFrame(230));
+  ExpectShows(230, "80 frames into chapter 2");
+  ASSERT_EQ(noErr, DVDPreviousChapter());
+  ExpectShows(150, "chapter 2 again");
+  ASSERT_EQ(noErr, DVDSeekToFrame(220));
+  ExpectShows(220, "70 frames into chapter 2");
+  ASSERT_EQ(noErr, DVDPreviousChapter());
+  ExpectShows(0, "chapter 1");
+  EXPECT_EQ(kDVDStatePaused, LastState());
+}
+
+TEST_F(DVDFramePositionTest, GoingToAChapterWhilePausedShowsItsFirstFrame) {
+  OpenAndPlay("frames");
+  ASSERT_EQ(noErr, DVDPause());
+  ASSERT_EQ(noErr, DVDSeekToFrame(100));
+  ExpectShows(100, "paused in chapter 1");
+  size_t const told = ChaptersTold().size();
+  ASSERT_EQ(noErr, DVDSetChapter(3));
+  ExpectShows(600, "chapter 3");
+  EXPECT_EQ((std::vector<DVDEventValue>{3}), ChaptersTold(told));
+  EXPECT_EQ(kDVDStatePaused, LastState());
+  ASSERT_EQ(noErr, DVDPlay());
+  Advance(100);
+  ExpectShows(602, "playing on from it");
+  EXPECT_EQ(kDVDErrorInvalidArgument, DVDSetChapter(4));
+}
+
+TEST_F(DVDFramePositionTest, TheChapterToldIsThatOfThePictureOnScreenWhilePaused) {
+  OpenAndPlay("frames");
+  ASSERT_EQ(noErr, DVDPause());
+  // Reading goes on into chapter 2 for the picture after this one.
+  ASSERT_EQ(noErr, DVDSeekToFrame(299));
+  ExpectShows(299, "chapter 1's last frame");
+  EXPECT_EQ(1u, Last(kDVDEventPTT));
+  ASSERT_EQ(noErr, DVDStepFrame(1));
+  ExpectShows(300, "chapter 2's first");
+  EXPECT_EQ(2u, Last(kDVDEventPTT));
+  // Back to a picture kept from the way here.
+  ASSERT_EQ(noErr, DVDStepFrame(-1));
+  ExpectShows(299, "chapter 1 again");
+  EXPECT_EQ(1u, Last(kDVDEventPTT));
+  ASSERT_EQ(noErr, DVDPlay());
+  Advance(100);
+  ExpectShows(302, "played into chapter 2");
+  EXPECT_EQ(2u, Last(kDVDEventPTT));
 }
 
 TEST_F(DVDFramePositionTest, FramesOutsideTheTitleAreRefusedAndNothingMoves) {
