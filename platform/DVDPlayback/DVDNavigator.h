@@ -196,6 +196,8 @@ class DVDNavigator {
   // handled that shows one, and with a step to a picture at hand.
   void ReportChapter(ReadEvent const& e);
   void AnnounceChapter(int32_t chapter);
+  // The chapter of a frame of the title playing, from the title table (when it has one).
+  void AnnounceChapterOf(int64_t frame);
   int64_t PresentedTitleTime();
   bool InTitle();
   // Forward at normal speed again.

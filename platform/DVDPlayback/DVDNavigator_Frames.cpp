@@ -71,7 +71,17 @@ bool DVDNavigator::SeekReadsOn() {
   }
 }
 
+void DVDNavigator::AnnounceChapterOf(int64_t frame) {
+  if (std::vector<UInt32> const* const firsts = ChapterFirstFrames()) {
+    AnnounceChapter(int32_t(std::upper_bound(firsts->begin(), firsts->end(), frame) -
+                            firsts->begin()));
+  }
+}
+
 void DVDNavigator::StartSeek(int64_t target) {
+  // Told now: paused, the group the target lands in may never take its turn on the clock
+  // (the target may be served by the group before it).
+  AnnounceChapterOf(target);
   EndScan();
   Jumped();
   mStillInfinite = mStillTimed = false;
@@ -171,10 +181,7 @@ OSStatus DVDNavigator::StepFrame(SInt32 frames) {
     mSeekShown = target;
     mStepped = true;
     // No picture group need be handled on the way: the chapter is told here.
-    if (std::vector<UInt32> const* const firsts = ChapterFirstFrames()) {
-      AnnounceChapter(int32_t(std::upper_bound(firsts->begin(), firsts->end(), target) -
-                              firsts->begin()));
-    }
+    AnnounceChapterOf(target);
     Poke();
     return noErr;
   }

@@ -17,6 +17,15 @@ struct Scaler {
 
 }  // namespace
 
+DVDFieldOrder FieldOrderOf(AVFrame const* f) {
+#if LIBAVUTIL_VERSION_MAJOR >= 59
+  return {(f->flags & AV_FRAME_FLAG_INTERLACED) != 0,
+          (f->flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0};
+#else
+  return {f->interlaced_frame != 0, f->top_field_first != 0};
+#endif
+}
+
 std::vector<uint8_t> const& DVDPicture::RGB() const {
   std::lock_guard<std::mutex> g(mMade->mutex);
   if (mMade->rgb) return mMade->rgbPixels;

@@ -17,6 +17,13 @@ struct AVFrame;
 
 namespace dvd {
 
+// How a decoded picture was coded: as two fields (and which first), or as a frame.
+struct DVDFieldOrder {
+  bool interlaced = false;
+  bool topFieldFirst = false;
+};
+DVDFieldOrder FieldOrderOf(AVFrame const* f);
+
 struct DVDPicture {
   int width = 0;
   int height = 0;

@@ -103,15 +103,9 @@ OSStatus CopyDecoded(DVDPicture const& picture, UInt32 inNeighbours, DVDDecodedF
   outInfo->frameInTitle =
       picture.frameInTitle >= 0 ? UInt32(picture.frameInTitle) : kDVDNoFrame;
   outInfo->frameNumber = picture.number;
-#if LIBAVUTIL_VERSION_MAJOR >= 59
-  bool const interlaced = (f->flags & AV_FRAME_FLAG_INTERLACED) != 0;
-  bool const topFirst = (f->flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
-#else
-  bool const interlaced = f->interlaced_frame != 0;
-  bool const topFirst = f->top_field_first != 0;
-#endif
-  outInfo->progressive = !interlaced;
-  outInfo->topFieldFirst = topFirst;
+  DVDFieldOrder const fields = FieldOrderOf(f);
+  outInfo->progressive = !fields.interlaced;
+  outInfo->topFieldFirst = fields.topFieldFirst;
   outInfo->repeatFirstField = f->repeat_pict > 0;
   outInfo->matrix = MatrixOf(f);
   outInfo->fullRange = f->color_range == AVCOL_RANGE_JPEG || f->format == AV_PIX_FMT_YUVJ420P;

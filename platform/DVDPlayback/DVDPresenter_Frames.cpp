@@ -45,14 +45,8 @@ int64_t PictureTicks(AVFrame const* f, int64_t frameTicks) {
 // A film picture that starts on its bottom field, in a stream whose frames start on the top
 // one (as NTSC discs' do), starts halfway through a frame.
 bool StartsHalfway(AVFrame const* f) {
-#if LIBAVUTIL_VERSION_MAJOR >= 59
-  bool const interlaced = (f->flags & AV_FRAME_FLAG_INTERLACED) != 0;
-  bool const topFirst = (f->flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
-#else
-  bool const interlaced = f->interlaced_frame != 0;
-  bool const topFirst = f->top_field_first != 0;
-#endif
-  return !interlaced && !topFirst;
+  DVDFieldOrder const fields = FieldOrderOf(f);
+  return !fields.interlaced && !fields.topFieldFirst;
 }
 
 }  // namespace

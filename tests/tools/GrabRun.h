@@ -58,6 +58,25 @@ inline int Barcode(QImage const& image, QRect rect = QRect()) {
   return value;
 }
 
+// The one still taken at seconds, at its stored size, with the options given (null when
+// none was written).
+inline QImage StoredStillAt(QString const& seconds, QStringList args, QString const& folder,
+                            QString const& disc) {
+  args << QStringLiteral("--at") << seconds << QStringLiteral("--size") << QStringLiteral("stored")
+       << QStringLiteral("--format") << QStringLiteral("png") << QStringLiteral("-o") << folder
+       << disc;
+  Result const r = Grab(args);
+  EXPECT_EQ(0, r.exit) << args.join(QLatin1Char(' ')).toStdString() << ": " << r.err.toStdString();
+  EXPECT_EQ(1, r.lines.size());
+  return r.lines.isEmpty() ? QImage() : QImage(r.lines[0]);
+}
+
+// A white subtitle box drawn over the picture at x, y.
+inline bool WhiteAt(QImage const& still, int x, int y) {
+  QRgb const p = still.pixel(x, y);
+  return qRed(p) > 220 && qGreen(p) > 220 && qBlue(p) > 220;
+}
+
 inline std::vector<int> Barcodes(QStringList const& files) {
   std::vector<int> frames;
   for (QString const& f : files) frames.push_back(Barcode(QImage(f)));

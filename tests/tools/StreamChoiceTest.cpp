@@ -23,21 +23,10 @@ QString SoftFilm() { return QStringLiteral(TAVELO_FILM_DISCS "/soft"); }
 class StreamChoiceTest : public testing::Test {
  protected:
   // The still at 1 s at its stored size, with the options given.
-  QImage At1(QStringList args, QString const& disc) {
-    args << QStringLiteral("--at") << QStringLiteral("1") << QStringLiteral("--size")
-         << QStringLiteral("stored") << QStringLiteral("--format") << QStringLiteral("png")
-         << QStringLiteral("-o") << mOut.path() << disc;
-    Result const r = Grab(args);
-    EXPECT_EQ(0, r.exit) << args.join(QLatin1Char(' ')).toStdString() << ": "
-                         << r.err.toStdString();
-    EXPECT_EQ(1, r.lines.size());
-    return r.lines.isEmpty() ? QImage() : QImage(r.lines[0]);
+  QImage At1(QStringList const& args, QString const& disc) {
+    return tavelo_test::StoredStillAt(QStringLiteral("1"), args, mOut.path(), disc);
   }
-  // A white subtitle box over the picture at x, y.
-  static bool BoxAt(QImage const& still, int x, int y) {
-    QRgb const p = still.pixel(x, y);
-    return qRed(p) > 220 && qGreen(p) > 220 && qBlue(p) > 220;
-  }
+  static bool BoxAt(QImage const& still, int x, int y) { return tavelo_test::WhiteAt(still, x, y); }
   static bool English(QImage const& still) { return BoxAt(still, 128, 96); }
   static bool German(QImage const& still) { return BoxAt(still, 592, 384); }
   QTemporaryDir mOut;

@@ -11,28 +11,16 @@
 namespace {
 
 using tavelo_test::Disc;
-using tavelo_test::Grab;
-using tavelo_test::Result;
 
 QString SoftFilm() { return QStringLiteral(TAVELO_FILM_DISCS "/soft"); }
 
 class SubtitleStillsTest : public testing::Test {
  protected:
   // The still at seconds, stored size, with the options given.
-  QImage At(char const* seconds, QStringList args, QString const& disc) {
-    args << QStringLiteral("--at") << QLatin1String(seconds) << QStringLiteral("--size")
-         << QStringLiteral("stored") << QStringLiteral("--format") << QStringLiteral("png")
-         << QStringLiteral("-o") << mOut.path() << disc;
-    Result const r = Grab(args);
-    EXPECT_EQ(0, r.exit) << args.join(QLatin1Char(' ')).toStdString() << ": "
-                         << r.err.toStdString();
-    EXPECT_EQ(1, r.lines.size());
-    return r.lines.isEmpty() ? QImage() : QImage(r.lines[0]);
+  QImage At(char const* seconds, QStringList const& args, QString const& disc) {
+    return tavelo_test::StoredStillAt(QLatin1String(seconds), args, mOut.path(), disc);
   }
-  static bool White(QImage const& still, int x, int y) {
-    QRgb const p = still.pixel(x, y);
-    return qRed(p) > 220 && qGreen(p) > 220 && qBlue(p) > 220;
-  }
+  static bool White(QImage const& still, int x, int y) { return tavelo_test::WhiteAt(still, x, y); }
   QTemporaryDir mOut;
 };
 

@@ -15,22 +15,14 @@
 namespace tavelo_test {
 namespace {
 
-struct Shown {
-  DVDPresentedFrameInfo info{};
-  int film = -1;  // the barcode: the film frame's number
-};
+// The barcode is the film frame's number.
+using Shown = DVDShownPicture;
 
 class DVDFilmFrameTest : public DVDSessionTest {
  protected:
   Shown Presented() {
     Settle();
-    Shown s;
-    std::vector<UInt8> pixels;
-    EXPECT_TRUE(CopyPresented(s.info, pixels));
-    if (pixels.size() >= size_t(s.info.rowBytes) * (kBarcodeRow + 1)) {
-      s.film = ReadBarcode(pixels.data() + size_t(kBarcodeRow) * s.info.rowBytes + 1, 3);
-    }
-    return s;
+    return PresentedBarcode();
   }
 
   void OpenPaused() {
@@ -57,14 +49,14 @@ TEST_F(DVDFilmFrameTest, EveryFrameShowsTheFilmFrameOnScreenThen) {
     ASSERT_EQ(noErr, DVDSeekToFrame(frame)) << frame;
     Shown const s = Presented();
     std::string const what = "frame " + std::to_string(frame);
-    ASSERT_GE(s.film, 0) << what;
+    ASSERT_GE(s.barcode, 0) << what;
     // The picture shown says which frames it is on screen for; this is one of them.
     EXPECT_LE(s.info.frameInTitle, frame) << what;
     EXPECT_LT(frame, s.info.frameInTitle + s.info.framesShown) << what;
-    EXPECT_LE(std::abs(s.film - int(std::floor(frame * 0.8))), 1) << what << ": film " << s.film;
-    EXPECT_TRUE(s.film == last || s.film == last + 1 || last < 0) << what << ": film " << s.film;
-    last = s.film;
-    ++positions[s.film];
+    EXPECT_LE(std::abs(s.barcode - int(std::floor(frame * 0.8))), 1) << what << ": film " << s.barcode;
+    EXPECT_TRUE(s.barcode == last || s.barcode == last + 1 || last < 0) << what << ": film " << s.barcode;
+    last = s.barcode;
+    ++positions[s.barcode];
   }
   // 3:2 pulldown: 5 frames show 4 film frames, one of them at two frames.
   int twice = 0;
@@ -80,25 +72,25 @@ TEST_F(DVDFilmFrameTest, StepsBothWaysShowANewFilmFrameEachTime) {
   OpenPaused();
   ASSERT_EQ(noErr, DVDSeekToFrame(300));
   Shown const start = Presented();
-  ASSERT_GE(start.film, 0);
+  ASSERT_GE(start.barcode, 0);
   std::vector<Shown> seen{start};
   for (int i = 1; i <= 40; ++i) {
     ASSERT_EQ(noErr, DVDStepFrame(1));
     Shown const s = Presented();
-    EXPECT_EQ(start.film + i, s.film) << "step " << i << " forward";
+    EXPECT_EQ(start.barcode + i, s.barcode) << "step " << i << " forward";
     seen.push_back(s);
   }
   for (int i = 39; i >= 0; --i) {
     ASSERT_EQ(noErr, DVDStepFrame(-1));
     Shown const s = Presented();
-    EXPECT_EQ(start.film + i, s.film) << "step back to " << i;
+    EXPECT_EQ(start.barcode + i, s.barcode) << "step back to " << i;
     EXPECT_EQ(seen[size_t(i)].info.frameInTitle, s.info.frameInTitle) << "step back to " << i;
   }
   EXPECT_EQ(kDVDStatePaused, LastState());
   // A position reported is a way back to the same picture.
   for (size_t i = 0; i < seen.size(); i += 7) {
     ASSERT_EQ(noErr, DVDSeekToFrame(seen[i].info.frameInTitle));
-    EXPECT_EQ(seen[i].film, Presented().film) << "seek to " << seen[i].info.frameInTitle;
+    EXPECT_EQ(seen[i].barcode, Presented().barcode) << "seek to " << seen[i].info.frameInTitle;
   }
 }
 
@@ -107,13 +99,13 @@ TEST_F(DVDFilmFrameTest, PlayingOnAfterStepsStartsFromTheFilmFrameShown) {
   ASSERT_EQ(noErr, DVDSeekToFrame(200));
   ASSERT_EQ(noErr, DVDStepFrame(-1));
   Shown const s = Presented();
-  ASSERT_GE(s.film, 0);
+  ASSERT_GE(s.barcode, 0);
   ASSERT_EQ(noErr, DVDPlay());
   Advance(80);
   Shown const later = Presented();
   // 80 ms on: two film frames, give or take the one being shown.
-  EXPECT_GE(later.film, s.film + 1);
-  EXPECT_LE(later.film, s.film + 3);
+  EXPECT_GE(later.barcode, s.barcode + 1);
+  EXPECT_LE(later.barcode, s.barcode + 3);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "DVDTestSession.h"
 
+#include "DVDBarcode.h"
+
 #include "TestLog.h"
 
 #include <cstdlib>
@@ -90,6 +92,17 @@ bool CopyPresented(DVDPresentedFrameInfo& info, std::vector<UInt8>& pixels) {
   if (DVDCopyPresentedFrame(&info, nullptr, &size) != noErr) return false;
   pixels.resize(size);
   return DVDCopyPresentedFrame(&info, pixels.data(), &size) == noErr && size == pixels.size();
+}
+
+DVDShownPicture PresentedBarcode() {
+  DVDShownPicture s;
+  std::vector<UInt8> pixels;
+  EXPECT_TRUE(CopyPresented(s.info, pixels));
+  if (pixels.size() >= size_t(s.info.rowBytes) * (kBarcodeRow + 1)) {
+    // Green of the RGB row: white and black blocks are far apart in every channel.
+    s.barcode = ReadBarcode(pixels.data() + size_t(kBarcodeRow) * s.info.rowBytes + 1, 3);
+  }
+  return s;
 }
 
 void DVDSessionTest::OpenFile(std::string const& path) {

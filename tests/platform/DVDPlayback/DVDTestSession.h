@@ -44,6 +44,14 @@ bool OnMenu(DVDMenu* which = nullptr);
 // The presented picture as DVDCopyPresentedFrame gives it; false when it gives none.
 bool CopyPresented(DVDPresentedFrameInfo& info, std::vector<UInt8>& pixels);
 
+// The presented picture's information and the number its barcode carries (-1 when it has
+// none); the test fails when no picture is presented.
+struct DVDShownPicture {
+  DVDPresentedFrameInfo info{};
+  int barcode = -1;
+};
+DVDShownPicture PresentedBarcode();
+
 class DVDSessionTest : public testing::Test {
  protected:
   void SetUp() override;

@@ -15,10 +15,7 @@ namespace {
 
 constexpr DVDLanguageCode Code(char a, char b) { return DVDLanguageCode(a << 8 | b); }
 
-struct Shown {
-  DVDPresentedFrameInfo info{};
-  int barcode = -1;
-};
+using Shown = DVDShownPicture;
 
 class DVDTitleTableTest : public DVDSessionTest {
  protected:
@@ -59,13 +56,7 @@ class DVDTitleTableTest : public DVDSessionTest {
   // The picture on screen once the service has caught up, with its barcode when it has one.
   Shown Presented() {
     Settle();
-    Shown s;
-    std::vector<UInt8> pixels;
-    EXPECT_TRUE(CopyPresented(s.info, pixels));
-    if (pixels.size() >= size_t(s.info.rowBytes) * (kBarcodeRow + 1)) {
-      s.barcode = ReadBarcode(pixels.data() + size_t(kBarcodeRow) * s.info.rowBytes + 1, 3);
-    }
-    return s;
+    return PresentedBarcode();
   }
 
   // A new picture came after the command, and it is the table's first frame of the chapter.
