@@ -134,11 +134,12 @@ screen_text() {  # screen_text: the words in the program's windows (menus, tips 
   local id n=0
   for id in $(xdotool search --onlyvisible --pid "$app_pid" 2>/dev/null); do
     n=$((n + 1))
-    import -window "$id" "$work/window-$n.png" 2>/dev/null || continue
+    # A tip or menu may close while it is read: import then waits for ever for its window.
+    timeout 10 import -window "$id" "$work/window-$n.png" 2>/dev/null || continue
     # Three times the size reads best; a second time in negative, for light text on a highlight.
     convert "$work/window-$n.png" -resize 300% -colorspace gray "$work/window-$n-ocr.png"
     convert "$work/window-$n-ocr.png" -negate "$work/window-$n-negative.png"
-    tesseract "$work/window-$n-ocr.png" - 2>/dev/null; echo "|"
-    tesseract "$work/window-$n-negative.png" - 2>/dev/null; echo "|"
+    timeout 30 tesseract "$work/window-$n-ocr.png" - 2>/dev/null; echo "|"
+    timeout 30 tesseract "$work/window-$n-negative.png" - 2>/dev/null; echo "|"
   done | tr -s '\n ' '  '
 }

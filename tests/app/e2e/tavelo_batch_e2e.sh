@@ -59,7 +59,7 @@ n=$(ls "$grabs" | grep -c '\.jpg$' || true)
 for f in "$grabs"/*.jpg; do djpeg "$f" >/dev/null 2>"$work/djpeg.err" || fail "$f is not whole: $(cat "$work/djpeg.err")"
   [ -s "$work/djpeg.err" ] && fail "$f is not whole: $(cat "$work/djpeg.err")"; done
 ls -A "$grabs" | grep -v '\.jpg$' && fail "other files left: $(ls -A "$grabs")"
-pgrep -f tavelo-grab >/dev/null && fail "tavelo-grab still running"
+pgrep -P "$app_pid" -f tavelo-grab >/dev/null && fail "tavelo-grab still running"
 xdotool search --onlyvisible --name '^Batch Grab$' >/dev/null || fail "the cancel closed the dialog instead of stopping the batch"
 dialog_keys Escape
 sleep 0.5
