@@ -55,6 +55,13 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
     }
   }
 
+  // Not under the lock: the decoders call the listener holding theirs, and it takes ours.
+  if (mPresenter) {
+    mPresenter->SetRoomListener([this] {
+      std::lock_guard<std::mutex> lock(mMutex);
+      mWake.notify_all();
+    });
+  }
   std::lock_guard<std::mutex> g(mMutex);
   mNav = nav;
   mSubpictureSync = std::make_unique<DVDSubpictureSync>(path);
@@ -83,12 +90,6 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
     std::lock_guard<std::mutex> lock(mMutex);
     mWake.notify_all();
   });
-  if (mPresenter) {
-    mPresenter->SetRoomListener([this] {
-      std::lock_guard<std::mutex> lock(mMutex);
-      mWake.notify_all();
-    });
-  }
   mThread = std::thread([this] { Run(); });
   return noErr;
 }
