@@ -48,6 +48,12 @@ private_pictures() {  # a Pictures folder of the test's own; quick saves go to `
   grabs=$XDG_PICTURES_DIR/Tavelo
 }
 
+grab_decoded_frames() {  # grabs take the decoded frame at its stored size (saved choices)
+  mkdir -p "$XDG_CONFIG_HOME/Tavelo"
+  printf '[General]\n%s\n%s\n' 'GrabSourceSelectorGroup=selectDefault_GrabVideoFrame:' \
+    'GrabSizeSelectorGroup=selectDefault_SizeStored:' >"$XDG_CONFIG_HOME/Tavelo/Tavelo.conf"
+}
+
 launch() {  # launch [PATH]
   step "launch ${1:-(no disc)}"
   "$tavelo" "$@" >"$work/app.out" 2>"$work/app.err" &

@@ -20,12 +20,7 @@ key_pause=0.05
 source "$(dirname "$0")/e2e_common.sh"
 e2e_start tavelo-film-e2e
 private_pictures
-mkdir -p "$XDG_CONFIG_HOME/Tavelo"
-cat >"$XDG_CONFIG_HOME/Tavelo/Tavelo.conf" <<'CONF'
-[General]
-GrabSourceSelectorGroup=selectDefault_GrabVideoFrame:
-GrabSizeSelectorGroup=selectDefault_SizeStored:
-CONF
+grab_decoded_frames
 
 now_ms() { echo $(( ${EPOCHREALTIME/./} / 1000 )); }
 

@@ -15,12 +15,7 @@ key_pause=0.5
 source "$(dirname "$0")/e2e_common.sh"
 e2e_start tavelo-still-e2e
 private_pictures
-mkdir -p "$XDG_CONFIG_HOME/Tavelo"
-cat >"$XDG_CONFIG_HOME/Tavelo/Tavelo.conf" <<'CONF'
-[General]
-GrabSourceSelectorGroup=selectDefault_GrabVideoFrame:
-GrabSizeSelectorGroup=selectDefault_SizeStored:
-CONF
+grab_decoded_frames
 
 grab() {  # grab N: quick save number N; prints its barcode
   keys ctrl+g
