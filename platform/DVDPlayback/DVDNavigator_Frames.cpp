@@ -163,12 +163,10 @@ OSStatus DVDNavigator::StepFrame(SInt32 frames) {
   // another picture: on film, where a picture stays on screen for two frames, one step on
   // goes past both, one step back to the picture before.
   int64_t const pending = mSeek.active ? mSeek.target : mPresenter->Target();
-  int64_t from = shown.frameInTitle;
-  int64_t end = shown.frameInTitle + shown.framesShown;
-  if (pending >= 0) {
-    from = mPresenter->PictureStart(shown.title, pending);
-    end = mPresenter->PictureEnd(shown.title, pending);
-  }
+  DVDPicturePosition const at =
+      pending >= 0 ? mPresenter->PictureShowing(shown.title, pending) : shown;
+  int64_t const from = at.frameInTitle;
+  int64_t const end = at.frameInTitle + at.framesShown;
   int64_t const target = frames > 0 ? std::max(from + frames, end) : from + frames;
   if (target < 0 || target >= mView.titleFrames) return kDVDErrorInvalidArgument;
   if (mState != kDVDStatePaused) PauseNow();

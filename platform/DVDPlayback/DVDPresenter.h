@@ -106,10 +106,9 @@ class DVDPresenter {
   // True when that picture is decoded and at hand (queued or kept from a step back), so
   // that it can be shown without reading the disc.
   bool HasPicture(int title, int64_t frame);
-  // The first frame of the picture at hand that shows frame, or frame itself when none is.
-  int64_t PictureStart(int title, int64_t frame);
-  // The frame after the picture at hand that shows frame, or frame + 1 when none is.
-  int64_t PictureEnd(int title, int64_t frame);
+  // Where the picture at hand that shows frame is (its first frame and how many it is shown
+  // for); frame itself, for one frame, when no such picture is at hand.
+  DVDPicturePosition PictureShowing(int title, int64_t frame);
   bool TargetPending();
   // From the navigator (its lock held): the streams decoded and shown from now on, queued
   // pictures included; forcedOnly shows the pictures the disc forces only.

@@ -99,18 +99,14 @@ DVDPicturePosition const* DVDPresenter::Covering(int title, int64_t frame) const
   return nullptr;
 }
 
-int64_t DVDPresenter::PictureStart(int title, int64_t frame) {
-  if (JumpOnItsWay()) return frame;
+DVDPicturePosition DVDPresenter::PictureShowing(int title, int64_t frame) {
+  DVDPicturePosition none;
+  none.title = title;
+  none.frameInTitle = frame;
+  if (JumpOnItsWay()) return none;
   std::lock_guard<std::mutex> g(mMutex);
   DVDPicturePosition const* const p = Covering(title, frame);
-  return p ? p->frameInTitle : frame;
-}
-
-int64_t DVDPresenter::PictureEnd(int title, int64_t frame) {
-  if (JumpOnItsWay()) return frame + 1;
-  std::lock_guard<std::mutex> g(mMutex);
-  DVDPicturePosition const* const p = Covering(title, frame);
-  return p ? p->frameInTitle + p->framesShown : frame + 1;
+  return p ? *p : none;
 }
 
 void DVDPresenter::DoSetTarget(int64_t frame) {
