@@ -1,5 +1,6 @@
 #include "DVDIFOProbe.h"
 
+#include "DVDIFOCheck.h"
 #include "DVDLibraryLog.h"
 #include "DVDPlayback.h"
 #include "PlatformLog.h"
@@ -11,14 +12,16 @@
 #include <atomic>
 #include <cctype>
 #include <cerrno>
-#include <fcntl.h>
 #include <csignal>
-#include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <map>
 #include <mutex>
+#include <poll.h>
+#include <spawn.h>
 #include <strings.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -28,7 +31,6 @@
 namespace dvd {
 
 namespace {
-
 
 std::atomic<int> sTimeLimitMs{5000};
 std::atomic<int> sChildStallMs{0};
@@ -59,129 +61,134 @@ long long NowMs() {
   return ts.tv_sec * 1000ll + ts.tv_nsec / 1000000;
 }
 
-// The child's verdict comes through a pipe, one byte; a child that ends without one died on
-// the way (by a signal, or by a sanitizer's report under the test builds).
-enum : char { kVerdictGood = 'G', kVerdictUnparsable = 'U', kVerdictUnplayable = 'P' };
+constexpr char kHelperName[] = "tavelo-ifo-probe";
 
-// Waits for the child's verdict within the time limit; a child past it is killed.
+bool IsProgram(std::string const& path) { return ::access(path.c_str(), X_OK) == 0; }
+
+std::string Folder(std::string const& path) {
+  return std::filesystem::path(path).parent_path().string();
+}
+
+// The helper is installed beside the libraries: next to the object holding this code when
+// that is a shared library, else in the library folder as seen from the program's folder. A
+// build tree that lays things out otherwise names its own helper.
+std::string FindHelper() {
+  std::vector<std::string> candidates;
+  Dl_info info{};
+  if (::dladdr(reinterpret_cast<void*>(&FindHelper), &info) && info.dli_fname &&
+      info.dli_fname[0] == '/') {
+    candidates.push_back(Folder(info.dli_fname) + "/" + kHelperName);
+  }
+  std::error_code ec;
+  std::string const program = std::filesystem::read_symlink("/proc/self/exe", ec).string();
+  if (!ec && !program.empty()) {
+#ifdef TAVELO_IFO_PROBE_FROM_PROGRAM
+    candidates.push_back(Folder(program) + "/" TAVELO_IFO_PROBE_FROM_PROGRAM "/" + kHelperName);
+#endif
+    candidates.push_back(Folder(program) + "/" + kHelperName);
+  }
+#ifdef TAVELO_IFO_PROBE_BUILD_PATH
+  candidates.push_back(TAVELO_IFO_PROBE_BUILD_PATH);
+#endif
+  for (auto const& candidate : candidates)
+    if (IsProgram(candidate)) return candidate;
+  return {};
+}
+
+std::string const& HelperPath() {
+  static std::string const path = FindHelper();
+  return path;
+}
+
+// The helper's verdict comes through a pipe, one byte; a helper that ends without one died on
+// the way (by a signal, or by a sanitizer's report under the test builds).
+// Waits for the verdict and the helper's end within the time limit; a helper past it is killed.
 Health Reap(pid_t pid, int verdictFd) {
   long long const deadline = NowMs() + sTimeLimitMs.load();
-  useconds_t pause = 50;
+  char verdict = 0;
+  bool spoke = false, closed = false;
+  while (!closed) {
+    long long const left = deadline - NowMs();
+    if (left <= 0) break;
+    pollfd ready{verdictFd, POLLIN, 0};
+    int const n = ::poll(&ready, 1, int(left));
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    char byte = 0;
+    ssize_t const got = ::read(verdictFd, &byte, 1);
+    if (got < 0 && errno == EINTR) continue;
+    if (got == 1 && !spoke) verdict = byte, spoke = true;
+    closed = got <= 0;
+  }
+  ::close(verdictFd);
+  // The pipe closes as the helper ends; it is reaped within what is left of the limit.
   int status = 0;
-  for (;;) {
+  for (unsigned pause = 100;;) {
     pid_t const r = ::waitpid(pid, &status, WNOHANG);
     if (r == pid || (r < 0 && errno != EINTR)) break;
-    if (NowMs() > deadline) {
+    if (!closed || NowMs() > deadline) {
       ::kill(pid, SIGKILL);
-      ::waitpid(pid, &status, 0);
-      ::close(verdictFd);
+      while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+      }
       return Health::Hung;
     }
     ::usleep(pause);
-    if (pause < 2000) pause *= 2;
+    if (pause < 4000) pause *= 2;
   }
-  char verdict = 0;
-  ssize_t const got = ::read(verdictFd, &verdict, 1);
-  ::close(verdictFd);
-  if (got != 1) return Health::Crashed;
-  return verdict == kVerdictGood ? Health::Good
-         : verdict == kVerdictUnplayable ? Health::Unplayable
-                                         : Health::Unparsable;
-}
-
-// Program chains the navigator would stop the process on (it asserts, for one, that every
-// program starts at a cell that exists).
-bool Playable(pgc_t const* pgc) {
-  if (!pgc) return true;
-  if (pgc->nr_of_programs > 0 && (!pgc->program_map || !pgc->cell_playback || pgc->nr_of_cells == 0))
-    return false;
-  for (int p = 0; p < pgc->nr_of_programs; ++p)
-    if (pgc->program_map[p] < 1 || pgc->program_map[p] > pgc->nr_of_cells) return false;
-  return true;
-}
-
-bool Playable(pgcit_t const* table) {
-  if (!table) return true;
-  if (table->nr_of_pgci_srp > 0 && !table->pgci_srp) return false;
-  for (int i = 0; i < table->nr_of_pgci_srp; ++i)
-    if (!Playable(table->pgci_srp[i].pgc)) return false;
-  return true;
-}
-
-bool Playable(pgci_ut_t const* units) {
-  if (!units) return true;
-  if (units->nr_of_lus > 0 && !units->lu) return false;
-  for (int i = 0; i < units->nr_of_lus; ++i)
-    if (!Playable(units->lu[i].pgcit)) return false;
-  return true;
-}
-
-// Parts of titles that name program chains or programs that are not there.
-bool Playable(vts_ptt_srpt_t const* parts, pgcit_t const* chains) {
-  if (!parts || !chains) return true;
-  for (int t = 0; t < parts->nr_of_srpts; ++t) {
-    if (!parts->title) return false;
-    ttu_t const& title = parts->title[t];
-    for (int p = 0; p < title.nr_of_ptts; ++p) {
-      if (!title.ptt) return false;
-      int const pgcn = title.ptt[p].pgcn;
-      if (pgcn < 1 || pgcn > chains->nr_of_pgci_srp || !chains->pgci_srp[pgcn - 1].pgc) return false;
-      if (title.ptt[p].pgn < 1 || title.ptt[p].pgn > chains->pgci_srp[pgcn - 1].pgc->nr_of_programs)
-        return false;
-    }
-  }
-  return true;
-}
-
-bool Playable(ifo_handle_t const* ifo, int title) {
-  if (title == 0) {
-    if (!Playable(ifo->first_play_pgc) || !Playable(ifo->pgci_ut)) return false;
-    tt_srpt_t const* titles = ifo->tt_srpt;
-    for (int t = 0; titles && t < titles->nr_of_srpts; ++t)
-      if (!titles->title || titles->title[t].title_set_nr < 1 ||
-          titles->title[t].title_set_nr > ifo->vmgi_mat->vmg_nr_of_title_sets)
-        return false;
-    return true;
-  }
-  return Playable(ifo->vts_pgcit) && Playable(ifo->pgci_ut) && Playable(ifo->vts_ptt_srpt, ifo->vts_pgcit);
-}
-
-// In the child: parse title's information (0: the manager), check what the navigator relies
-// on, and leave without running any of this process' exit handlers.
-[[noreturn]] void Verdict(int verdictFd, char verdict) {
-  [[maybe_unused]] ssize_t const n = ::write(verdictFd, &verdict, 1);
-  ::_exit(0);
-}
-
-[[noreturn]] void ParseAndExit(char const* discPath, int title, int verdictFd) {
-  // Whatever the parser or a sanitizer has to say stays off the terminal.
-  if (int const quiet = ::open("/dev/null", O_WRONLY); quiet >= 0) {
-    ::dup2(quiet, STDOUT_FILENO);
-    ::dup2(quiet, STDERR_FILENO);
-  }
-  if (int const stall = sChildStallMs.load(); stall > 0) ::usleep(useconds_t(stall) * 1000);
-  dvd_reader_t* reader = ::DVDOpen2(nullptr, DVDReadQuietLogger(), discPath);
-  if (!reader) Verdict(verdictFd, kVerdictUnparsable);
-  ifo_handle_t* ifo = ::ifoOpen(reader, title);
-  bool const ok = ifo && (title == 0 ? ifo->vmgi_mat && ifo->tt_srpt : ifo->vtsi_mat != nullptr);
-  bool const playable = ok && Playable(ifo, title);
-  if (ifo) ::ifoClose(ifo);
-  ::DVDClose(reader);
-  Verdict(verdictFd, !ok ? kVerdictUnparsable : playable ? kVerdictGood : kVerdictUnplayable);
+  if (!spoke) return Health::Crashed;
+  return verdict == DVDIFOCheck::kVerdictGood         ? Health::Good
+         : verdict == DVDIFOCheck::kVerdictUnplayable ? Health::Unplayable
+                                                      : Health::Unparsable;
 }
 
 std::atomic<long> sChildren{0};
 
-Health ParseInChild(std::string const& discPath, int title) {
+// Starts the helper on one part of the disc: its verdict on descriptor 3, nothing else open,
+// its own output (the parser's, a sanitizer's) thrown away.
+pid_t SpawnHelper(std::string const& helper, std::string const& discPath, int title, int verdictFd) {
+  posix_spawn_file_actions_t actions;
+  if (::posix_spawn_file_actions_init(&actions) != 0) return -1;
+  ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  ::posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+  ::posix_spawn_file_actions_adddup2(&actions, verdictFd, 3);
+  ::posix_spawn_file_actions_addclosefrom_np(&actions, 4);
+  posix_spawnattr_t attributes;
+  ::posix_spawnattr_init(&attributes);
+  sigset_t none;
+  sigemptyset(&none);
+  ::posix_spawnattr_setsigmask(&attributes, &none);
+  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+  std::string const titleText = std::to_string(title);
+  std::string const stallText = std::to_string(sChildStallMs.load());
+  char* const argv[] = {const_cast<char*>(helper.c_str()), const_cast<char*>(discPath.c_str()),
+                        const_cast<char*>(titleText.c_str()), const_cast<char*>(stallText.c_str()),
+                        nullptr};
+  pid_t pid = -1;
+  int const error = ::posix_spawn(&pid, helper.c_str(), &actions, &attributes, argv, environ);
+  ::posix_spawnattr_destroy(&attributes);
+  ::posix_spawn_file_actions_destroy(&actions);
+  if (error != 0) {
+    PlatformLog("DVD: cannot start %s: %s", helper.c_str(), std::strerror(error));
+    return -1;
+  }
+  return pid;
+}
+
+Health ParseInHelper(std::string const& discPath, int title) {
   int fds[2];
   if (::pipe2(fds, O_CLOEXEC) != 0) return Health::Unparsable;
-  ++sChildren;
-  pid_t const pid = ::fork();
-  if (pid == 0) {
-    ::close(fds[0]);
-    ParseAndExit(discPath.c_str(), title, fds[1]);
-  }
+  // Kept clear of 3 so that the helper's descriptor 3 is always a fresh copy (one without
+  // close-on-exec).
+  int const writeFd = ::fcntl(fds[1], F_DUPFD_CLOEXEC, 10);
   ::close(fds[1]);
+  if (writeFd < 0) {
+    ::close(fds[0]);
+    return Health::Unparsable;
+  }
+  ++sChildren;
+  pid_t const pid = SpawnHelper(HelperPath(), discPath, title, writeFd);
+  ::close(writeFd);
   if (pid < 0) {
     ::close(fds[0]);
     return Health::Unparsable;
@@ -238,7 +245,7 @@ class ScratchDisc {
     std::string const link = mRoot + "/VIDEO_TS/" + name;
     ::unlink(link.c_str());
     if (::symlink(target.c_str(), link.c_str()) != 0) return Health::Unparsable;
-    Health const h = ParseInChild(mRoot, title);
+    Health const h = ParseInHelper(mRoot, title);
     ::unlink(link.c_str());
     return h;
   }
@@ -327,7 +334,7 @@ DVDProbeResult ProbeWhole(std::string const& discPath) {
   int titles = 0;
   {
     // The manager first, on its own: its title-set count bounds the rest.
-    Health const vmg = ParseInChild(discPath, 0);
+    Health const vmg = ParseInHelper(discPath, 0);
     if (Harmful(vmg)) {
       PlatformLog("DVD information file VIDEO_TS.IFO of %s %s", discPath.c_str(), Describe(vmg));
       result.damaged.push_back("VIDEO_TS.IFO");
@@ -343,7 +350,7 @@ DVDProbeResult ProbeWhole(std::string const& discPath) {
     ::DVDClose(reader);
   }
   for (int title = 1; title <= titles; ++title) {
-    Health const h = ParseInChild(discPath, title);
+    Health const h = ParseInHelper(discPath, title);
     if (Harmful(h)) {
       char name[32];
       std::snprintf(name, sizeof name, "VTS_%02d_0.IFO", title);
@@ -368,6 +375,14 @@ DVDProbeResult DVDIFOProbe::Probe(std::string const& discPath, std::string const
     std::lock_guard<std::mutex> lock(sCacheLock);
     auto const known = Cache().find(CacheKey(uniqueID, discPath));
     if (known != Cache().end()) return known->second;
+  }
+  if (HelperPath().empty()) {
+    // Nothing to probe with: opened as before, unprobed (and not remembered).
+    PlatformLog("DVD: %s is not installed; %s opened without probing its information files",
+                kHelperName, discPath.c_str());
+    DVDProbeResult unprobed;
+    unprobed.openPath = discPath;
+    return unprobed;
   }
   DVDProbeResult result = videoTS.empty() ? ProbeWhole(discPath) : ProbeFolder(discPath, videoTS);
   std::lock_guard<std::mutex> lock(sCacheLock);

@@ -1,6 +1,7 @@
-// Parsing a disc's information files (IFO and BUP) in short-lived child processes before this
-// process parses them: libdvdread trusts the offsets in these files, and a damaged one can take
-// the parser down. What parses decides where the disc is opened from.
+// Parsing a disc's information files (IFO and BUP) in short-lived helper processes
+// (tavelo-ifo-probe, beside the libraries) before this process parses them: libdvdread trusts
+// the offsets in these files, and a damaged one can take the parser down. What parses decides
+// where the disc is opened from.
 #pragma once
 
 #include "MacTypes.h"
@@ -36,12 +37,12 @@ class DVDIFOProbe {
   static DVDProbeResult Probe(std::string const& discPath, std::string const& videoTS,
                               std::array<UInt8, 8> const& uniqueID);
 
-  // A child that runs longer than this is taken as hung (5 s unless a test shortens it).
+  // A helper that runs longer than this is taken as hung (5 s unless a test shortens it).
   static void SetChildTimeLimitMilliseconds(int milliseconds);
-  // Children wait this long before they parse: a parser that hangs, for tests.
+  // Helpers wait this long before they parse: a parser that hangs, for tests.
   static void SetChildStallMillisecondsForTesting(int milliseconds);
   static void ForgetResults();
-  // How many probing children this process has started.
+  // How many probing helpers this process has started.
   static long ChildrenStarted();
 };
 

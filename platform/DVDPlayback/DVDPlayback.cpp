@@ -95,10 +95,19 @@ namespace {
 OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
   if (!ref) return kDVDErrorInvalidArgument;
   if (FSRefValidate(ref) != noErr) return kDVDErrorInvalidArgument;
+  if (OSStatus const status = WithService([](DVDService& s) -> OSStatus {
+        return s.mMedia ? kDVDErrorMediaAlreadyOpen : noErr;
+      });
+      status != noErr) {
+    return status;
+  }
+  // Identifying the disc and probing its information files in helper processes takes up to
+  // seconds on a damaged disc: done without the service's lock, which the playing threads'
+  // callers need meanwhile.
+  auto media = std::make_unique<dvd::DVDMedia>();
+  if (OSStatus const status = media->Construct(ref->path); status != noErr) return status;
   return WithService([&](DVDService& s) -> OSStatus {
-    if (s.mMedia) return kDVDErrorMediaAlreadyOpen;
-    auto media = std::make_unique<dvd::DVDMedia>();
-    if (OSStatus const status = media->Construct(ref->path); status != noErr) return status;
+    if (s.mMedia) return kDVDErrorMediaAlreadyOpen;  // another open came first
     DVDRegionCode code = 0;
     SInt16 changes = 0;
     if (OSStatus const status = media->DriveRegion(&code, &changes); status != noErr) {

@@ -1,6 +1,7 @@
 // Information files that take libdvdread's parser down are found in a child process first:
 // the disc then opens from its backups, or is refused with a log line naming the file.
 #include "DVDIFOProbe.h"
+#include "DVDLibraryLog.h"
 #include "DVDTestSession.h"
 
 #include "TestLog.h"
@@ -8,7 +9,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <dvdread/dvd_reader.h>
+#include <dvdread/ifo_read.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <future>
+#include <thread>
+#include <vector>
 
 namespace tavelo_test {
 namespace {
@@ -42,6 +54,17 @@ void PointFirstProgramAtNoCell(std::string const& ifo) {
   ASSERT_EQ(1, bytes[map]) << "the first program starts at the first cell";
   bytes[map] = 0;
   std::ofstream(ifo, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+// Polls for a condition, a minute at most (a stuck wait fails rather than hangs the suite).
+template <class Condition>
+bool WaitFor(Condition condition) {
+  auto const until = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > until) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
 }
 
 bool LogHas(LogTail const& tail, std::string const& text) {
@@ -187,6 +210,106 @@ TEST_F(DVDIFOProbeTest, TheOverlayReadsTheBackupInPlaceOfTheCrashingFileAndGoesA
   dvd::DVDIFOProbe::ForgetResults();  // the last owner lets go
   struct stat st;
   EXPECT_NE(0, ::stat(overlay.c_str(), &st));
+}
+
+// Threads that keep the allocator, libdvdread and the terminal's stdio lock busy until the
+// end of the scope.
+class BusyLocks {
+ public:
+  explicit BusyLocks(std::string const& disc) {
+    for (int t = 0; t < 2; ++t) {
+      mThreads.emplace_back([this, t] {
+        std::vector<void*> blocks(64, nullptr);
+        for (size_t n = size_t(t); !mStop.load(std::memory_order_relaxed); ++n) {
+          std::free(blocks[n % blocks.size()]);
+          blocks[n % blocks.size()] = std::malloc(16 + (n * 37) % 8192);
+        }
+        for (void* block : blocks) std::free(block);
+      });
+    }
+    mThreads.emplace_back([this, disc] {
+      while (!mStop.load()) {
+        if (dvd_reader_t* reader = ::DVDOpen2(nullptr, dvd::DVDReadQuietLogger(), disc.c_str())) {
+          for (int title = 0; title <= 1; ++title)
+            if (ifo_handle_t* ifo = ::ifoOpen(reader, title)) ::ifoClose(ifo);
+          ::DVDClose(reader);
+        }
+        ++mParsed;
+      }
+    });
+    mThreads.emplace_back([this] {
+      ::flockfile(stderr);
+      std::unique_lock<std::mutex> lock(mMutex);
+      mHolding = true;
+      mChanged.notify_all();
+      mChanged.wait(lock, [this] { return mStop.load(); });
+      ::funlockfile(stderr);
+    });
+    std::unique_lock<std::mutex> lock(mMutex);
+    mChanged.wait(lock, [this] { return mHolding; });
+  }
+  ~BusyLocks() {
+    {
+      std::lock_guard<std::mutex> lock(mMutex);
+      mStop = true;
+    }
+    mChanged.notify_all();
+    for (auto& thread : mThreads) thread.join();
+  }
+  long Parsed() const { return mParsed.load(); }
+
+ private:
+  std::atomic<bool> mStop{false};
+  std::atomic<long> mParsed{0};
+  std::mutex mMutex;
+  std::condition_variable mChanged;
+  bool mHolding = false;
+  std::vector<std::thread> mThreads;
+};
+
+// A fork of this threaded process could inherit a lock another thread held at that moment and
+// hang in it; the helper is a fresh program. Here the allocator is never still, libdvdread is
+// forever parsing the same disc, and one thread holds the terminal's stdio lock throughout.
+TEST_F(DVDIFOProbeTest, OpensWhileOtherThreadsHoldTheAllocatorAndTheReader) {
+  std::string const disc = CopyDisc();
+  LogTail tail;
+  long const before = dvd::DVDIFOProbe::ChildrenStarted();
+  constexpr int kOpens = 20;
+  int opened = 0;
+  {
+    BusyLocks busy(disc);
+    ASSERT_TRUE(WaitFor([&] { return busy.Parsed() > 0; })) << "libdvdread never got through the disc";
+    for (int i = 0; i < kOpens; ++i) {
+      dvd::DVDIFOProbe::ForgetResults();
+      if (Open(disc) == noErr) ++opened;
+      DVDCloseMediaFile();
+    }
+  }
+  EXPECT_EQ(kOpens, opened) << tail.Text();
+  EXPECT_GE(dvd::DVDIFOProbe::ChildrenStarted() - before, 2 * kOpens) << "the manager and the title set";
+  EXPECT_FALSE(LogHas(tail, "hangs the parser")) << tail.Text();
+  EXPECT_FALSE(LogHas(tail, "of " + disc + " ")) << "no file of the good disc is damaged\n" << tail.Text();
+}
+
+// The helpers run without the service's lock: the service answers while a disc is probed.
+TEST_F(DVDIFOProbeTest, TheServiceAnswersWhileADiscIsProbed) {
+  std::string const disc = CopyDisc();
+  dvd::DVDIFOProbe::SetChildTimeLimitMilliseconds(120000);
+  dvd::DVDIFOProbe::SetChildStallMillisecondsForTesting(2000);
+  long const before = dvd::DVDIFOProbe::ChildrenStarted();
+  std::atomic<bool> done{false};
+  auto opening = std::async(std::launch::async, [&] {
+    OSStatus const status = Open(disc);
+    done = true;
+    return status;
+  });
+  ASSERT_TRUE(WaitFor([&] { return dvd::DVDIFOProbe::ChildrenStarted() > before; }));
+  Boolean hasMedia = true;
+  EXPECT_EQ(noErr, DVDHasMedia(&hasMedia));
+  EXPECT_FALSE(done.load()) << "the service waited for the probe";
+  EXPECT_FALSE(hasMedia);
+  EXPECT_EQ(noErr, opening.get());
+  EXPECT_EQ(noErr, DVDCloseMediaFile());
 }
 
 }  // namespace
