@@ -2,6 +2,8 @@
 
 #include "DVDDemuxer.h"
 
+#include <algorithm>
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 }
@@ -15,7 +17,7 @@ DVDCodecContext::~DVDCodecContext() {
   av_frame_free(&mFrame);
 }
 
-bool DVDCodecContext::Open(AVCodecID id) {
+bool DVDCodecContext::Open(AVCodecID id, int lowres) {
   AVCodec const* const codec = avcodec_find_decoder(id);
   if (!codec) return false;
   mContext = avcodec_alloc_context3(codec);
@@ -24,6 +26,7 @@ bool DVDCodecContext::Open(AVCodecID id) {
   if (!mContext || !mPacket || !mFrame) return false;
   // One frame at a time keeps the decoder's delay at the stream's own reordering.
   mContext->thread_count = 1;
+  mContext->lowres = std::min(lowres, int(codec->max_lowres));
   if (avcodec_open2(mContext, codec, nullptr) < 0) return false;
   mParser = av_parser_init(id);
   return mParser != nullptr;

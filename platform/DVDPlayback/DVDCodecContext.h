@@ -28,7 +28,8 @@ class DVDCodecContext {
   DVDCodecContext(DVDCodecContext const&) = delete;
   DVDCodecContext& operator=(DVDCodecContext const&) = delete;
 
-  bool Open(AVCodecID id);
+  // lowres: decode at 1/2^lowres of the size, as far as the decoder can (0: full size).
+  bool Open(AVCodecID id, int lowres = 0);
   bool IsOpen() const { return mParser != nullptr; }
 
   // pts: 90 kHz, or kNoTime; it goes with the first frame that starts in these bytes.

@@ -46,6 +46,10 @@ std::vector<uint8_t> const& DVDPicture::RGB() const {
     DVDSubpictureDecoder::Draw(*subpicture, highlight, clut, pixels.data(), f->width, f->height,
                                rowBytes);
   }
+  if (caption) {
+    DVDCaption::BlendOverRGB(caption->Layer(f->width, f->height, DisplayWidth()), pixels.data(),
+                             f->width, f->height, rowBytes);
+  }
   mMade->rgbPixels = std::move(pixels);
   return mMade->rgbPixels;
 }
@@ -54,11 +58,21 @@ std::vector<uint8_t> const& DVDPicture::Overlay() const {
   std::lock_guard<std::mutex> g(mMade->mutex);
   if (mMade->overlay) return mMade->overlayPixels;
   mMade->overlay = true;
-  if (!subpicture || width <= 0 || height <= 0) return mMade->overlayPixels;
+  if ((!subpicture && !caption) || width <= 0 || height <= 0) return mMade->overlayPixels;
   mMade->overlayPixels.assign(size_t(width) * size_t(height) * 4, 0);
-  DVDSubpictureDecoder::DrawLayer(*subpicture, highlight, clut, mMade->overlayPixels.data(),
-                                  width, height);
+  if (subpicture) {
+    DVDSubpictureDecoder::DrawLayer(*subpicture, highlight, clut, mMade->overlayPixels.data(),
+                                    width, height);
+  }
+  if (caption) {
+    DVDCaption::BlendOverLayer(caption->Layer(width, height, DisplayWidth()),
+                               mMade->overlayPixels.data(), width, height);
+  }
   return mMade->overlayPixels;
+}
+
+int DVDPicture::DisplayWidth() const {
+  return aspect == kDVDAspectRatio16x9 ? (height * 16 + 4) / 9 : (height * 4 + 1) / 3;
 }
 
 }  // namespace dvd

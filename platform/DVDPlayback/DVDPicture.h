@@ -4,6 +4,7 @@
 // only what it draws), once, and shared by its copies.
 #pragma once
 
+#include "DVDCaption.h"
 #include "DVDPlayback.h"
 #include "DVDSubpictureDecoder.h"
 
@@ -42,11 +43,15 @@ struct DVDPicture {
   std::shared_ptr<DVDSubpicture const> subpicture;
   DVDHighlight highlight;
   std::array<uint32_t, 16> clut{};
+  // The closed caption shown over it (null when none).
+  std::shared_ptr<DVDCaption const> caption;
 
-  // RGB24 rows (width * 3 bytes) at the stored size with the subpicture drawn; empty when
+  // The picture's width at its display aspect.
+  int DisplayWidth() const;
+  // RGB24 rows (width * 3 bytes) at the stored size with the subpicture and caption drawn; empty when
   // the picture cannot be converted.
   std::vector<uint8_t> const& RGB() const;
-  // The subpicture and highlight alone as RGBA with straight alpha; empty when nothing is
+  // The subpicture, highlight and caption alone as RGBA with straight alpha; empty when nothing is
   // drawn over the picture.
   std::vector<uint8_t> const& Overlay() const;
 

@@ -65,9 +65,7 @@ void FillPresentedInfo(DVDPicture const& picture, DVDPresentedFrameInfo* info) {
   info->width = UInt16(picture.width);
   info->height = UInt16(picture.height);
   info->displayHeight = UInt16(picture.height);
-  info->displayWidth = UInt16(picture.aspect == kDVDAspectRatio16x9
-                                  ? (picture.height * 16 + 4) / 9
-                                  : (picture.height * 4 + 1) / 3);
+  info->displayWidth = UInt16(picture.DisplayWidth());
   info->rowBytes = UInt32(picture.width) * 3;
   info->aspect = picture.aspect;
   info->title = UInt16(picture.title);
@@ -117,6 +115,8 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
         s.mClock, s.mStillsOnly ? std::make_unique<dvd::DVDNullAudioSink>(s.mClock)
                                 : dvd::DVDAudioSink::Create(s.mClock));
     if (!presenter->Construct()) return kDVDErrorReadFailed;
+    presenter->SetCaptionSource(media->OpenPath());
+    presenter->Captions()->SetShown(s.mCaptionsShown);
     presenter->SetVolume(s.mVolume, s.mMuted);
     presenter->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
     auto navigator = std::make_unique<dvd::DVDNavigator>(s.mClock, s.mEvents, presenter.get());

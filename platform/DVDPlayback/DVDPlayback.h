@@ -277,6 +277,19 @@ OSStatus DVDGetSubPictureLanguageCode(UInt16 inStreamNum, DVDLanguageCode* outCo
 OSStatus DVDEnableSubPicture(Boolean inEnable);
 OSStatus DVDIsSubPictureEnabled(Boolean* outEnabled);
 
+// Closed captions (line 21, channel CC1) that a title's pictures carry. Whether the title on
+// screen has them is looked up when it comes on screen (false until then). Shown, they are
+// drawn over the picture (presented frames, overlays and stills), for every disc opened.
+// DVDReadClosedCaptions reads a whole title first: it takes as long as reading the title,
+// so never call it from a thread that must not wait; frames are title frame numbers, each
+// caption shown from inFirstFrame up to, not with, inEndFrame.
+using DVDClosedCaptionProcPtr = void (*)(UInt32 inFirstFrame, UInt32 inEndFrame,
+                                         char const* inText, void* inRefCon);
+OSStatus DVDHasClosedCaptions(Boolean* outHasCaptions);
+OSStatus DVDSetClosedCaptionsShown(Boolean inShown);
+OSStatus DVDGetClosedCaptionsShown(Boolean* outShown);
+OSStatus DVDReadClosedCaptions(UInt16 inTitle, DVDClosedCaptionProcPtr inProc, void* inRefCon);
+
 // The disc's titles, as its information files describe them (read when the disc is opened):
 // listed without playing them. Frame numbers are those the service presents: frames as
 // DVDGetTitleFrameCount counts them, chapters starting where the first picture after a
@@ -325,3 +338,20 @@ OSStatus DVDSetTitle(UInt16 inTitle);
 // first frame shows): returns at once. kDVDErrorNotAllowedNow without a disc or outside a
 // title; kDVDErrorInvalidArgument for a chapter the title lacks.
 OSStatus DVDSetChapter(UInt16 inChapter);
+
+// The presented picture for a view that converts and scales it itself (on the GPU): its
+// planes as DVDCopyDecodedFrame gives them and, when something is drawn over it, the overlay
+// as DVDCopyPresentedOverlay gives it, both of the same picture.
+struct DVDPresentedPlanesInfo {
+  DVDPresentedFrameInfo frame;  // rowBytes: the overlay's, width x 4
+  DVDColorMatrix matrix;
+  Boolean fullRange;            // false: video range (Y' 16-235, Cb Cr 16-240)
+  Boolean hasOverlay;           // false: nothing is drawn over it (no overlay is copied)
+  UInt32 planesBytes;           // width x height x 3 / 2
+  UInt32 overlayBytes;          // width x height x 4
+};
+// With null planes only the information is answered; the overlay is copied when there is one
+// and outOverlay is not null. kDVDErrorInvalidArgument when a buffer is too small (the
+// information then says the sizes needed).
+OSStatus DVDCopyPresentedPlanes(DVDPresentedPlanesInfo* outInfo, void* outPlanes,
+                                UInt32 inPlanesSize, void* outOverlay, UInt32 inOverlaySize);

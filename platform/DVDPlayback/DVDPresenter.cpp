@@ -46,6 +46,7 @@ DVDPresenter::DVDPresenter(DVDClock& clock, std::unique_ptr<DVDAudioSink> sink)
       mClut(DefaultClut()) {}
 
 DVDPresenter::~DVDPresenter() {
+  mCaptions.reset();
   // The decoders stop first: what they would hand on has nowhere to go.
   mFeed.Stop();
   mVideoWork.Stop();
@@ -77,6 +78,16 @@ bool DVDPresenter::Construct() {
   mSubpictureWork.Start();
   mFeed.Start();
   return true;
+}
+
+void DVDPresenter::SetCaptionSource(std::string const& path) {
+  mCaptions = std::make_unique<DVDCaptionTrack>(path);
+  // Captions read while the picture stays (paused) are drawn on it.
+  mCaptions->SetListener([this] {
+    std::lock_guard<std::mutex> g(mMutex);
+    mRecompose = true;
+    mWake.notify_all();
+  });
 }
 
 // ---- handing over (the navigator's thread, its lock held): carried out in order on the
@@ -482,6 +493,10 @@ void DVDPresenter::Compose(std::unique_lock<std::mutex>& lk) {
     picture->subpicture = std::make_shared<DVDSubpicture const>(*sub);
     picture->highlight = mHighlight;
     picture->clut = mClut;
+  }
+  if (mCaptions) {
+    mCaptions->Follow(position.title);
+    if (mCaptions->Shown()) picture->caption = mCaptions->At(position.title, position.frameInTitle);
   }
   picture->number = ++mNumber;
   UInt32 const number = picture->number;

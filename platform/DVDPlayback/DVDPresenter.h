@@ -8,6 +8,7 @@
 
 #include "DVDAudioDecoder.h"
 #include "DVDAudioSink.h"
+#include "DVDCaptionTrack.h"
 #include "DVDClock.h"
 #include "DVDDecodeFeed.h"
 #include "DVDPicture.h"
@@ -136,6 +137,11 @@ class DVDPresenter {
   // The sound stream decoded last (-1 before any).
   int DecodedAudioStream() const { return mDecodedAudio.load(); }
 
+  // The disc's closed captions, read from the disc at path and drawn over the pictures while
+  // shown; null before.
+  void SetCaptionSource(std::string const& path);
+  DVDCaptionTrack* Captions() { return mCaptions.get(); }
+
   // The latest presented picture of the session, shared (null when there is none).
   static std::shared_ptr<DVDPicture const> LatestPicture();
 
@@ -231,6 +237,8 @@ class DVDPresenter {
   void* mReadyRefCon = nullptr;
   bool mInCallBack = false;
   std::thread mThread;
+  // Its thread calls back into the presenter: stopped before the presenter's own.
+  std::unique_ptr<DVDCaptionTrack> mCaptions;
   // The stages' threads, stopped first: the demultiplexer (fed by the reader), then a decoder
   // thread each for pictures, sound and subpictures, with their queues.
   DVDDecodeFeed mFeed{kFeedBlocks};

@@ -30,6 +30,7 @@ struct DVDService {
   bool mSleeping = false;
   UInt32 mTimeEventRate = 0;
   Boolean mMuted = false;
+  bool mCaptionsShown = false;  // closed captions drawn, for every disc opened
   UInt16 mVolume = 255;
   UInt32 mWindowID = 0;
   Rect mBounds{0, 0, 0, 0};
