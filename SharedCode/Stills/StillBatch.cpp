@@ -78,6 +78,10 @@ int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo c
     fail(QStringLiteral("title %1 does not play the streams chosen").arg(title.number));
     return failures + int(plan.Entries().size());
   }
+  if (options.captions && !taker.ShowCaptions(title.number, nullptr)) {
+    fail(QStringLiteral("title %1's closed captions cannot be read").arg(title.number));
+    return failures + int(plan.Entries().size());
+  }
   std::vector<StillSheetTile> tiles;
   int const total = int(plan.Entries().size());
   int done = 0;

@@ -25,6 +25,8 @@ struct StillBatchOptions {
   // Streams numbered from 0, -1: the disc's own. A subtitle stream chosen is shown.
   int audioStream = -1;
   int subtitleStream = -1;
+  // The title's closed captions drawn over the stills (read through first).
+  bool captions = false;
   // A contact sheet instead of files: cols to a row, sheetWidth pixels wide, written to
   // sheetPath (empty: "{disc} T{title} sheet.<ext>" in the folder).
   bool sheet = false;

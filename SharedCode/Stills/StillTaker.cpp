@@ -107,6 +107,17 @@ bool StillTaker::ChooseStreams(int audio, int subPicture) {
                             DVDEnableSubPicture(true) == noErr);
 }
 
+bool StillTaker::ShowCaptions(UInt16 title, std::vector<StillCaption>* cues) {
+  if (!mOpen) return false;
+  std::vector<StillCaption> read;
+  auto const proc = [](UInt32 first, UInt32 end, char const* text, void* refCon) {
+    static_cast<std::vector<StillCaption>*>(refCon)->push_back({first, end, text});
+  };
+  if (DVDReadClosedCaptions(title, proc, &read) != noErr) return false;
+  if (cues) *cues = std::move(read);
+  return DVDSetClosedCaptionsShown(true) == noErr;
+}
+
 bool StillTaker::Take(uint32_t frame, bool withSubtitles, DVDStillRequest* request) {
   if (!mOpen) return false;
   UInt16 title = 0;

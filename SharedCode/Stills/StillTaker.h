@@ -21,6 +21,13 @@
 // two film frames).
 enum class StillContent { kUnknown, kVideo, kSoftTelecine, kHardTelecine };
 
+// A closed caption: its words (rows joined by '\n'), shown from firstFrame up to endFrame.
+struct StillCaption {
+  uint32_t firstFrame = 0;
+  uint32_t endFrame = 0;
+  std::string text;
+};
+
 class StillTaker {
  public:
   StillTaker() = default;
@@ -41,6 +48,9 @@ class StillTaker {
   // The title playing's sound and subtitle streams, numbered from 0 (-1: the disc's own);
   // subtitles chosen are shown. False when the title has no such stream.
   bool ChooseStreams(int audio, int subPicture);
+  // Shows the title's closed captions in the stills taken from now on, once they have all
+  // been read from the disc; cues (may be null) gets them. False when they cannot be read.
+  bool ShowCaptions(UInt16 title, std::vector<StillCaption>* cues);
   // Brings frame on screen and takes it (subpicture layer with it when asked); false when
   // the frame does not come. On film a picture may be shown at two frames: either brings it.
   bool Take(uint32_t frame, bool withSubtitles, DVDStillRequest* request);

@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QSaveFile>
 
 #include <optional>
 
@@ -42,6 +43,9 @@ char const GrabCommand::kUsage[] =
     "  --subtitles, --no-subtitles  draw the subtitles shown, or not (default: not)\n"
     "  --subtitles=LANG|N  draw that subtitle stream, shown: a language as --list names it\n"
     "                      (en) or its number there (from 0); only with '='\n"
+    "  --subtitles=cc      draw the title's closed captions (line 21, CC1)\n"
+    "  --captions FILE     write the title's closed captions to FILE as SubRip (.srt), with\n"
+    "                      the times they are shown; alone, only that is done\n"
     "  --audio LANG|N      the sound stream, named the same way (default: the disc's)\n"
     "  --crop              cut black borders\n"
     "  --skip-blank        a nearly uniform still gives way to the first frame within 2 s\n"
@@ -72,6 +76,7 @@ struct Options {
   // As given, looked up in the title's streams once it is known.
   QString audio;
   QString subtitles;
+  QString captionsFile;  // --captions
 };
 
 // A positive whole number within [low, high].
@@ -89,7 +94,8 @@ bool StreamName(QString const& text) {
   static QRegularExpression const name(QStringLiteral("^([A-Za-z]{2}|[0-9]{1,2})$"));
   return name.match(text).hasMatch();
 }
-char const kStreamAccepts[] = "accepts a language as --list names it (en) or a stream number from 0";
+char const kStreamAccepts[] =
+    "accepts a language as --list names it (en), a stream number from 0, or cc (closed captions)";
 
 bool Pair(QString const& text, int* a, int* b) {
   QStringList const parts = text.split(QLatin1Char('x'));
@@ -133,7 +139,7 @@ bool Parser::Parse(Options* o) {
         QStringLiteral("--count"),   QStringLiteral("-o"),        QStringLiteral("--format"),
         QStringLiteral("--quality"), QStringLiteral("--name"),    QStringLiteral("--size"),
         QStringLiteral("--deinterlace"), QStringLiteral("--sheet"), QStringLiteral("--sheet-width"),
-        QStringLiteral("--audio")};
+        QStringLiteral("--audio"), QStringLiteral("--captions")};
     if (withValue.contains(name)) {
       if (!inlineValue) {
         if (i + 1 >= mArgs.size()) return Bad(name, "needs a value");
@@ -148,12 +154,18 @@ bool Parser::Parse(Options* o) {
     else if (name == QLatin1String("-q")) o->quiet = true;
     else if (name == QLatin1String("--chapters")) { if (!SetKind(o, StillPlan::kChapters, name)) return false; }
     else if (name == QLatin1String("--subtitles")) {
-      if (inlineValue && !StreamName(value)) return Bad(name, kStreamAccepts);
+      bool const cc = inlineValue && value.compare(QLatin1String("cc"), Qt::CaseInsensitive) == 0;
+      if (inlineValue && !cc && !StreamName(value)) return Bad(name, kStreamAccepts);
       o->batch.choices.subtitles = true;
-      if (inlineValue) o->subtitles = value;
+      o->batch.captions = cc;
+      o->subtitles = inlineValue && !cc ? value : QString();
     } else if (name == QLatin1String("--no-subtitles")) {
       o->batch.choices.subtitles = false;
+      o->batch.captions = false;
       o->subtitles.clear();
+    } else if (name == QLatin1String("--captions")) {
+      if (value.isEmpty() || QFileInfo(value).isDir()) return Bad(name, "accepts a file name");
+      o->captionsFile = value;
     } else if (name == QLatin1String("--audio")) {
       if (!StreamName(value)) return Bad(name, kStreamAccepts);
       o->audio = value;
@@ -361,6 +373,45 @@ void List(QString const& disc, std::vector<StillTitleInfo> const& titles,
   }
 }
 
+// A title frame's time as SubRip writes it: hh:mm:ss,mmm.
+QString SrtTime(uint32_t frame, bool pal) {
+  uint64_t const ms = StillPlan::FrameMs(frame, pal);
+  return QString::asprintf("%02llu:%02llu:%02llu,%03llu", static_cast<unsigned long long>(ms / 3600000),
+                           static_cast<unsigned long long>(ms / 60000 % 60),
+                           static_cast<unsigned long long>(ms / 1000 % 60),
+                           static_cast<unsigned long long>(ms % 1000));
+}
+
+// The title's closed captions into path as SubRip, whole or not at all; false with the
+// message written.
+bool WriteCaptions(StillTaker& taker, StillTitleInfo const& title, QString const& path,
+                   std::FILE* out, std::FILE* err) {
+  std::vector<StillCaption> cues;
+  if (!taker.ShowCaptions(title.number, &cues)) {
+    std::fprintf(err, "tavelo-grab: --captions: title %u cannot be read through\n", unsigned(title.number));
+    return false;
+  }
+  if (cues.empty()) {
+    std::fprintf(err, "tavelo-grab: --captions: title %u carries no closed captions\n", unsigned(title.number));
+    return false;
+  }
+  QByteArray text;
+  int n = 0;
+  for (StillCaption const& c : cues) {
+    text += QStringLiteral("%1\n%2 --> %3\n").arg(++n).arg(SrtTime(c.firstFrame, title.PAL()),
+                                                          SrtTime(c.endFrame, title.PAL())).toUtf8();
+    text += QByteArray::fromStdString(c.text) + "\n\n";
+  }
+  QSaveFile file(path);
+  if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
+    std::fprintf(err, "tavelo-grab: --captions: %s: %s\n", path.toLocal8Bit().constData(),
+                 file.errorString().toLocal8Bit().constData());
+    return false;
+  }
+  std::fprintf(out, "%s\n", QDir::toNativeSeparators(QFileInfo(path).absoluteFilePath()).toUtf8().constData());
+  return true;
+}
+
 }  // namespace
 
 int GrabCommand::Run(QStringList const& args, std::FILE* out, std::FILE* err,
@@ -401,6 +452,10 @@ int GrabCommand::Run(QStringList const& args, std::FILE* out, std::FILE* err,
                     std::min<UInt16>(streams.subPictureStreams, 32), streams.subPictureLanguages,
                     err, &o.batch.subtitleStream)) {
     return kBadArguments;
+  }
+  if (!o.captionsFile.isEmpty()) {
+    if (!WriteCaptions(taker, *title, o.captionsFile, out, err)) return kSomeMissing;
+    if (!o.kind && !o.batch.sheet) return kWritten;
   }
   bool const pal = title->PAL();
   StillTitle planned = title->Planned();
