@@ -157,22 +157,38 @@ void DVDGoMenu::fillSubtitles() {
   QActionGroup* group = FreshList(mSubtitles);
   Boolean enabled = false;
   if (DVDIsSubPictureEnabled(&enabled) != noErr) enabled = false;
-  QAction* off = Choice(mSubtitles, group, tr("Off"), !enabled);
-  connect(off, &QAction::triggered, this, [] { CoreMachDebugVerify(DVDEnableSubPicture(false) == noErr); });
+  // Closed captions are one more choice, offered only where the title's pictures carry them.
+  Boolean captions = false;
+  if (DVDGetClosedCaptionsShown(&captions) != noErr) captions = false;
+  Boolean hasCaptions = false;
+  if (DVDHasClosedCaptions(&hasCaptions) != noErr) hasCaptions = false;
+  QAction* off = Choice(mSubtitles, group, tr("Off"), !enabled && !(captions && hasCaptions));
+  connect(off, &QAction::triggered, this, [] {
+    CoreMachDebugVerify(DVDEnableSubPicture(false) == noErr);
+    CoreMachDebugVerify(DVDSetClosedCaptionsShown(false) == noErr);
+  });
   UInt16 count = 0;
-  if (DVDGetNumSubPictureStreams(&count) != noErr) return;
+  if (DVDGetNumSubPictureStreams(&count) != noErr) count = 0;
   UInt16 current = 0;
   if (DVDGetSubPictureStream(&current) != noErr) current = 0xFFFF;
   for (UInt16 s = 0; s < count; ++s) {
     DVDLanguageCode language = 0;
     if (DVDGetSubPictureLanguageCode(s, &language) != noErr) continue;
     QAction* item = Choice(mSubtitles, group, tr("%1: %2").arg(s + 1).arg(LanguageName(language)),
-                           enabled && s == current);
+                           enabled && !captions && s == current);
     connect(item, &QAction::triggered, this, [s] {
+      CoreMachDebugVerify(DVDSetClosedCaptionsShown(false) == noErr);
       CoreMachDebugVerify(DVDSetSubPictureStream(s) == noErr);
       CoreMachDebugVerify(DVDEnableSubPicture(true) == noErr);
     });
   }
+  if (!hasCaptions) return;
+  QAction* cc = Choice(mSubtitles, group, tr("Closed captions"), captions);
+  cc->setObjectName(QStringLiteral("menuGoSubtitlesClosedCaptions"));
+  connect(cc, &QAction::triggered, this, [] {
+    CoreMachDebugVerify(DVDEnableSubPicture(false) == noErr);
+    CoreMachDebugVerify(DVDSetClosedCaptionsShown(true) == noErr);
+  });
 }
 
 void DVDGoMenu::fillAngles() {

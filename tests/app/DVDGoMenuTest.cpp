@@ -128,6 +128,28 @@ TEST_F(DVDGoMenuTest, SubtitlesOffAndEachStream) {
   EXPECT_FALSE(fake_dvd::S().subPictureEnabled);
 }
 
+TEST_F(DVDGoMenuTest, ClosedCaptionsAreAChoiceOnlyWhereTheTitleCarriesThem) {
+  TwoTitles();
+  mGo->fillSubtitles();
+  EXPECT_FALSE(Texts(mGo->mSubtitles).contains(QStringLiteral("Closed captions")));
+  fake_dvd::S().hasClosedCaptions = true;
+  mGo->fillSubtitles();
+  EXPECT_EQ((QStringList{"Off", "1: German", "Closed captions"}), Texts(mGo->mSubtitles));
+  mGo->mSubtitles->actions()[2]->trigger();
+  EXPECT_TRUE(fake_dvd::S().closedCaptionsShown);
+  EXPECT_FALSE(fake_dvd::S().subPictureEnabled);
+  mGo->fillSubtitles();
+  EXPECT_EQ(QStringLiteral("Closed captions"), Checked(mGo->mSubtitles));
+  // A subtitle stream chosen takes their place, and Off hides both.
+  mGo->mSubtitles->actions()[1]->trigger();
+  EXPECT_FALSE(fake_dvd::S().closedCaptionsShown);
+  EXPECT_TRUE(fake_dvd::S().subPictureEnabled);
+  mGo->mSubtitles->actions()[2]->trigger();
+  mGo->mSubtitles->actions()[0]->trigger();
+  EXPECT_FALSE(fake_dvd::S().closedCaptionsShown);
+  EXPECT_FALSE(fake_dvd::S().subPictureEnabled);
+}
+
 TEST_F(DVDGoMenuTest, AngleShowsOnlyWithMoreThanOne) {
   TwoTitles();
   mGo->update();

@@ -1,6 +1,7 @@
 #include "FakeDVDPlayback.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace fake_dvd {
@@ -207,6 +208,21 @@ OSStatus DVDIsSubPictureEnabled(Boolean* enabled) {
   *enabled = S().subPictureEnabled;
   return Call("DVDIsSubPictureEnabled");
 }
+OSStatus DVDHasClosedCaptions(Boolean* has) {
+  *has = S().hasClosedCaptions;
+  return Call("DVDHasClosedCaptions");
+}
+OSStatus DVDSetClosedCaptionsShown(Boolean shown) {
+  S().closedCaptionsShown = shown;
+  return Call("DVDSetClosedCaptionsShown");
+}
+OSStatus DVDGetClosedCaptionsShown(Boolean* shown) {
+  *shown = S().closedCaptionsShown;
+  return Call("DVDGetClosedCaptionsShown");
+}
+OSStatus DVDReadClosedCaptions(UInt16, DVDClosedCaptionProcPtr, void*) {
+  return Call("DVDReadClosedCaptions");
+}
 OSStatus DVDDoUserNavigation(DVDUserNavigation n) {
   S().navigation.push_back(n);
   return Call("DVDDoUserNavigation");
@@ -327,6 +343,37 @@ OSStatus DVDTakeStill(bool withOverlay, DVDStillRequest* request) {
   request->planes.assign(request->info.pictureBytes, 128);
   // Grey; each frame its own shade (frame 0: Y' 126) so tests can tell which was taken.
   std::fill_n(request->planes.begin(), 720 * 480, UInt8(126 + S().frameInTitle % 100));
+  return noErr;
+}
+// The presented picture's planes: frameRGB as BT.601 video-range Y'CbCr, nothing over it.
+OSStatus DVDCopyPresentedPlanes(DVDPresentedPlanesInfo* info, void* planes, UInt32 planesSize,
+                                void*, UInt32) {
+  OSStatus const r = Call("DVDCopyPresentedPlanes");
+  if (r != noErr) return r;
+  if (!S().hasFrame) return kDVDErrorNotAllowedNow;
+  *info = DVDPresentedPlanesInfo{};
+  info->frame.width = 720;
+  info->frame.height = 480;
+  info->frame.displayWidth = 640;
+  info->frame.displayHeight = 480;
+  info->frame.rowBytes = 720 * 4;
+  info->frame.aspect = kDVDAspectRatio4x3;
+  info->frame.title = S().presentedTitle;
+  info->frame.chapter = S().presentedChapter;
+  info->frame.frameInTitle = S().frameInTitle;
+  info->frame.framesShown = 1;
+  info->matrix = kDVDColorMatrixBT601;
+  info->planesBytes = 720 * 480 * 3 / 2;
+  info->overlayBytes = 720 * 480 * 4;
+  if (!planes) return noErr;
+  if (planesSize < info->planesBytes) return kDVDErrorInvalidArgument;
+  double const red = S().frameRGB[0], green = S().frameRGB[1], blue = S().frameRGB[2];
+  double const y = 0.299 * red + 0.587 * green + 0.114 * blue;
+  auto const level = [](double v) { return UInt8(std::clamp(std::lround(v), 0L, 255L)); };
+  auto* out = static_cast<UInt8*>(planes);
+  std::fill_n(out, 720 * 480, level(16 + y * 219 / 255));
+  std::fill_n(out + 720 * 480, 360 * 240, level(128 + (blue - y) / 1.772 * 224 / 255));
+  std::fill_n(out + 720 * 480 + 360 * 240, 360 * 240, level(128 + (red - y) / 1.402 * 224 / 255));
   return noErr;
 }
 OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr proc, void* refCon) {

@@ -72,6 +72,8 @@ struct State {
   std::vector<DVDLanguageCode> subPictureLanguages;
   UInt16 subPictureStream = 0;
   Boolean subPictureEnabled = false;
+  Boolean hasClosedCaptions = false;
+  Boolean closedCaptionsShown = false;
 };
 
 State& S();
