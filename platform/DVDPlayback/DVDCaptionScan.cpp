@@ -15,6 +15,9 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <array>
+#include <deque>
+#include <functional>
 #include <cstring>
 #include <set>
 #include <vector>
@@ -41,6 +44,47 @@ bool HasCaptionUserData(uint8_t const* p, size_t size) {
   }
   return false;
 }
+
+// Hands each field shown its caption bytes. Captions come as picture user data (A/53: each
+// picture carries the pairs of its own fields) or as group user data (DVD: the group's first
+// decoded picture carries a pair for every field of the group, in display order, the pictures
+// shown before it in an open group included). Either way each pair goes with its field, so
+// that a caption starts on the frame it was sent for.
+class DVDCaptionFields {
+ public:
+  using Field = std::function<void(int64_t field, uint8_t const* triplet)>;
+
+  void Picture(int64_t firstField, int shownFields, uint8_t const* data, size_t size,
+               Field const& field) {
+    std::vector<std::array<uint8_t, 3>> line21;
+    for (size_t i = 0; i + 3 <= size; i += 3) {
+      // Line-21 pairs (type 0 and 1, field 1 and 2) only; the rest is digital captions.
+      if ((data[i] & 0x04) && (data[i] & 0x03) <= 1) line21.push_back({data[i], data[i + 1], data[i + 2]});
+    }
+    if (!line21.empty() && int(line21.size()) <= shownFields && mPending.empty()) {
+      mOwed.clear();
+      for (size_t i = 0; i < line21.size(); ++i) field(firstField + int64_t(i), line21[i].data());
+      return;
+    }
+    for (auto const& t : line21) mPending.push_back(t);
+    for (int i = 0; i < shownFields; ++i) mOwed.push_back(firstField + i);
+    while (!mPending.empty() && !mOwed.empty()) {
+      field(mOwed.front(), mPending.front().data());
+      mPending.pop_front();
+      mOwed.pop_front();
+    }
+    // Fields waiting long for bytes get none (a stretch without captions); bytes far ahead of
+    // their fields are a stream that says more than it shows.
+    while (mOwed.size() > kOwedAtMost) mOwed.pop_front();
+    while (mPending.size() > kPendingAtMost) mPending.pop_front();
+  }
+
+ private:
+  static constexpr size_t kOwedAtMost = 8;  // an open group's leading pictures
+  static constexpr size_t kPendingAtMost = 512;
+  std::deque<std::array<uint8_t, 3>> mPending;
+  std::deque<int64_t> mOwed;
+};
 
 }  // namespace
 
@@ -141,11 +185,8 @@ bool DVDCaptionScan::Read(int title, CueSink const& cue, Progress const& progres
   bool shown = false;
   DVDCaptionCue current;
   std::string text;
-  auto picture = [&](AVFrame const* f) {
-    int64_t const frame = (fields + 1) / 2;  // one that starts halfway counts from the next
-    fields += 2 + std::max(0, f->repeat_pict);
-    AVFrameSideData const* const data = av_frame_get_side_data(f, AV_FRAME_DATA_A53_CC);
-    if (!data || !captions.Feed(data->data, data->size, &text)) return;
+  DVDCaptionFields pacer;
+  auto changed = [&](int64_t frame) {
     if (shown && text == current.text) return;
     if (shown && frame > current.firstFrame) {
       current.endFrame = frame;
@@ -153,6 +194,16 @@ bool DVDCaptionScan::Read(int title, CueSink const& cue, Progress const& progres
     }
     shown = !text.empty();
     current = DVDCaptionCue{frame, 0, text};
+  };
+  auto picture = [&](AVFrame const* f) {
+    int const shownFields = 2 + std::max(0, f->repeat_pict);
+    AVFrameSideData const* const data = av_frame_get_side_data(f, AV_FRAME_DATA_A53_CC);
+    pacer.Picture(fields, shownFields, data ? data->data : nullptr, data ? data->size : 0,
+                  [&](int64_t field, uint8_t const* triplet) {
+                    // A field that starts halfway through a frame counts from the next.
+                    if (captions.Feed(triplet, 3, &text)) changed((field + 1) / 2);
+                  });
+    fields += shownFields;
   };
   auto receive = [&] {
     while (avcodec_receive_frame(video.Context(), video.Frame()) == 0) {

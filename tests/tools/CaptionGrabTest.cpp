@@ -64,10 +64,15 @@ std::vector<Cue> ReadSrt(QString const& path) {
   return cues;
 }
 
-TEST(CaptionGrabTest, TheCaptionsFileHasTheAuthoredWordsAtTheirTimes) {
+class CaptionFileTest : public testing::TestWithParam<char const*> {};
+
+// Title 1 carries them in the pictures' user data, title 3 in the groups'.
+INSTANTIATE_TEST_SUITE_P(BothForms, CaptionFileTest, testing::Values("1", "3"));
+
+TEST_P(CaptionFileTest, TheCaptionsFileHasTheAuthoredWordsAtTheirTimes) {
   QTemporaryDir out;
-  QString const srt = out.filePath(QStringLiteral("title1.srt"));
-  Result const r = Grab({QStringLiteral("--title"), QStringLiteral("1"), QStringLiteral("--captions"),
+  QString const srt = out.filePath(QStringLiteral("title.srt"));
+  Result const r = Grab({QStringLiteral("--title"), QLatin1String(GetParam()), QStringLiteral("--captions"),
                          srt, CaptionDisc()});
   ASSERT_EQ(0, r.exit) << r.err.toStdString();
   EXPECT_EQ(QStringList{srt}, r.lines) << "only the captions file is written";
@@ -120,8 +125,8 @@ TEST(CaptionGrabTest, StillsWithCaptionsShownHaveTheCaptionOfTheirFrame) {
   QTemporaryDir out;
   QStringList const title{QStringLiteral("--title"), QStringLiteral("1")};
   QStringList const cc = title + QStringList{QStringLiteral("--subtitles=cc")};
-  // Frame 200 (6.673 s): in the second caption, loaded two picture groups before the one a
-  // seek lands in; 4.5 s (frame 135): between captions.
+  // Frame 200 (6.673 s): in the second caption, loaded three picture groups before the one
+  // a seek lands in; frame 135: between captions.
   QImage const with = tavelo_test::StoredStillAt(QStringLiteral("f200"), cc, out.filePath(QStringLiteral("a")), CaptionDisc());
   QImage const without = tavelo_test::StoredStillAt(QStringLiteral("f200"), title, out.filePath(QStringLiteral("b")), CaptionDisc());
   ASSERT_FALSE(with.isNull());

@@ -1,6 +1,7 @@
 // Closed captions on the caption disc: title 1's pictures carry line-21 captions written
 // from cues.txt ("FIRST END TEXT", frames, "|" between rows), title 2 the same pictures
-// without them. Read from the disc, shown over the picture after seeks and steps.
+// without them, title 3 the same captions in the groups' user data (as DVD-Video carries
+// them). Read from the disc, shown over the picture after seeks and steps.
 #include "DVDCaption.h"
 #include "DVDCaptionDecoder.h"
 #include "DVDCaptionScan.h"
@@ -44,18 +45,20 @@ TEST(DVDCaptionDecoderTest, TheWordsOfADialogueLineKeepTheirRows) {
   EXPECT_EQ("", dvd::DVDCaptionDecoder::PlainText("1,0,Default,,0,0,0,,"));
 }
 
-TEST(DVDCaptionScanTest, ATitlesCaptionsAreTheAuthoredWordsAtTheirFrames) {
+TEST(DVDCaptionScanTest, ATitlesCaptionsAreTheAuthoredWordsAtTheirFramesInEitherForm) {
   auto const authored = AuthoredCues();
   ASSERT_EQ(3u, authored.size());
   dvd::DVDCaptionScan scan(CaptionDisc());
-  std::vector<dvd::DVDCaptionCue> cues;
-  ASSERT_TRUE(scan.Read(1, [&](dvd::DVDCaptionCue const& c) { cues.push_back(c); }, nullptr,
-                        nullptr));
-  ASSERT_EQ(authored.size(), cues.size());
-  for (size_t i = 0; i < cues.size(); ++i) {
-    EXPECT_EQ(authored[i].text, cues[i].text);
-    EXPECT_EQ(authored[i].firstFrame, cues[i].firstFrame) << authored[i].text;
-    EXPECT_EQ(authored[i].endFrame, cues[i].endFrame) << authored[i].text;
+  for (int title : {1, 3}) {
+    std::vector<dvd::DVDCaptionCue> cues;
+    ASSERT_TRUE(scan.Read(title, [&](dvd::DVDCaptionCue const& c) { cues.push_back(c); },
+                          nullptr, nullptr));
+    ASSERT_EQ(authored.size(), cues.size()) << "title " << title;
+    for (size_t i = 0; i < cues.size(); ++i) {
+      EXPECT_EQ(authored[i].text, cues[i].text);
+      EXPECT_EQ(authored[i].firstFrame, cues[i].firstFrame) << "title " << title << ": " << authored[i].text;
+      EXPECT_EQ(authored[i].endFrame, cues[i].endFrame) << "title " << title << ": " << authored[i].text;
+    }
   }
 }
 
@@ -63,6 +66,7 @@ TEST(DVDCaptionScanTest, OnlyTheTitleWhosePicturesCarryCaptionsHasThem) {
   dvd::DVDCaptionScan scan(CaptionDisc());
   EXPECT_TRUE(scan.Carries(1));
   EXPECT_FALSE(scan.Carries(2));
+  EXPECT_TRUE(scan.Carries(3));
   std::vector<dvd::DVDCaptionCue> cues;
   ASSERT_TRUE(scan.Read(2, [&](dvd::DVDCaptionCue const& c) { cues.push_back(c); }, nullptr,
                         nullptr));
@@ -138,16 +142,16 @@ TEST_F(DVDCaptionSessionTest, ShownCaptionsAreOverThePictureAfterSeeksAndSteps) 
   }
   ASSERT_TRUE(has);
   ASSERT_EQ(noErr, DVDSetClosedCaptionsShown(true));
-  // Frame 200: in the second caption (150-240), loaded two picture groups before.
+  // Frame 200: in the second caption (152-233), loaded three picture groups before.
   ASSERT_EQ(noErr, DVDSeekToFrame(200));
   UInt32 frame = 0;
   EXPECT_TRUE(CaptionShown(true, &frame));
   EXPECT_EQ(200u, frame);
-  ASSERT_EQ(noErr, DVDSeekToFrame(145));
+  ASSERT_EQ(noErr, DVDSeekToFrame(147));
   EXPECT_FALSE(CaptionShown(false, &frame)) << "between captions, at " << frame;
   ASSERT_EQ(noErr, DVDStepFrame(5));
   EXPECT_TRUE(CaptionShown(true, &frame)) << "its first frame, at " << frame;
-  EXPECT_EQ(150u, frame);
+  EXPECT_EQ(152u, frame);
   ASSERT_EQ(noErr, DVDStepFrame(-1));
   EXPECT_FALSE(CaptionShown(false, &frame)) << "the frame before it, at " << frame;
   ASSERT_EQ(noErr, DVDSetClosedCaptionsShown(false));
