@@ -1,12 +1,47 @@
 # Sourced by the end-to-end scripts: a private X server and environment, and the helpers that
-# drive the program's windows. Expects `tavelo`; `key_pause` (seconds after a key) may be set.
-# e2e_start sets `work` and `log`; launch sets `app_pid`, `video` and `control`.
+# drive the program's windows. Expects `tavelo`; `key_pause` (seconds after a key, at most 0.2)
+# may be set. e2e_start sets `work` and `log`; launch sets `app_pid`, `video` and `control`.
+# The scripts wait for what they look for (a window, a file, a colour, a barcode, words) with
+# wait_until, never for a fixed time; its limits grow with TAVELO_TIME_SCALE (scripts/test sets
+# it from the machine's load).
 
-key_pause=${key_pause:-0.4}
+key_pause=$(awk -v p="${key_pause:-0.1}" 'BEGIN { print (p > 0.2 ? 0.2 : p) }')
+time_scale=${TAVELO_TIME_SCALE:-1}
 work=
 xvfb_pid=
 app_pid=
 e2e_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+
+now_ms() { echo $(( ${EPOCHREALTIME/./} / 1000 )); }
+scaled_ms() { awk -v s="$1" -v k="$time_scale" 'BEGIN { printf "%d\n", s * (k < 1 ? 1 : k) * 1000 }'; }
+scaled_s() { awk -v s="$1" -v k="$time_scale" 'BEGIN { printf "%d\n", s * (k < 1 ? 1 : k) + 0.999 }'; }
+
+wait_until() {  # wait_until SECONDS CMD...: runs CMD every 0.1 s until it succeeds; fails (1)
+  # once SECONDS, scaled by the machine's load, have passed without
+  local end
+  end=$(($(now_ms) + $(scaled_ms "$1"))); shift
+  until "$@"; do
+    [ "$(now_ms)" -lt "$end" ] || return 1
+    sleep 0.1
+  done
+}
+holds() {  # holds SECONDS CMD...: CMD keeps succeeding for SECONDS (looked at every 0.1 s);
+  # fails (1) as soon as it does not. The time watched is not scaled.
+  local end
+  end=$(($(now_ms) + $(awk -v s="$1" 'BEGIN { printf "%d\n", s * 1000 }'))); shift
+  while [ "$(now_ms)" -lt "$end" ]; do
+    "$@" || return 1
+    sleep 0.1
+  done
+  "$@"
+}
+window_shown() { xdotool search --onlyvisible --name "$1" >/dev/null 2>&1; }  # window_shown NAME
+window_gone() { ! window_shown "$1"; }
+wait_window() {  # wait_window NAME SECONDS: prints the visible window's id, or fails (1)
+  wait_until "$2" window_shown "$1" || return 1
+  xdotool search --onlyvisible --name "$1" | head -n1
+}
+wait_no_window() { wait_until "$2" window_gone "$1"; }  # wait_no_window NAME SECONDS
 
 cleanup() {
   [ -n "$app_pid" ] && kill "$app_pid" 2>/dev/null || true
@@ -25,8 +60,7 @@ e2e_start() {  # e2e_start NAME: a work folder, a display of our own, private ho
   exec 3> "$work/display"
   Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
   xvfb_pid=$!
-  for _ in $(seq 100); do [ -s "$work/display" ] && break; sleep 0.05; done
-  [ -s "$work/display" ] || fail "Xvfb did not start"
+  wait_until 5 test -s "$work/display" || fail "Xvfb did not start"
   export DISPLAY=":$(head -n1 "$work/display")"
 
   # No session or system bus.
@@ -58,16 +92,16 @@ launch() {  # launch [PATH]
   step "launch ${1:-(no disc)}"
   "$tavelo" "$@" >"$work/app.out" 2>"$work/app.err" &
   app_pid=$!
-  video=$(timeout 30 xdotool search --sync --onlyvisible --name '^Tavelo$' | head -n1) || fail "no video window"
-  control=$(timeout 30 xdotool search --sync --onlyvisible --name '^Controller$' | head -n1) || fail "no controller window"
+  video=$(wait_window '^Tavelo$' 30) || fail "no video window"
+  control=$(wait_window '^Controller$' 30) || fail "no controller window"
   xdotool windowfocus --sync "$video" 2>/dev/null || true
 }
 
+app_gone() { ! kill -0 "$app_pid" 2>/dev/null; }
 quit_app() {
   step "quit (Ctrl+Q)"
   keys ctrl+q
-  for _ in $(seq 100); do kill -0 "$app_pid" 2>/dev/null || break; sleep 0.1; done
-  kill -0 "$app_pid" 2>/dev/null && fail "still running after Ctrl+Q"
+  wait_until 10 app_gone || fail "still running after Ctrl+Q"
   local status=0; wait "$app_pid" || status=$?
   app_pid=
   [ "$status" = 0 ] || fail "exit status $status"
@@ -86,7 +120,7 @@ keys() {
 }
 
 wait_file() {  # wait_file PATH: up to 10 s; the failure lists what the Pictures folder has
-  for _ in $(seq 100); do [ -s "$1" ] && return 0; sleep 0.1; done
+  wait_until 10 test -s "$1" && return 0
   fail "no file $1 (have: $(ls -R "${XDG_PICTURES_DIR:-$work}" 2>/dev/null | tr '\n' ' '))"
 }
 
@@ -112,13 +146,30 @@ is_colour() {  # is_colour NAME R G B
     *) return 1 ;;
   esac
 }
-wait_colour() {  # wait_colour NAME TENTHS: until the video shows that colour
-  local c=
-  for _ in $(seq "$2"); do
-    c=$(video_colour); [ -n "$c" ] && is_colour "$1" $c && return 0; sleep 0.1
-  done
-  fail "the video shows ($c), not $1"
+shows_colour() {  # shows_colour NAME: the video shows that colour now (it is left in `colour`)
+  colour=$(video_colour)
+  [ -n "$colour" ] && is_colour "$1" $colour
 }
+wait_colour() {  # wait_colour NAME TENTHS: until the video shows that colour
+  colour=
+  wait_until "$(($2 / 10)).$(($2 % 10))" shows_colour "$1" || fail "the video shows ($colour), not $1"
+}
+
+video_sum() { import -window "$video" -depth 8 rgb:- 2>/dev/null | md5sum | cut -d' ' -f1; }
+video_settled() {  # video_settled: the video window looks as it did when last looked at
+  local was=${settled_sum:-}
+  settled_sum=$(video_sum)
+  [ "$settled_sum" = "$was" ]
+}
+video_moving() { ! video_settled; }
+wait_settled() { settled_sum=; wait_until "$1" video_settled; }  # wait_settled SECONDS
+wait_moving() { settled_sum=$(video_sum); wait_until "$1" video_moving; }  # wait_moving SECONDS
+has_width() { [ "$(geometry "$1" | cut -d' ' -f1)" = "$2" ]; }  # has_width WINDOW WIDTH
+app_windows() { xdotool search --onlyvisible --pid "$app_pid" 2>/dev/null | wc -l; }  # menus and tips too
+windows_at_least() { [ "$(app_windows)" -ge "$1" ]; }  # windows_at_least N
+windows_at_most() { [ "$(app_windows)" -le "$1" ]; }  # windows_at_most N
+is_active() { [ "$(xdotool getwindowfocus -f 2>/dev/null)" = "$1" ]; }  # is_active WINDOW: has the keyboard
+screen_shows() { text=$(screen_text); grep -qF -- "$1" <<<"$text"; }  # screen_shows TEXT (leaves `text`)
 
 barcode() {  # barcode IMAGE [TOP LEFT WIDTH]: the frame number the barcoded discs burn into
   # rows 8-40 of each 720-wide picture (16 blocks, most significant first), read from the
@@ -149,3 +200,12 @@ screen_text() {  # screen_text: the words in the program's windows (menus, tips 
     timeout 30 tesseract "$work/window-$n-negative.png" - 2>/dev/null; echo "|"
   done | tr -s '\n ' '  '
 }
+
+shown_frame() {  # shown_frame: the number the barcoded picture in the video window carries, at
+  # normal size (480 rows under the menu bar, the window's width); -1 when unreadable
+  local w h
+  read -r w h _ _ <<<"$(geometry "$video")"
+  import -window "$video" "$work/shown.png" 2>/dev/null || { echo -1; return; }
+  barcode "$work/shown.png" $((h - 480)) 0 "$w"
+}
+shows_frame() { frame=$(shown_frame); [ "$frame" = "$1" ]; }  # shows_frame N (leaves `frame`)

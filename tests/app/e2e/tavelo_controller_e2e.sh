@@ -42,18 +42,23 @@ status_words() {  # status_words: tesseract's words (TSV) under the seek bar, th
   tesseract "$work/status.png" - tsv 2>/dev/null | awk -F'\t' 'NR > 1 && $12 != "" { print $7, $8, $9, $10, $12 }'
 }
 status_text() { status_words | cut -d' ' -f5- | tr '\n' ' '; }
+status_has() { text=$(status_text); grep -q "$1" <<<"$text"; }  # leaves `text`
+status_lacks() { ! status_has "$1"; }
+handle_at() { seek_bar; [ "$handle" = "$1" ]; }
+handle_past() { seek_bar; [ "$handle" -gt "$1" ]; }
+handle_steady() { seek_bar; paused=$handle; holds 1 handle_at "$paused"; }
+frame_near() { frame=$(shown_frame); [ "$frame" -ge 0 ] && near "$frame" "$1" "$2"; }
 
 launch "$discs/frames"
 keys ctrl+2  # normal size: the 640 x 480 picture under the menu bar
-sleep 2
+wait_until 5 has_width "$video" 640 || fail "normal size is not 640 wide"
+wait_moving 30 || fail "the video does not play"
 
 step "the seek bar moves with playback"
 seek_bar
 first=$handle
 [ $((right - left)) -gt 300 ] || fail "the seek bar found is $left..$right"
-sleep 1.5
-seek_bar
-[ "$handle" -gt "$first" ] || fail "the handle stayed at $first while playing (now $handle)"
+wait_until 5 handle_past "$first" || fail "the handle stayed at $first while playing (now $handle)"
 
 step "chapter marks at the chapters' first frames"
 want=
@@ -67,25 +72,19 @@ done
 
 step "paused, the handle stands still"
 keys space
-sleep 0.5
-seek_bar
-paused=$handle
-sleep 1
-seek_bar
-[ "$handle" = "$paused" ] || fail "paused, the handle moved from $paused to $handle"
+wait_until 6 handle_steady || fail "paused, the handle moved from $paused to $handle"
 
 step "hovering over the seek bar tells the time and chapter under the pointer"
 # Frame 465 is 15.5 s in: a pixel either way is still 0:15.
 x=$(x_of_frame 465)
 # The tip shows once the pointer rests; read until it does (a tip read as it opens or
 # closes gives nothing).
-for attempt in 1 2 3 4 5; do
+text=
+for attempt in 1 2 3; do
   xdotool mousemove --window "$control" "$x" $(((top + bottom) / 2))
   sleep 0.2
   xdotool mousemove --window "$control" $((x + 1)) $(((top + bottom) / 2))
-  for _ in 1 2 3 4 5 6; do sleep 0.2; done
-  text=$(screen_text)
-  grep -qF "0:15, chapter 2" <<<"$text" && break
+  wait_until 5 screen_shows "0:15, chapter 2" && break
 done
 grep -qF "0:15, chapter 2" <<<"$text" || fail "hovering shows: $text (not \"0:15, chapter 2\")"
 
@@ -94,39 +93,28 @@ middle=$(((left + right) / 2))
 expected=$(((middle - left) * (frames - 1) / (right - left)))
 near "$expected" $((frames / 2)) 3 || fail "the middle found ($middle of $left..$right) is frame $expected"
 xdotool mousemove --window "$control" "$middle" $(((top + bottom) / 2)) click 1
-sleep 1
-read -r _ h _ _ <<<"$(geometry "$video")"
-import -window "$video" "$work/video.png" 2>/dev/null
-shown=$(barcode "$work/video.png" $((h - 480)) 0 640)
-near "$shown" "$expected" 1 || fail "a click at the middle shows frame $shown, not $expected"
+wait_until 5 frame_near "$expected" 1 || fail "a click at the middle shows frame $frame, not $expected"
 seek_bar
 near "$handle" "$middle" 2 || fail "after the click the handle is at $handle, not $middle"
 
 step "the status line names the last quick save"
 [ -z "$(status_text | grep -i saved)" ] || fail "a status before any save: $(status_text)"
 keys ctrl+g
-sleep 1
-[ -f "$grabs/Tavelo 0000.jpg" ] || fail "no quick save"
-text=$(status_text)
-grep -q "Tavelo 0000" <<<"$text" || fail "after the first save the status line reads: $text"
+wait_file "$grabs/Tavelo 0000.jpg"
+wait_until 5 status_has "Tavelo 0000" || fail "after the first save the status line reads: $text"
 keys period ctrl+g
-sleep 1
-[ -f "$grabs/Tavelo 0001.jpg" ] || fail "no second quick save"
-text=$(status_text)
-grep -q "Tavelo 0001" <<<"$text" || fail "after the second save the status line reads: $text"
+wait_file "$grabs/Tavelo 0001.jpg"
+wait_until 5 status_has "Tavelo 0001" || fail "after the second save the status line reads: $text"
 grep -q "Tavelo 0000" <<<"$text" && fail "the status line still names the first save: $text"
 
 step "a click on the status line opens the folder"
 read -r wl wt ww wh _ <<<"$(status_words | grep -m1 -i 'saved')" || fail "no 'Saved' word to click"
 xdotool mousemove --window "$control" $(((wl + ww / 2) / 3)) $((bottom + 6 + (wt + wh / 2) / 3)) click 1
-for _ in $(seq 30); do [ -s "$work/opened" ] && break; sleep 0.1; done
-[ -s "$work/opened" ] || fail "nothing was opened"
+wait_until 3 test -s "$work/opened" || fail "nothing was opened"
 grep -qx "file://$grabs" "$work/opened" || fail "opened $(cat "$work/opened"), not $grabs"
 
 step "the status line clears after a few seconds"
-sleep 5
-text=$(status_text)
-grep -q "Tavelo 0001" <<<"$text" && fail "the status line still reads: $text"
+wait_until 8 status_lacks "Tavelo 0001" || fail "the status line still reads: $text"
 
 quit_app
 echo "PASS"

@@ -34,11 +34,7 @@ check_log() {
 }
 
 wait_size() {  # wait until the video window is WIDTH wide
-  local want=$1 g
-  for _ in $(seq 50); do
-    g=$(geometry "$video"); [ "${g%% *}" = "$want" ] && return 0; sleep 0.1
-  done
-  fail "video window is ${g%% *} wide, not $want"
+  wait_until 5 has_width "$video" "$1" || fail "video window is $(geometry "$video" | cut -d' ' -f1) wide, not $1"
 }
 
 launch ${disc:+"$disc"}
@@ -47,8 +43,7 @@ if [ -n "$disc" ]; then
   step "the first picture is chapter 1 (red); Space pauses and plays; the next scene is green"
   wait_colour red 200
   keys space
-  sleep 5
-  c=$(video_colour); is_colour red $c || fail "paused picture is ($c), not red"
+  holds 5 shows_colour red || fail "paused picture is ($colour), not red"
   keys space
   # Chapter 1 has more than two seconds left: green this soon is the skip.
   keys ctrl+Right
@@ -56,18 +51,21 @@ if [ -n "$disc" ]; then
 
   step "a click on the time switches to remaining time and back"
   keys space  # paused, the time stands still
-  sleep 1.5
   read -r _ ch _ _ <<<"$(geometry "$control")"
   # The time is the first field of the lower row (90 wide, its upper half; the row is 60 high).
   time_area() { import -window "$control" png:- 2>/dev/null | convert - -crop "100x50+0+$((ch - 65))" -depth 8 rgb:- | md5sum; }
-  t0=$(time_area)
+  time_is() { t=$(time_area); [ "$t" = "$1" ]; }
+  # Paused, the time stands still (it changes once a second while playing).
+  time_steady() { t0=$(time_area); holds 1.2 time_is "$t0"; }
+  wait_until 6 time_steady || fail "paused, the time does not stand still"
+  time_is_not() { t=$(time_area); [ "$t" != "$1" ]; }
   # The pointer leaves after each click, so nothing but the text can differ.
-  xdotool mousemove --window "$control" 40 $((ch - 55)) click 1 mousemove 1270 1010; sleep 0.5
-  t1=$(time_area)
-  xdotool mousemove --window "$control" 40 $((ch - 55)) click 1 mousemove 1270 1010; sleep 0.5
-  t2=$(time_area)
+  xdotool mousemove --window "$control" 40 $((ch - 55)) click 1 mousemove 1270 1010
+  wait_until 5 time_is_not "$t0" || fail "the time field did not change on a click"
+  t1=$t
+  xdotool mousemove --window "$control" 40 $((ch - 55)) click 1 mousemove 1270 1010
+  wait_until 5 time_is "$t0" || fail "a second click did not bring the elapsed time back"
   [ "$t0" != "$t1" ] || fail "the time field did not change on a click"
-  [ "$t0" = "$t2" ] || fail "a second click did not bring the elapsed time back"
   keys space
 fi
 
@@ -96,21 +94,20 @@ wait_size 640
 
 step "controller hides and shows (Ctrl+K)"
 keys ctrl+k
-for _ in $(seq 30); do xdotool search --onlyvisible --name '^Controller$' >/dev/null || break; sleep 0.1; done
-xdotool search --onlyvisible --name '^Controller$' >/dev/null && fail "controller still visible"
+wait_no_window '^Controller$' 3 || fail "controller still visible"
 keys ctrl+k
-timeout 5 xdotool search --sync --onlyvisible --name '^Controller$' >/dev/null || fail "controller not shown again"
+wait_window '^Controller$' 5 >/dev/null || fail "controller not shown again"
 
 step "About box opens and a click closes it"
 xdotool windowfocus --sync "$video" 2>/dev/null || true
 # The first menu's first item, just below the menu bar.
+base=$(app_windows)
 xdotool mousemove --window "$video" 20 $((menubar / 2)) click 1
-sleep 0.5
+wait_until 5 windows_at_least $((base + 1)) || fail "the first menu did not open"
 xdotool mousemove --window "$video" 50 $((menubar + 12)) click 1
-about=$(timeout 5 xdotool search --sync --onlyvisible --name '^AboutTavelo.pdf$' | head -n1) || fail "no About box"
+about=$(wait_window '^AboutTavelo.pdf$' 5) || fail "no About box"
 xdotool mousemove --window "$about" 60 60 click 1
-for _ in $(seq 30); do xdotool search --onlyvisible --name '^AboutTavelo.pdf$' >/dev/null || break; sleep 0.1; done
-xdotool search --onlyvisible --name '^AboutTavelo.pdf$' >/dev/null && fail "About box still open"
+wait_no_window '^AboutTavelo.pdf$' 3 || fail "About box still open"
 
 quit_app
 check_log
@@ -132,8 +129,7 @@ if [ -n "$discs" ] && [ -d "$discs/menu/VIDEO_TS" ]; then
   wait_colour purple 50
   # Paused, the title stays on screen past its end; played again, it returns to the menu.
   keys space
-  sleep 3
-  wait_colour purple 5
+  holds 3 shows_colour purple || fail "paused, the title left its picture: ($colour)"
   keys space
   wait_colour grey 60
   quit_app

@@ -22,7 +22,6 @@ e2e_start tavelo-film-e2e
 private_pictures
 grab_decoded_frames
 
-now_ms() { echo $(( ${EPOCHREALTIME/./} / 1000 )); }
 
 # At normal size (Ctrl+2) the 16:9 picture is 853 x 480, under the menu bar, the window's
 # full width: one screen row per picture row, so the barcode's rows are where barcode() looks.
@@ -31,7 +30,7 @@ shown() {  # shown: the film frame number on screen, -1 when unreadable
   barcode "$work/video.png" $((win_h - 480)) 0 "$win_w"
 }
 wait_shown() {  # wait_shown NOT SECONDS: until a readable number other than NOT is on screen
-  local end=$(($(now_ms) + $2 * 1000)) n
+  local end=$(($(now_ms) + $(scaled_ms "$2"))) n
   while :; do
     n=$(shown)
     [ "$n" -ge 0 ] && [ "$n" != "$1" ] && { echo "$n"; return 0; }
@@ -40,7 +39,7 @@ wait_shown() {  # wait_shown NOT SECONDS: until a readable number other than NOT
   done
 }
 wait_still() {  # wait_still SECONDS: until the same readable number stays for 0.6 s
-  local end=$(($(now_ms) + $1 * 1000)) n last=-1 since=0
+  local end=$(($(now_ms) + $(scaled_ms "$1"))) n last=-1 since=0
   while [ "$(now_ms)" -lt "$end" ]; do
     n=$(shown)
     if [ "$n" -ge 0 ] && [ "$n" = "$last" ]; then

@@ -10,7 +10,6 @@ tavelo=$1
 discs=${2:-}
 [ -n "$discs" ] && [ -d "$discs/ntsc43/VIDEO_TS" ] || { echo "FAIL: no test discs in '$discs'" >&2; exit 1; }
 disc=$discs/ntsc43
-key_pause=0.3
 source "$(dirname "$0")/e2e_common.sh"
 e2e_start tavelo-grab-e2e
 mkdir -p "$XDG_CONFIG_HOME"
@@ -36,15 +35,18 @@ check_grab() {  # check_grab FILE TYPECREATOR: the video view's size, the chapte
 # Chooses an item of the Grab menu's defaults submenu: grab_default N (0 = the first item,
 # separators not counted) through the keyboard, from the first menu of the menu bar.
 grab_default() {
+  local base
   xdotool windowfocus --sync "$video" 2>/dev/null || true
+  base=$(app_windows)
   xdotool mousemove --window "$video" 20 $((menubar / 2)) click 1
-  sleep 0.4
+  wait_until 5 windows_at_least $((base + 1)) || fail "the first menu did not open"
   # Tavelo, File, Edit, Controls, Video, Grab: five to the right; the submenu is last.
-  xdotool key Right Right Right Right Right; sleep 0.3
-  xdotool key Up Right; sleep 0.3
+  xdotool key Right Right Right Right Right
+  xdotool key Up Right
+  wait_until 5 windows_at_least $((base + 2)) || fail "the grab defaults submenu did not open"
   for _ in $(seq "$1"); do xdotool key Down; done
   xdotool key Return
-  sleep 0.4
+  wait_until 5 windows_at_most "$base" || fail "the menu stayed open"
 }
 play_to_chapter_2() {
   keys ctrl+2
@@ -52,7 +54,7 @@ play_to_chapter_2() {
   keys ctrl+Right
   wait_colour green 30
   keys space  # paused on chapter 2
-  sleep 0.5
+  wait_settled 5 || fail "paused, the picture does not stand still"
   read -r w h _ _ <<<"$(geometry "$video")"
   menubar=$((h - 480))
   view_w=640 view_h=480
@@ -89,9 +91,9 @@ timeout 5 xclip -selection clipboard -t image/png -o >"$work/clip.png"
 step "save as writes where the dialog was pointed"
 mkdir -p "$work/chosen"
 keys ctrl+shift+s
-panel=$(timeout 10 xdotool search --sync --onlyvisible --name 'Save' | head -n1) || fail "no save panel"
+panel=$(wait_window 'Save' 10) || fail "no save panel"
 xdotool windowfocus --sync "$panel" 2>/dev/null || true
-sleep 0.3
+wait_until 5 is_active "$panel" || fail "the save panel does not take the keys"
 xdotool key ctrl+a
 xdotool type --delay 5 "$work/chosen/picked"
 xdotool key Return

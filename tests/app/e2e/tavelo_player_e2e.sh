@@ -23,22 +23,41 @@ notice() {  # notice: the open-failure notice's window, or a failure
 go_menu() {  # go_menu KEY N DOWN: Go, N presses of KEY (Up: from its bottom, Down: from its
             # top) to a submenu, then its item DOWN from the top (-: the submenu left open)
   xdotool windowfocus --sync "$video" 2>/dev/null || true
+  menu_base=$(app_windows)
   xdotool mousemove --window "$video" 20 $((menubar / 2)) click 1
-  sleep 0.4
+  wait_until 5 windows_at_least $((menu_base + 1)) || fail "the first menu did not open"
   # Tavelo, File, Edit, Controls, Video, Grab, Go: six to the right.
-  for _ in 1 2 3 4 5 6; do xdotool key Right; done; sleep 0.3
+  for _ in 1 2 3 4 5 6; do xdotool key Right; done
   for _ in $(seq "$2"); do xdotool key "$1"; done
-  xdotool key Right; sleep 0.3
-  [ "$3" = - ] && { sleep 0.4; return; }  # left open
+  xdotool key Right
+  wait_until 5 windows_at_least $((menu_base + 2)) || fail "the Go menu's submenu did not open"
+  [ "$3" = - ] && return  # left open
   for _ in $(seq "$3"); do xdotool key Down; done
   xdotool key Return
-  sleep 0.6
+  wait_until 5 windows_at_most "$menu_base" || fail "the menu stayed open"
 }
 sample() {  # sample X Y: the colour at a point of the picture (640 x 480), as R G B
   import -window "$video" "$work/shot.png" 2>/dev/null
   pixel "$work/shot.png" "$1" $((menubar + $2))
 }
 is_white() { [ "$1" -gt 200 ] && [ "$2" -gt 200 ] && [ "$3" -gt 200 ]; }
+subtitle_on() { is_white $(sample 114 96); }
+subtitle_off() { ! subtitle_on; }
+is_blue() { [ "$3" -gt 150 ] && [ "$1" -lt 90 ] && [ "$2" -lt 90 ]; }
+title_blue() { is_blue $(sample 320 400); }
+geometry_is() { [ "$(geometry "$1")" = "$2" ]; }  # geometry_is WINDOW "W H X Y"
+geometry_steady() { local g; g=$(geometry "$1"); holds 0.5 geometry_is "$1" "$g"; }
+controller_below() {  # the controller lies below the video window
+  local vw vh vx vy cw ch cx cy
+  read -r vw vh vx vy <<<"$(geometry "$video")"
+  read -r cw ch cx cy <<<"$(geometry "$control")"
+  [ "$cy" -ge $((vy + vh)) ]
+}
+controller_over_bottom() {  # the controller (or the window given) lies over the screen's lower half
+  local cw ch cx cy
+  read -r cw ch cx cy <<<"$(geometry "${1:-$control}")"
+  [ "$cy" -gt 512 ] && [ $((cy + ch)) -le 1024 ]
+}
 
 step "a path that does not exist: a notice, and the program runs on"
 launch "$work/no such disc"
@@ -48,8 +67,7 @@ text=$(screen_text)
 grep -q "no such disc.*does not exist" <<<"$text" || fail "the notice does not name the path: $text"
 xdotool windowfocus --sync "$n" 2>/dev/null || true
 xdotool key --clearmodifiers Return
-sleep 0.5
-xdotool search --onlyvisible --name '^Cannot Open Disc$' >/dev/null && fail "the notice stayed"
+wait_no_window '^Cannot Open Disc$' 5 || fail "the notice stayed"
 quit_app
 
 step "a folder that is not a DVD: a notice"
@@ -63,23 +81,18 @@ quit_app
 
 step "full screen fills the screen; the controller follows the mouse; Escape restores"
 launch "$discs/frames"
-sleep 1
+wait_until 10 geometry_steady "$video" || fail "the video window keeps changing: $(geometry "$video")"
 before=$(geometry "$video")
 keys f
-sleep 1
-read -r w h x y <<<"$(geometry "$video")"
-[ "$w $h $x $y" = "1280 1024 0 0" ] || fail "full screen is $w x $h at $x,$y"
+wait_until 5 geometry_is "$video" "1280 1024 0 0" || fail "full screen is $(geometry "$video")"
 xdotool search --onlyvisible --name '^Controller$' >/dev/null && fail "the controller shows before the mouse moves"
 xdotool mousemove --window "$video" 600 500 sleep 0.2 mousemove --window "$video" 640 520
-sleep 0.5
-c=$(xdotool search --onlyvisible --name '^Controller$' | head -n1) || fail "the controller did not come with the mouse"
-read -r cw ch cx cy <<<"$(geometry "$c")"
-[ "$cy" -gt 512 ] && [ $((cy + ch)) -le 1024 ] || fail "the controller is not over the picture's bottom ($cx,$cy $cw x $ch)"
-sleep 3
-xdotool search --onlyvisible --name '^Controller$' >/dev/null && fail "the controller stayed with the mouse at rest"
+c=$(wait_window '^Controller$' 5) || fail "the controller did not come with the mouse"
+wait_until 5 controller_over_bottom "$c" ||
+  fail "the controller is not over the picture's bottom ($(geometry "$c"))"
+wait_no_window '^Controller$' 8 || fail "the controller stayed with the mouse at rest"
 keys Escape
-sleep 1
-[ "$(geometry "$video")" = "$before" ] || fail "after Escape the window is $(geometry "$video"), was $before"
+wait_until 5 geometry_is "$video" "$before" || fail "after Escape the window is $(geometry "$video"), was $before"
 off_the_picture() {  # off_the_picture WHEN: the controller lies below the video window
   local vw vh vx vy cw ch cx cy
   read -r vw vh vx vy <<<"$(geometry "$video")"
@@ -91,35 +104,36 @@ off_the_picture "after Escape"
 step "the video window grows and shrinks; the controller stays off the picture"
 for size in 2 1 2; do
   keys "ctrl+$size"
-  sleep 0.8
-  off_the_picture "at size $size"
+  width=$((size == 1 ? 320 : 640))
+  wait_until 5 has_width "$video" "$width" || fail "at size $size the window is $(geometry "$video")"
+  wait_until 5 controller_below || off_the_picture "at size $size"
 done
 # At maximum size there is no room: over the picture's bottom, as in full screen, and off it
 # again once the window is smaller.
 keys ctrl+3
-sleep 0.8
-read -r cw ch cx cy <<<"$(geometry "$control")"
-[ "$cy" -gt 512 ] && [ $((cy + ch)) -le 1024 ] || fail "at maximum size the controller is at $cx,$cy"
+wait_until 5 has_width "$video" 1280 || fail "at maximum size the window is $(geometry "$video")"
+wait_until 5 controller_over_bottom || fail "at maximum size the controller is at $(geometry "$control")"
 keys ctrl+2
-sleep 0.8
-off_the_picture "back at size 2"
+wait_until 5 has_width "$video" 640 || fail "back at size 2 the window is $(geometry "$video")"
+wait_until 5 controller_below || off_the_picture "back at size 2"
 
 step "Go → Subtitles: a stream shows its subtitle, Off takes it away"
 quit_app
 launch "$discs/streams"
 keys ctrl+2
-sleep 1
-keys space  # paused inside the subtitle's five seconds
+wait_until 5 has_width "$video" 640 || fail "normal size is $(geometry "$video")"
 read -r _ h _ _ <<<"$(geometry "$video")"
 menubar=$((h - 480))
+wait_until 10 title_blue || fail "the title does not play: $(sample 320 400)"
+keys space  # paused inside the subtitle's five seconds
 # The English subtitle is a white box at 64,64-192,128 of the 720 x 480 picture.
-is_white $(sample 114 96) && fail "a subtitle shows before one is chosen"
+subtitle_on && fail "a subtitle shows before one is chosen"
 go_menu Up 1 1   # Subtitles (the last item), its first stream
-is_white $(sample 114 96) || fail "the English subtitle does not show: $(sample 114 96)"
+wait_until 5 subtitle_on || fail "the English subtitle does not show: $(sample 114 96)"
 go_menu Up 1 0   # Subtitles, Off
-is_white $(sample 114 96) && fail "Off left the subtitle on the picture"
+wait_until 5 subtitle_off || fail "Off left the subtitle on the picture"
 go_menu Up 1 1
-is_white $(sample 114 96) || fail "the stream did not bring the subtitle back"
+wait_until 5 subtitle_on || fail "the stream did not bring the subtitle back"
 quit_app
 
 step "Go → Titles plays the title chosen, from the disc's menu too"
@@ -131,7 +145,8 @@ menubar=$((h - 480))
 # Titles is the first item: every title with its duration (60 frames: 0:02).
 go_menu Down 1 -
 text=$(screen_text)
-xdotool key Escape Escape Escape; sleep 0.4
+xdotool key Escape Escape Escape
+wait_until 5 windows_at_most "$menu_base" || fail "Escape left the Go menu open"
 grep -q "Title 1 (0:02)" <<<"$text" && grep -q "Title 2 (0:02)" <<<"$text" || fail "Go → Titles lists: $text"
 # Its second, title 2 (purple).
 go_menu Down 1 1
@@ -140,16 +155,17 @@ quit_app
 
 step "both windows come back where they were after a relaunch"
 launch "$discs/frames"
-sleep 1
+wait_until 10 geometry_steady "$video" || fail "the video window keeps changing: $(geometry "$video")"
 xdotool windowmove --sync "$video" 200 40
 xdotool windowmove --sync "$control" 260 800
-sleep 0.5
+wait_until 5 geometry_steady "$video" && wait_until 5 geometry_steady "$control" ||
+  fail "the windows keep moving"
 video_at=$(geometry "$video" | cut -d' ' -f3-)
 control_at=$(geometry "$control" | cut -d' ' -f3-)
 quit_app
 launch "$discs/frames"
-sleep 1
-[ "$(geometry "$video" | cut -d' ' -f3-)" = "$video_at" ] || fail "the video window came back at $(geometry "$video"), not $video_at"
-[ "$(geometry "$control" | cut -d' ' -f3-)" = "$control_at" ] || fail "the controller came back at $(geometry "$control"), not $control_at"
+at_place() { [ "$(geometry "$1" | cut -d' ' -f3-)" = "$2" ]; }
+wait_until 5 at_place "$video" "$video_at" || fail "the video window came back at $(geometry "$video"), not $video_at"
+wait_until 5 at_place "$control" "$control_at" || fail "the controller came back at $(geometry "$control"), not $control_at"
 quit_app
 echo "PASS"

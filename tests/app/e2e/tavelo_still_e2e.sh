@@ -11,7 +11,6 @@ tavelo=$1
 discs=${2:-}
 [ -n "$discs" ] && [ -d "$discs/frames/VIDEO_TS" ] || { echo "FAIL: no test discs in '$discs'" >&2; exit 1; }
 disc=$discs/frames
-key_pause=0.5
 source "$(dirname "$0")/e2e_common.sh"
 e2e_start tavelo-still-e2e
 private_pictures
@@ -27,24 +26,27 @@ grab() {  # grab N: quick save number N; prints its barcode
 }
 
 launch "$disc"
+keys ctrl+2  # normal size: the barcode on screen can be read
+wait_until 10 has_width "$video" 640 || fail "normal size is not 640 wide"
 step "play, then pause"
-sleep 2
+wait_moving 30 || fail "the picture does not move"
 keys space
-sleep 1
+wait_settled 10 || fail "paused, the picture does not stand still"
 
 step "a quick save is the decoded frame on screen"
 first=$(grab 0)
 [ "$first" -ge 0 ] || fail "the first grab's barcode cannot be read"
+wait_until 10 shows_frame "$first" || fail "frame $first grabbed, frame $frame on screen"
 
 step "three steps forward with '.'"
 keys period period period
-sleep 1
+wait_until 10 shows_frame $((first + 3)) || fail "after three steps from $first the screen shows $frame"
 second=$(grab 1)
 [ "$second" = $((first + 3)) ] || fail "after three steps from $first the grab shows $second"
 
 step "one step back with ','"
 keys comma
-sleep 1
+wait_until 10 shows_frame $((first + 2)) || fail "after a step back from $second the screen shows $frame"
 third=$(grab 2)
 [ "$third" = $((first + 2)) ] || fail "after a step back from $second the grab shows $third"
 

@@ -40,18 +40,23 @@ highlighted() {  # highlighted N: the yellow frame is round button N (left edge,
   is_yellow $(pixel "$work/hl.png" $(( (40 + 216 * ($1 - 1) + 3) * 8 / 9 )) 280)
 }
 wait_highlight() {  # wait_highlight N TENTHS
-  for _ in $(seq "$2"); do highlighted "$1" && return 0; sleep 0.1; done
+  wait_until "$(($2 / 10)).$(($2 % 10))" highlighted "$1" && return 0
   fail "button $1 is not highlighted: ($(pixel "$work/hl.png" $(( (40 + 216 * ($1 - 1) + 3) * 8 / 9 )) 280))"
 }
-wait_menu() {  # wait_menu TENTHS: the menu's title band is on screen again
-  local d=
-  for _ in $(seq "$1"); do
-    view "$work/now.png"; band "$work/now.png" "$work/nowband.png"
-    d=$(difference "$work/nowband.png" "$work/menuband.png")
-    [ "$d" -lt 30 ] && return 0; sleep 0.1
-  done
-  fail "the menu did not come back (its title band is $d/1000 away)"
+menu_back() {  # menu_back: the menu's title band is on screen (its distance left in `d`)
+  view "$work/now.png"; band "$work/now.png" "$work/nowband.png"
+  d=$(difference "$work/nowband.png" "$work/menuband.png")
+  [ "$d" -lt 30 ]
 }
+wait_menu() {  # wait_menu TENTHS: the menu's title band is on screen again
+  d=
+  wait_until "$(($1 / 10)).$(($1 % 10))" menu_back ||
+    fail "the menu did not come back (its title band is $d/1000 away)"
+}
+# Pictures of the view compared with one kept: `d` is left with the distance.
+moved_from() { view "$work/now.png"; d=$(difference "$work/now.png" "$1"); [ "$d" -gt "$2" ]; }
+same_as() { view "$work/now.png"; d=$(difference "$work/now.png" "$1"); [ "$d" -lt 3 ]; }
+standing_still() { view "$1"; holds 1 same_as "$1"; }  # standing_still FILE: kept in FILE
 check_grab() {  # check_grab N [PICTURE]: quick save N is the view's size (and PICTURE)
   local f d
   f=$(printf '%s/Tavelo %04d.jpg' "$grabs" "$1")
@@ -63,7 +68,7 @@ check_grab() {  # check_grab N [PICTURE]: quick save N is the view's size (and P
 }
 shot() {  # shot WINDOW NAME: a picture for the README, the window raised above the others
   [ -n "$shots" ] || return 0
-  xdotool windowraise "$1"; sleep 0.3
+  xdotool windowraise "$1"; sleep 0.2
   import -window "$1" "$shots/$2"
 }
 
@@ -71,17 +76,18 @@ launch "$disc"
 # The pointer stays off the picture: a button under it would take the highlight.
 xdotool mousemove 1270 1010
 keys ctrl+2
-for _ in $(seq 50); do read -r w h _ _ <<<"$(geometry "$video")"; [ "$w" = 640 ] && break; sleep 0.1; done
+wait_until 5 has_width "$video" 640 || true
+read -r w h _ _ <<<"$(geometry "$video")"
 menubar=$((h - 480))
 [ "$w" = 640 ] && [ "$menubar" -gt 0 ] && [ "$menubar" -lt 120 ] || fail "normal size gives a ${w}x${h} window"
 
 step "the disc starts on its menu, the first button highlighted"
-for _ in $(seq 200); do
+menu_shown() {
   view "$work/menu.png"
   colours=$(identify -format '%k' "$work/menu.png")
-  [ "$colours" -gt 500 ] && is_dark $(pixel "$work/menu.png" 8 470) && highlighted 1 && break
-  sleep 0.1
-done
+  [ "$colours" -gt 500 ] && is_dark $(pixel "$work/menu.png" 8 470) && highlighted 1
+}
+wait_until 20 menu_shown || true
 [ "$colours" -gt 500 ] || fail "the menu's picture has only $colours colours"
 is_dark $(pixel "$work/menu.png" 8 470) || fail "the menu's background is ($(pixel "$work/menu.png" 8 470)), not dark"
 wait_highlight 1 5
@@ -98,33 +104,20 @@ wait_highlight 1 20
 
 step "Return plays title 1, whose picture moves"
 keys Return
-for _ in $(seq 50); do
-  view "$work/t1.png"
-  [ "$(difference "$work/t1.png" "$work/menu.png")" -gt 100 ] && break; sleep 0.1
-done
-[ "$(difference "$work/t1.png" "$work/menu.png")" -gt 100 ] || fail "the menu stayed after Return"
-sleep 1
+wait_until 5 moved_from "$work/menu.png" 100 || fail "the menu stayed after Return"
 view "$work/t1a.png"
-sleep 1
-view "$work/t1b.png"
-d=$(difference "$work/t1a.png" "$work/t1b.png")
-[ "$d" -gt 10 ] || fail "two pictures a second apart are only $d/1000 apart"
+wait_until 5 moved_from "$work/t1a.png" 10 || fail "the title's picture does not move ($d/1000)"
 
 step "Space pauses: the picture stands still; a quick save is that picture"
 keys space
-sleep 0.5
-view "$work/p1.png"
-sleep 1
-view "$work/p2.png"
-d=$(difference "$work/p1.png" "$work/p2.png")
-[ "$d" -lt 3 ] || fail "the paused picture changed by $d/1000"
+wait_until 6 standing_still "$work/p2.png" || fail "the paused picture changed by $d/1000"
 keys ctrl+g
 check_grab 0 "$work/p2.png"
 shot "$video" video-window.png
 
 step "played again, a second quick save has the picture that moved on"
 keys space
-sleep 1.5
+wait_until 5 moved_from "$work/p2.png" 10 || fail "played again, the picture does not move ($d/1000)"
 keys ctrl+g
 check_grab 1
 d=$(difference "$grabs/Tavelo 0000.jpg" "$grabs/Tavelo 0001.jpg")
@@ -138,27 +131,26 @@ keys Right
 wait_highlight 2 20
 keys Return
 # Its colour bars: red on the left, blue right of the middle.
-for _ in $(seq 50); do
+test_card() {
   view "$work/t2.png"
   read -r r g b <<<"$(pixel "$work/t2.png" 53 440)"; read -r r2 g2 b2 <<<"$(pixel "$work/t2.png" 373 440)"
-  [ "$r" -gt 150 ] && [ "$g" -lt 90 ] && [ "$b2" -gt 150 ] && [ "$r2" -lt 90 ] && break; sleep 0.1
-done
-[ "$r" -gt 150 ] && [ "$g" -lt 90 ] && [ "$b2" -gt 150 ] && [ "$r2" -lt 90 ] ||
-  fail "no test card: ($r $g $b) and ($r2 $g2 $b2)"
-sleep 2.5
+  [ "$r" -gt 150 ] && [ "$g" -lt 90 ] && [ "$b2" -gt 150 ] && [ "$r2" -lt 90 ]
+}
+wait_until 5 test_card || fail "no test card: ($r $g $b) and ($r2 $g2 $b2)"
 keys space
-sleep 0.5
-view "$work/t2.png"
+wait_until 6 standing_still "$work/t2.png" || fail "the paused test card changed by $d/1000"
 keys ctrl+g
 check_grab 2 "$work/t2.png"
 
 step "the controller shows the last grab"
-xdotool windowraise "$control"; sleep 0.3
+xdotool windowraise "$control"
 read -r cw ch _ _ <<<"$(geometry "$control")"
-# The last grab's 80 x 60 thumbnail is at the right end of the lower row.
-import -window "$control" png:- | convert - -crop "60x40+$((cw - 78))+$((ch - 60))" +repage "$work/thumb.png"
-colours=$(identify -format '%k' "$work/thumb.png")
-[ "$colours" -gt 20 ] || fail "the last grab's thumbnail has $colours colours"
+thumbnail_shown() {  # the last grab's 80 x 60 thumbnail, at the right end of the lower row
+  import -window "$control" png:- | convert - -crop "60x40+$((cw - 78))+$((ch - 60))" +repage "$work/thumb.png"
+  colours=$(identify -format '%k' "$work/thumb.png")
+  [ "$colours" -gt 20 ]
+}
+wait_until 5 thumbnail_shown || fail "the last grab's thumbnail has $colours colours"
 shot "$control" controller-window.png
 
 step "played on, the title returns to the menu at its end"
@@ -166,14 +158,14 @@ keys space
 wait_menu 150
 
 step "About box opens and a click closes it"
+base=$(app_windows)
 xdotool mousemove --window "$video" 20 $((menubar / 2)) click 1
-sleep 0.5
+wait_until 5 windows_at_least $((base + 1)) || fail "the first menu did not open"
 xdotool mousemove --window "$video" 50 $((menubar + 12)) click 1
-about=$(timeout 5 xdotool search --sync --onlyvisible --name '^AboutTavelo.pdf$' | head -n1) || fail "no About box"
+about=$(wait_window '^AboutTavelo.pdf$' 5) || fail "no About box"
 shot "$about" about-box.png
 xdotool mousemove --window "$about" 60 60 click 1 mousemove 1270 1010
-for _ in $(seq 30); do xdotool search --onlyvisible --name '^AboutTavelo.pdf$' >/dev/null || break; sleep 0.1; done
-xdotool search --onlyvisible --name '^AboutTavelo.pdf$' >/dev/null && fail "About box still open"
+wait_no_window '^AboutTavelo.pdf$' 3 || fail "About box still open"
 
 quit_app
 if [ -f "$log" ] && grep -q "FAILED" "$log"; then
