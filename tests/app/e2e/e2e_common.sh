@@ -70,6 +70,8 @@ e2e_start() {  # e2e_start NAME: a work folder, a display of our own, private ho
   export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$work/no-system-bus
   unset DBUS_SESSION_BUS_ADDRESS
   export QT_QPA_PLATFORM=xcb
+  # Pictures are drawn in software unless a test asks for the GPU (Mesa's llvmpipe here).
+  export TAVELO_VIDEO_OUTPUT=${TAVELO_VIDEO_OUTPUT:-software}
   # Sanitizer builds: a third-party leak is not ours to report.
   export LSAN_OPTIONS="${LSAN_OPTIONS:+$LSAN_OPTIONS:}suppressions=$e2e_dir/lsan.supp"
   log=$XDG_STATE_HOME/org.tavelo.Tavelo.log
@@ -105,6 +107,9 @@ quit_app() {
   local status=0; wait "$app_pid" || status=$?
   app_pid=
   [ "$status" = 0 ] || fail "exit status $status"
+  if [ "$TAVELO_VIDEO_OUTPUT" = gpu ]; then
+    grep -q '^video on the GPU: OpenGL renderer' "$log" || fail "the pictures were not drawn on the GPU"
+  fi
   # Decoder and disc library messages go to the diagnostic log, never to the terminal.
   "$e2e_dir/../../library-messages" "$work/app.out" "$work/app.err" >&2 ||
     fail "library messages reached the terminal"
