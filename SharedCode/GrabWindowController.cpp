@@ -195,7 +195,18 @@ std::shared_ptr<NSBitmapImageRep> GrabWindowController::readScreenContents(QRect
   return NSBitmapImageRep::bitmapWithOpenGLViewportContents(viewportRect, false);
 }
 
+std::shared_ptr<NSBitmapImageRep> GrabWindowController::grabViewPicture(QWidget* view) {
+  if (!CoreVerify(view)) return nullptr;
+  // Drawn now, at the view's size: the video with its subtitle and highlight as shown.
+  return BitmapImageRepWithImage(view->grab().toImage());
+}
+
 void GrabWindowController::grabScreenDisplayID(CGDirectDisplayID inCGScreenDisplayID, UInt32 options) {
+  if ((options & kGrabCropToView) && Apple_CGL::GrabContext::ScreenIsPrivate()) {
+    // Under Wayland no client reads the screen, and the view's own picture is what shows there.
+    setGrabbedBitmapImageRep(grabViewPicture(GrabViewOfWindow(mGrabWindow)));
+    return;
+  }
   // Where the screen cannot be read, the grab window's own pixels stand for it.
   NSBitmapImageRep::setScreenFallbackWindow(mGrabWindow);
   // Destroyed on every way out, exceptions included.

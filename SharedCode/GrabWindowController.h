@@ -114,6 +114,8 @@ class GrabWindowController : public QObject {
   // Reads the whole screen of the grab context; answers its rectangle in viewportRect.
   // Tests may replace it to look at the grab window at the moment of the read.
   virtual std::shared_ptr<NSBitmapImageRep> readScreenContents(QRectF* viewportRect);
+  // Where the screen cannot be read (Wayland): the picture the grab view draws, at its size.
+  virtual std::shared_ptr<NSBitmapImageRep> grabViewPicture(QWidget* view);
 
   // The last grab as an image; without one, null pixels and an invalid size (nil).
   GrabImage grabbedImage() const;

@@ -1,5 +1,6 @@
 #include "NSApplicationMain.h"
 
+#include <QDBusConnection>
 #include <QFileInfo>
 #include <QIcon>
 #include <QStringList>
@@ -9,6 +10,8 @@
 #include "DVDVideoWindow.h"
 #include "GrabDVDController.h"
 #include "DVDFullScreen.h"
+#include "DVDMediaPlayerBus.h"
+#include "DVDScreenSaverInhibitor.h"
 #include "DVDWindowPlaces.h"
 #include "MainMenuNib.h"
 #include "NSApplication.h"
@@ -23,6 +26,18 @@ int NSApplicationMain(int argc, char** argv) {
   MainMenuNib nib;
   if (!nib.Construct()) return 1;
   GrabDVDController* const controller = nib.controller();
+  // The desktop's side: MPRIS, and the screen kept awake while playing. Both let go before
+  // the playback session ends.
+  DVDMediaPlayerBus playerBus;
+  DVDScreenSaverInhibitor screenAwake;
+  playerBus.Construct(controller, nib.videoWindow(), QDBusConnection::sessionBus());
+  screenAwake.Construct(QDBusConnection::sessionBus());
+  QObject::connect(&playerBus, &DVDMediaPlayerBus::playingChanged, &screenAwake,
+                   &DVDScreenSaverInhibitor::SetInhibited);
+  QObject::connect(&app, &QCoreApplication::aboutToQuit, &playerBus, [&playerBus, &screenAwake] {
+    playerBus.Stop();
+    screenAwake.ReleaseNow();
+  });
   QObject::connect(&app, &QCoreApplication::aboutToQuit, controller, [controller, &nib] {
     if (nib.fullScreen()) nib.fullScreen()->leave();
     DVDWindowPlaces::Save(nib.videoWindow(), nib.controlWindow());
@@ -45,8 +60,9 @@ int NSApplicationMain(int argc, char** argv) {
   QString const path = arguments.size() > 1 ? arguments.at(1) : QString();
   QMetaObject::invokeMethod(
       controller,
-      [&nib, controller, path] {
+      [&nib, &playerBus, controller, path] {
         controller->applicationDidFinishLaunching();
+        playerBus.Start();
         nib.validateMenuItems();
         if (!path.isEmpty()) {
           QFileInfo const info(path);

@@ -136,6 +136,10 @@ void GrabContext::Destruct() {
 
 bool GrabContext::ReadsXScreen() const { return mContext && mContext->fromX; }
 
+bool GrabContext::ScreenIsPrivate() {
+  return GuiApp() && QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
 void GrabContext::SetFallbackProvider(FallbackProvider provider) {
   sFallbackProvider = std::move(provider);
 }

@@ -42,6 +42,9 @@ class GrabContext {
 
   // Whether the pixels come from the X screen (false: from the fallback provider).
   bool ReadsXScreen() const;
+  // Whether the display server lets no client read the screen (Wayland): a grab of a view
+  // then takes the picture the view itself draws.
+  static bool ScreenIsPrivate();
 
   // The pixels of a display when no X screen can be read: an image of the display's size,
   // y down, showing our windows where they are. Null function: no fallback.
