@@ -104,6 +104,9 @@ class GrabDVDController : public GrabWindowController {
   bool validateMenuItem(QAction* item) override;
   bool grabsVideoFrames() const override { return mStillChoices.GrabsVideoFrames(); }
   std::shared_ptr<NSBitmapImageRep> grabVideoFrame() override;
+  // Where the screen cannot be read: the video view's picture as it composes it (on the GPU
+  // its window cannot be grabbed as a widget), at its size.
+  std::shared_ptr<NSBitmapImageRep> grabViewPicture(QWidget* view) override;
   QString quickSavePath(QuikSaveImageType type) const override {
     return mStillChoices.QuickSavePath(mMediaPath, type);
   }

@@ -13,6 +13,7 @@
 #include "BatchGrabDialog.h"
 #include "DVDFullScreen.h"
 #include "DVDGrabStrip.h"
+#include "DVDVideoView.h"
 #include "CoreMachDebugLog.h"
 #include "GrabThumbnailEditor.h"
 #include "NSMenuItemAction.h"
@@ -107,6 +108,14 @@ void GrabDVDController::awakeFromNibGrab() {
 
 std::shared_ptr<NSBitmapImageRep> GrabDVDController::grabVideoFrame() {
   return mStillChoices.TakeVideoFrame();
+}
+
+std::shared_ptr<NSBitmapImageRep> GrabDVDController::grabViewPicture(QWidget* view) {
+  if (auto* video = qobject_cast<DVDVideoView*>(view)) {
+    QImage const composed = video->composedImage();
+    if (!composed.isNull()) return BitmapImageRepWithImage(composed);
+  }
+  return GrabWindowController::grabViewPicture(view);
 }
 
 void GrabDVDController::onNextFrame(QObject*) { CoreMachDebugVerify(DVDStepFrame(1) == noErr); }
