@@ -7,6 +7,7 @@
 #include "DVDTestSession.h"
 
 #include "TestLog.h"
+#include "TestTime.h"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +31,7 @@ constexpr int kCopies = 60;  // the sanitizers make every child several times sl
 #else
 constexpr int kCopies = 300;
 #endif
-constexpr int kChildSeconds = 30;
+constexpr int kChildSeconds = 30;  // on a quiet machine; scaled with its load
 
 std::vector<std::string> Files(std::string const& videoTS, bool information) {
   std::vector<std::string> out;
@@ -112,10 +113,11 @@ void Noop(DVDEventCode, DVDEventValue, DVDEventValue, void*) {}
     DVDDispose();
     Verdict(fd, 'R');
   }
-  auto step = [fd](UInt32 ms) {
-    if (!dvd::WaitUntilQuiet(20000)) Verdict(fd, 'H');
+  UInt32 const quiet = ScaledMilliseconds(20000);
+  auto step = [fd, quiet](UInt32 ms) {
+    if (!dvd::WaitUntilQuiet(quiet)) Verdict(fd, 'H');
     dvd::AdvanceManualClock(ms);
-    if (!dvd::WaitUntilQuiet(20000)) Verdict(fd, 'H');
+    if (!dvd::WaitUntilQuiet(quiet)) Verdict(fd, 'H');
   };
   DVDPlay();
   step(1500);
@@ -167,7 +169,7 @@ TEST(DVDDamageCampaign, NoDamagedCopyCrashesOrHangsTheService) {
     ::close(fds[1]);
     int status = 0;
     char verdict = 0;
-    long long const deadline = NowMs() + kChildSeconds * 1000ll;
+    long long const deadline = NowMs() + ScaledMilliseconds(kChildSeconds * 1000);
     while (::waitpid(pid, &status, WNOHANG) == 0) {
       if (NowMs() > deadline) {
         ::kill(pid, SIGKILL);

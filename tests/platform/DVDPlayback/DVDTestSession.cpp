@@ -3,6 +3,7 @@
 #include "DVDBarcode.h"
 
 #include "TestLog.h"
+#include "TestTime.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -116,7 +117,7 @@ void DVDSessionTest::Advance(UInt32 ms) {
   Settle();
 }
 
-void DVDSessionTest::Settle() { ASSERT_TRUE(dvd::WaitUntilQuiet(20000)); }
+void DVDSessionTest::Settle() { ASSERT_TRUE(dvd::WaitUntilQuiet(ScaledMilliseconds(20000))); }
 
 DVDState DVDSessionTest::LastState() {
   Settle();

@@ -1,0 +1,30 @@
+# Read by CTest once every test is known (TAVELO_TESTS_BINARY_DIR names the tree): each test's
+# time limit, as the build set it, times TAVELO_TIME_SCALE. scripts/test sets that from the
+# machine's load (tenths at most: "2.5"); unset, the limits stay as they are.
+set(_scale "$ENV{TAVELO_TIME_SCALE}")
+if(NOT _scale MATCHES "^([0-9]+)(\\.([0-9]))?$")
+  return()
+endif()
+set(_tenths "${CMAKE_MATCH_1}${CMAKE_MATCH_3}")
+if("${CMAKE_MATCH_3}" STREQUAL "")
+  set(_tenths "${CMAKE_MATCH_1}0")
+endif()
+math(EXPR _tenths "${_tenths}")
+if(_tenths LESS_EQUAL 10)
+  return()
+endif()
+file(GLOB_RECURSE _test_files "${TAVELO_TESTS_BINARY_DIR}/CTestTestfile.cmake"
+     "${TAVELO_TESTS_BINARY_DIR}/*_tests.cmake")
+foreach(_file IN LISTS _test_files)
+  file(READ "${_file}" _text)
+  # Lists split at semicolons, which the properties hold.
+  string(REPLACE ";" "," _text "${_text}")
+  string(REGEX MATCHALL "set_tests_properties\\(\\[=\\[[^]\n]+\\]=\\][^\n]* TIMEOUT \"?[0-9]+" _settings "${_text}")
+  foreach(_setting IN LISTS _settings)
+    if(_setting MATCHES "^set_tests_properties\\(\\[=\\[([^]\n]+)\\]=\\].* TIMEOUT \"?([0-9]+)$")
+      set(_name "${CMAKE_MATCH_1}")
+      math(EXPR _limit "(${CMAKE_MATCH_2} * ${_tenths} + 9) / 10")
+      set_tests_properties("${_name}" PROPERTIES TIMEOUT ${_limit})
+    endif()
+  endforeach()
+endforeach()
