@@ -20,7 +20,8 @@ int NSApplicationMain(int argc, char** argv) {
   NSApplication app(argc, argv);
   QCoreApplication::setOrganizationName(QStringLiteral("Tavelo"));
   QCoreApplication::setApplicationName(QStringLiteral("Tavelo"));
-  QGuiApplication::setDesktopFileName(QStringLiteral("tavelo"));
+  // The desktop file's name: a Wayland desktop finds the icon and the entry by it.
+  QGuiApplication::setDesktopFileName(QStringLiteral("org.tavelo.Tavelo"));
   QApplication::setWindowIcon(QIcon(QStringLiteral(":/tavelo.png")));
 
   MainMenuNib nib;

@@ -44,13 +44,10 @@ export LSAN_OPTIONS="${LSAN_OPTIONS:+$LSAN_OPTIONS:}suppressions=$e2e_dir/lsan.s
 log=$XDG_STATE_HOME/org.tavelo.Tavelo.log
 private_pictures
 
-# Every wait below looks for its condition every 0.1 s, for up to a minute (longer on a
-# loaded machine: TAVELO_TIME_SCALE) before it fails.
-looks=$(awk -v k="${TAVELO_TIME_SCALE:-1}" 'BEGIN { printf "%d\n", 600 * (k < 1 ? 1 : k) }')
+# Every wait looks for its condition for up to a minute (wait_until: longer on a loaded machine).
 wait_for() {  # wait_for WHAT COMMAND...: until COMMAND succeeds, or fail naming WHAT
   local what=$1; shift
-  for _ in $(seq "$looks"); do "$@" && return 0; sleep 0.1; done
-  fail "waited in vain for $what"
+  wait_until 60 "$@" || fail "waited in vain for $what"
 }
 
 mpris=org.mpris.MediaPlayer2.tavelo
