@@ -191,10 +191,11 @@ barcode() {  # barcode IMAGE [TOP LEFT WIDTH]: the frame number the barcoded dis
   echo "$value"
 }
 
-screen_text() {  # screen_text: the words in the program's windows (menus, tips and notices too),
-  # read with OCR, on one line
+screen_text() {  # screen_text [WINDOW...]: the words in the program's windows (menus, tips and
+  # notices too) but those given, read with OCR, on one line
   local id n=0
   for id in $(xdotool search --onlyvisible --pid "$app_pid" 2>/dev/null); do
+    [[ " $* " == *" $id "* ]] && continue
     n=$((n + 1))
     # A tip or menu may close while it is read: import then waits for ever for its window.
     timeout 10 import -window "$id" "$work/window-$n.png" 2>/dev/null || continue
