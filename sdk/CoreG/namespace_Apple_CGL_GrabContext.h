@@ -1,6 +1,7 @@
 // A full-screen read context on one display. Here the display's front buffer is the X
 // screen's root window, read through shared memory; where no X screen shows our windows
 // (Wayland, the offscreen platform) a registered provider gives the windows' own pixels.
+// Under Wayland a grab of one view skips the context: see ScreenIsPrivate.
 #pragma once
 
 #include "namespace_OpenGL_ReadPixels.h"
