@@ -116,7 +116,7 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
                                 : dvd::DVDAudioSink::Create(s.mClock));
     if (!presenter->Construct()) return kDVDErrorReadFailed;
     presenter->SetCaptionSource(media->OpenPath());
-    presenter->Captions()->SetShown(s.mCaptionsShown);
+    presenter->ShowCaptions(s.mCaptionsShown);
     presenter->SetVolume(s.mVolume, s.mMuted);
     presenter->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
     auto navigator = std::make_unique<dvd::DVDNavigator>(s.mClock, s.mEvents, presenter.get());

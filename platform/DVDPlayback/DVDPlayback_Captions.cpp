@@ -27,7 +27,7 @@ OSStatus DVDHasClosedCaptions(Boolean* outHasCaptions) {
 OSStatus DVDSetClosedCaptionsShown(Boolean inShown) {
   return WithService([&](DVDService& s) -> OSStatus {
     s.mCaptionsShown = inShown != 0;
-    if (s.mPresenter) s.mPresenter->Captions()->SetShown(s.mCaptionsShown);
+    if (s.mPresenter) s.mPresenter->ShowCaptions(s.mCaptionsShown);
     return noErr;
   });
 }

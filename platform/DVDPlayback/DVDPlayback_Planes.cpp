@@ -22,7 +22,7 @@ OSStatus DVDCopyPresentedPlanes(DVDPresentedPlanesInfo* outInfo, void* outPlanes
   outInfo->frame.rowBytes = UInt32(picture->width) * 4;
   outInfo->matrix = decoded.matrix;
   outInfo->fullRange = decoded.fullRange;
-  outInfo->hasOverlay = picture->subpicture != nullptr;
+  outInfo->hasOverlay = picture->subpicture != nullptr || picture->caption != nullptr;
   outInfo->planesBytes = size;
   outInfo->overlayBytes = outInfo->frame.rowBytes * UInt32(picture->height);
   if (!outPlanes) return noErr;

@@ -90,6 +90,13 @@ void DVDPresenter::SetCaptionSource(std::string const& path) {
   });
 }
 
+void DVDPresenter::ShowCaptions(bool shown) {
+  if (mCaptions) mCaptions->SetShown(shown);
+  std::lock_guard<std::mutex> g(mMutex);
+  mRecompose = mShown != nullptr;
+  mWake.notify_all();
+}
+
 // ---- handing over (the navigator's thread, its lock held): carried out in order on the
 // decoders' thread
 

@@ -141,6 +141,8 @@ class DVDPresenter {
   // shown; null before.
   void SetCaptionSource(std::string const& path);
   DVDCaptionTrack* Captions() { return mCaptions.get(); }
+  // Captions drawn from now on, over the picture on screen too.
+  void ShowCaptions(bool shown);
 
   // The latest presented picture of the session, shared (null when there is none).
   static std::shared_ptr<DVDPicture const> LatestPicture();

@@ -215,3 +215,22 @@ shown_frame() {  # shown_frame: the number the barcoded picture in the video win
   barcode "$work/shown.png" $((h - 480)) 0 "$w"
 }
 shows_frame() { frame=$(shown_frame); [ "$frame" = "$1" ]; }  # shows_frame N (leaves `frame`)
+shown_frame_readable() { frame=$(shown_frame); [ "$frame" -ge 0 ]; }  # (leaves `frame`)
+
+go_menu() {  # go_menu KEY N DOWN: Go, N presses of KEY (Up: from its bottom, Down: from its
+            # top) to a submenu, then its item DOWN from the top (-: the submenu left open).
+            # Needs `menubar`, the menu bar's height in the video window.
+  xdotool windowfocus --sync "$video" 2>/dev/null || true
+  menu_base=$(app_windows)
+  xdotool mousemove --window "$video" 20 $((menubar / 2)) click 1
+  wait_until 5 windows_at_least $((menu_base + 1)) || fail "the first menu did not open"
+  # Tavelo, File, Edit, Controls, Video, Grab, Go: six to the right.
+  for _ in 1 2 3 4 5 6; do xdotool key Right; done
+  for _ in $(seq "$2"); do xdotool key "$1"; done
+  xdotool key Right
+  wait_until 5 windows_at_least $((menu_base + 2)) || fail "the Go menu's submenu did not open"
+  [ "$3" = - ] && return  # left open
+  for _ in $(seq "$3"); do xdotool key Down; done
+  xdotool key Return
+  wait_until 5 windows_at_most "$menu_base" || fail "the menu stayed open"
+}

@@ -20,22 +20,6 @@ notice() {  # notice: the open-failure notice's window, or a failure
     fail "no notice"
 }
 
-go_menu() {  # go_menu KEY N DOWN: Go, N presses of KEY (Up: from its bottom, Down: from its
-            # top) to a submenu, then its item DOWN from the top (-: the submenu left open)
-  xdotool windowfocus --sync "$video" 2>/dev/null || true
-  menu_base=$(app_windows)
-  xdotool mousemove --window "$video" 20 $((menubar / 2)) click 1
-  wait_until 5 windows_at_least $((menu_base + 1)) || fail "the first menu did not open"
-  # Tavelo, File, Edit, Controls, Video, Grab, Go: six to the right.
-  for _ in 1 2 3 4 5 6; do xdotool key Right; done
-  for _ in $(seq "$2"); do xdotool key "$1"; done
-  xdotool key Right
-  wait_until 5 windows_at_least $((menu_base + 2)) || fail "the Go menu's submenu did not open"
-  [ "$3" = - ] && return  # left open
-  for _ in $(seq "$3"); do xdotool key Down; done
-  xdotool key Return
-  wait_until 5 windows_at_most "$menu_base" || fail "the menu stayed open"
-}
 sample() {  # sample X Y: the colour at a point of the picture (640 x 480), as R G B
   import -window "$video" "$work/shot.png" 2>/dev/null
   pixel "$work/shot.png" "$1" $((menubar + $2))

@@ -154,9 +154,14 @@ TEST_F(DVDCaptionSessionTest, ShownCaptionsAreOverThePictureAfterSeeksAndSteps) 
   EXPECT_EQ(152u, frame);
   ASSERT_EQ(noErr, DVDStepFrame(-1));
   EXPECT_FALSE(CaptionShown(false, &frame)) << "the frame before it, at " << frame;
-  ASSERT_EQ(noErr, DVDSetClosedCaptionsShown(false));
   ASSERT_EQ(noErr, DVDSeekToFrame(200));
+  EXPECT_TRUE(CaptionShown(true, &frame));
+  // Hidden and shown again over the picture on screen, still paused.
+  ASSERT_EQ(noErr, DVDSetClosedCaptionsShown(false));
   EXPECT_FALSE(CaptionShown(false, &frame)) << "hidden";
+  ASSERT_EQ(noErr, DVDSetClosedCaptionsShown(true));
+  EXPECT_TRUE(CaptionShown(true, &frame)) << "shown again";
+  ASSERT_EQ(noErr, DVDSetClosedCaptionsShown(false));
 }
 
 TEST_F(DVDCaptionSessionTest, ATitlesCaptionsAreReadWithTheirFrames) {
