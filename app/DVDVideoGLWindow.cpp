@@ -1,5 +1,6 @@
 #include "DVDVideoGLWindow.h"
 
+#include <QByteArray>
 #include <QGenericMatrix>
 #include <QGuiApplication>
 #include <QOffscreenSurface>
@@ -34,15 +35,17 @@ uniform sampler2D overlay;
 uniform highp mat3 toRGB;
 uniform highp vec3 offset;
 uniform highp vec2 chromaShift;
-uniform highp float overlayShown;
 varying highp vec2 v_texcoord;
 void main() {
   highp vec3 ycc = vec3(texture2D(planeY, v_texcoord).r,
                         texture2D(planeCb, v_texcoord + chromaShift).r,
                         texture2D(planeCr, v_texcoord + chromaShift).r);
   highp vec3 rgb = clamp(toRGB * ycc - offset, 0.0, 1.0);
+#ifdef OVERLAY
   highp vec4 over = texture2D(overlay, v_texcoord);
-  gl_FragColor = vec4(mix(rgb, over.rgb, over.a * overlayShown), 1.0);
+  rgb = mix(rgb, over.rgb, over.a);
+#endif
+  gl_FragColor = vec4(rgb, 1.0);
 }
 )";
 
@@ -128,17 +131,24 @@ void DVDVideoGLWindow::setPictureRect(QRect const& rect) {
 
 void DVDVideoGLWindow::initializeGL() {
   initializeOpenGLFunctions();
-  auto program = std::make_unique<QOpenGLShaderProgram>();
-  bool const built =
-      CoreVerify(program->addShaderFromSourceCode(QOpenGLShader::Vertex, kVertexShader)) &&
-      CoreVerify(program->addShaderFromSourceCode(QOpenGLShader::Fragment, kFragmentShader)) &&
-      CoreVerify(program->link());
-  if (!built) {
-    CoreMachDebugLog("video on the GPU: %s\n", qPrintable(program->log()));
-    emit failed();
-    return;
+  // One program with the overlay and one without: most pictures have nothing over them, and
+  // a texture read less a pixel counts where OpenGL runs on the CPU (llvmpipe).
+  for (size_t i = 0; i < mPrograms.size(); ++i) {
+    auto program = std::make_unique<QOpenGLShaderProgram>();
+    QByteArray const fragment = (i == 1 ? QByteArray("#define OVERLAY 1\n") : QByteArray()) +
+                                QByteArray(kFragmentShader);
+    bool const built =
+        CoreVerify(program->addShaderFromSourceCode(QOpenGLShader::Vertex, kVertexShader)) &&
+        CoreVerify(program->addShaderFromSourceCode(QOpenGLShader::Fragment, fragment)) &&
+        CoreVerify(program->link());
+    if (!built) {
+      CoreMachDebugLog("video on the GPU: %s\n", qPrintable(program->log()));
+      releaseGL();
+      emit failed();
+      return;
+    }
+    mPrograms[i] = program.release();
   }
-  mProgram = program.release();
   CoreMachDebugLog("video on the GPU: OpenGL renderer %s\n",
                    reinterpret_cast<char const*>(glGetString(GL_RENDERER)));
   glGenTextures(int(mTextures.size()), mTextures.data());
@@ -152,12 +162,13 @@ void DVDVideoGLWindow::initializeGL() {
 }
 
 void DVDVideoGLWindow::releaseGL() {
-  if (!mProgram) return;
-  glDeleteTextures(int(mTextures.size()), mTextures.data());
+  if (mTextures[0]) glDeleteTextures(int(mTextures.size()), mTextures.data());
   mTextures = {};
   mTextureWidth = mTextureHeight = 0;
-  delete mProgram;
-  mProgram = nullptr;
+  for (QOpenGLShaderProgram*& program : mPrograms) {
+    delete program;
+    program = nullptr;
+  }
 }
 
 void DVDVideoGLWindow::upload() {
@@ -187,13 +198,19 @@ void DVDVideoGLWindow::upload() {
 
 void DVDVideoGLWindow::paintGL() {
   qreal const ratio = devicePixelRatio();
-  glViewport(0, 0, int(width() * ratio), int(height() * ratio));
-  glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
-  glClear(GL_COLOR_BUFFER_BIT);
-  if (!mProgram || !mPlanes || mPictureRect.isEmpty()) return;
+  QOpenGLShaderProgram* const program = mPrograms[mOverlay ? 1 : 0];
+  bool const drawn = program && mPlanes && !mPictureRect.isEmpty();
+  // Black only where the picture leaves some of the window.
+  if (!drawn || mPictureRect != QRect(QPoint(0, 0), size())) {
+    glViewport(0, 0, int(width() * ratio), int(height() * ratio));
+    glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+  }
+  if (!drawn) return;
   if (mUploadPending) {
     upload();
     mUploadPending = false;
+    ++mPicturesDrawn;
   }
   if (mTextureWidth == 0) return;
   // GL counts rows from the bottom.
@@ -202,32 +219,31 @@ void DVDVideoGLWindow::paintGL() {
   static GLfloat const kPositions[] = {-1, -1, 1, -1, -1, 1, 1, 1};
   // The picture's first row at the top.
   static GLfloat const kTexcoords[] = {0, 1, 1, 1, 0, 0, 1, 0};
-  mProgram->bind();
-  for (int i = 0; i < 4; ++i) {
+  program->bind();
+  for (int i = 0; i < (mOverlay ? 4 : 3); ++i) {
     glActiveTexture(GLenum(GL_TEXTURE0 + i));
     glBindTexture(GL_TEXTURE_2D, mTextures[size_t(i)]);
   }
   glActiveTexture(GL_TEXTURE0);
-  mProgram->setUniformValue("planeY", 0);
-  mProgram->setUniformValue("planeCb", 1);
-  mProgram->setUniformValue("planeCr", 2);
-  mProgram->setUniformValue("overlay", 3);
+  program->setUniformValue("planeY", 0);
+  program->setUniformValue("planeCb", 1);
+  program->setUniformValue("planeCr", 2);
+  if (mOverlay) program->setUniformValue("overlay", 3);
   QMatrix3x3 toRGB;
   QVector3D offset;
   ConversionFor(mInfo.matrix, mInfo.fullRange, &toRGB, &offset);
-  mProgram->setUniformValue("toRGB", toRGB);
-  mProgram->setUniformValue("offset", offset);
+  program->setUniformValue("toRGB", toRGB);
+  program->setUniformValue("offset", offset);
   // MPEG-2 chroma sits with the even luma columns, not between two: half a luma sample over.
-  mProgram->setUniformValue("chromaShift", QVector2D(0.5f / float(mTextureWidth), 0.0f));
-  mProgram->setUniformValue("overlayShown", mOverlay ? 1.0f : 0.0f);
-  int const position = mProgram->attributeLocation("position");
-  int const texcoord = mProgram->attributeLocation("texcoord");
-  mProgram->enableAttributeArray(position);
-  mProgram->enableAttributeArray(texcoord);
-  mProgram->setAttributeArray(position, GL_FLOAT, kPositions, 2);
-  mProgram->setAttributeArray(texcoord, GL_FLOAT, kTexcoords, 2);
+  program->setUniformValue("chromaShift", QVector2D(0.5f / float(mTextureWidth), 0.0f));
+  int const position = program->attributeLocation("position");
+  int const texcoord = program->attributeLocation("texcoord");
+  program->enableAttributeArray(position);
+  program->enableAttributeArray(texcoord);
+  program->setAttributeArray(position, GL_FLOAT, kPositions, 2);
+  program->setAttributeArray(texcoord, GL_FLOAT, kTexcoords, 2);
   glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-  mProgram->disableAttributeArray(position);
-  mProgram->disableAttributeArray(texcoord);
-  mProgram->release();
+  program->disableAttributeArray(position);
+  program->disableAttributeArray(texcoord);
+  program->release();
 }

@@ -29,6 +29,8 @@ class DVDVideoGLWindow : public QOpenGLWindow, protected QOpenGLFunctions {
                   std::uint8_t const* overlay);
   // Where the picture goes, in the window's coordinates; the rest is black.
   void setPictureRect(QRect const& rect);
+  // Pictures uploaded and drawn so far.
+  unsigned picturesDrawn() const { return mPicturesDrawn; }
 
  signals:
   // The window cannot draw (a shader that would not build): the view draws instead.
@@ -42,7 +44,8 @@ class DVDVideoGLWindow : public QOpenGLWindow, protected QOpenGLFunctions {
   void upload();
   void releaseGL();
 
-  QOpenGLShaderProgram* mProgram = nullptr;
+  // Without and with the overlay.
+  std::array<QOpenGLShaderProgram*, 2> mPrograms{};
   // Y', Cb, Cr and the overlay.
   std::array<unsigned, 4> mTextures{};
   int mTextureWidth = 0;
@@ -52,5 +55,6 @@ class DVDVideoGLWindow : public QOpenGLWindow, protected QOpenGLFunctions {
   std::uint8_t const* mPlanes = nullptr;
   std::uint8_t const* mOverlay = nullptr;
   bool mUploadPending = false;
+  unsigned mPicturesDrawn = 0;
   QRect mPictureRect;
 };

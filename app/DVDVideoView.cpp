@@ -38,6 +38,8 @@ DVDVideoView::~DVDVideoView() {
   // Once this returns the callback no longer runs, so nothing refers to this view.
   if (mPresenting) DVDSetFrameReadyCallBack(nullptr, nullptr);
   sws_freeContext(mScaler);
+  unsigned const drawn = mPicturesDrawn + (mGL ? mGL->picturesDrawn() : 0);
+  CoreMachDebugLog("video output: %u pictures drawn (%s)\n", drawn, mGL ? "gpu" : "software");
 }
 
 DVDVideoView::Output DVDVideoView::ChosenOutput() {
@@ -188,6 +190,7 @@ QImage DVDVideoView::composedImage() {
 void DVDVideoView::paintEvent(QPaintEvent* event) {
   if (mGL) return;  // the window over the view shows everything
   QRect const target = pictureRect();
+  if (mHavePicture && !mScaledCurrent) ++mPicturesDrawn;
   if (!mHavePicture || target.isEmpty() || !convertTo(target.size())) {
     NSUIOpaqueBlackView::paintEvent(event);
     return;

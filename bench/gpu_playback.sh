@@ -32,7 +32,7 @@ mkdir -p "$HOME" "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
 unset DBUS_SESSION_BUS_ADDRESS PULSE_SERVER
 
 python3 - "$tavelo" "$discs/long" "$work" "${BENCH_ROUNDS:-3}" <<'PY'
-import os, re, statistics, subprocess, sys, time
+import json, os, re, socket, statistics, subprocess, sys, time
 
 tavelo, disc, work, rounds = sys.argv[1], sys.argv[2], sys.argv[3], int(sys.argv[4])
 WIDTH, HEIGHT = 1440, 1080
@@ -67,17 +67,24 @@ def measure(proc):
     time.sleep(MEASURED)
     if proc.poll() is not None:
         raise SystemExit(f"{proc.args[0]} ended while measured")
-    cpu = cpu_seconds(proc.pid) - start
-    proc.terminate()
-    proc.wait(timeout=30)
-    return cpu
+    return cpu_seconds(proc.pid) - start
+
+def ended(proc):
+    try:
+        proc.wait(timeout=30)
+    except subprocess.TimeoutExpired:
+        proc.kill()
+        proc.wait()
+        raise SystemExit(f"{proc.args[0]} did not quit")
 
 menu_bar = None
+log = os.path.join(os.environ["XDG_STATE_HOME"], "org.tavelo.Tavelo.log")
 
 def run_tavelo(output):
     """Tavelo with TAVELO_VIDEO_OUTPUT=output, its video view at 1440 x 1080."""
     global menu_bar
     env = dict(os.environ, TAVELO_VIDEO_OUTPUT=output, QT_XCB_GL_INTEGRATION="xcb_egl")
+    started = time.monotonic()
     proc = subprocess.Popen([tavelo, disc], env=env, stdout=subprocess.DEVNULL,
                             stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL)
     video = window("^Tavelo$")
@@ -98,27 +105,65 @@ def run_tavelo(output):
         time.sleep(0.1)
     else:
         raise SystemExit(f"Tavelo's view is not {WIDTH}x{HEIGHT}: {children(video)}")
-    return measure(proc)
+    cpu = measure(proc)
+    total = cpu_seconds(proc.pid)
+    xdotool("windowfocus", "--sync", video)
+    xdotool("key", "ctrl+q")
+    ended(proc)
+    seconds = time.monotonic() - started
+    drawn = re.findall(r"video output: (\d+) pictures drawn \((\w+)\)", open(log).read())
+    if not drawn or drawn[-1][1] != output:
+        raise SystemExit(f"Tavelo did not tell the pictures it drew with the {output} output")
+    pictures = int(drawn[-1][0])
+    return cpu, (f"{pictures} pictures drawn in {seconds:.1f} s from its start, "
+                 f"{total * 1000 / max(1, pictures):.1f} ms CPU each")
 
 def run_mpv(vo):
+    sock_path = os.path.join(work, "mpv.sock")
     args = ["mpv", "--no-config", "--ao=null", "--vo=" + vo, "--really-quiet", "--no-border",
             f"--geometry={WIDTH}x{HEIGHT}+0+0", "--title=mpv-bench", "--dvd-device=" + disc,
-            "dvd://"]
+            "--input-ipc-server=" + sock_path, "dvd://"]
     if vo == "gpu":
         args[4:4] = ["--gpu-api=opengl", "--gpu-context=x11egl"]
     proc = subprocess.Popen(args, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                             stdin=subprocess.DEVNULL)
     window("^mpv-bench$")
-    return measure(proc)
+    shown = time.monotonic()
+    cpu = measure(proc)
+    total = cpu_seconds(proc.pid)
+    sock = socket.socket(socket.AF_UNIX)
+    sock.connect(sock_path)
+    sock.sendall(b'{"command": ["get_property", "frame-drop-count"], "request_id": 1}\n'
+                 b'{"command": ["get_property", "estimated-frame-number"], "request_id": 2}\n'
+                 b'{"command": ["quit"]}\n')
+    replies, buffer = {}, b""
+    while len(replies) < 2:
+        data = sock.recv(65536)
+        if not data:
+            break
+        buffer += data
+        while b"\n" in buffer:
+            line, buffer = buffer.split(b"\n", 1)
+            message = json.loads(line)
+            if message.get("request_id") in (1, 2):
+                replies[message["request_id"]] = message.get("data")
+    ended(proc)
+    seconds = time.monotonic() - shown
+    shown = (replies.get(2) or 0) - (replies.get(1) or 0)
+    return cpu, (f"at frame {replies.get(2)} after {seconds:.1f} s, {replies.get(1)} dropped, "
+                 f"{total * 1000 / max(1, shown):.1f} ms CPU a frame shown")
 
-# The OpenGL driver each uses.
-log = os.path.join(os.environ["XDG_STATE_HOME"], "org.tavelo.Tavelo.log")
 runs = {"tavelo gpu": [], "mpv gpu": [], "tavelo software": [], "mpv x11": []}
+notes = {k: [] for k in runs}
+def record(name, result):
+    runs[name].append(result[0])
+    notes[name].append(result[1])
 for _ in range(rounds):
-    runs["tavelo gpu"].append(run_tavelo("gpu"))
-    runs["mpv gpu"].append(run_mpv("gpu"))
-    runs["tavelo software"].append(run_tavelo("software"))
-    runs["mpv x11"].append(run_mpv("x11"))
+    record("tavelo gpu", run_tavelo("gpu"))
+    record("mpv gpu", run_mpv("gpu"))
+    record("tavelo software", run_tavelo("software"))
+    record("mpv x11", run_mpv("x11"))
+# The OpenGL driver each uses.
 ours_renderer = re.findall(r"video on the GPU: OpenGL renderer (.*)", open(log).read())
 mpv_renderer = re.findall(r"GL_RENDERER='([^']*)'", subprocess.run(
     ["mpv", "--no-config", "--ao=null", "--vo=gpu", "--gpu-api=opengl", "--gpu-context=x11egl",
@@ -130,7 +175,7 @@ print(f"Windowed playback, {WIDTH}x{HEIGHT}, CPU s over {MEASURED:.0f} s of the 
       f"(medians of {rounds} rounds taking turns):")
 med = {k: statistics.median(v) for k, v in runs.items()}
 for k, v in runs.items():
-    print(f"  {k:16} {med[k]:7.2f}  ({' '.join(f'{x:.2f}' for x in v)})")
+    print(f"  {k:16} {med[k]:7.2f}  ({' '.join(f'{x:.2f}' for x in v)}); {'; '.join(notes[k])}")
 print(f"GPU: Tavelo / mpv --vo=gpu {med['tavelo gpu'] / med['mpv gpu']:.2f} (target at most 1.0)")
 print(f"software: Tavelo / mpv --vo=x11 {med['tavelo software'] / med['mpv x11']:.2f} "
       f"(target at most 0.8)")
