@@ -65,10 +65,10 @@ bool DVDMediaPlayerBus::Construct(GrabDVDController* controller, QWidget* videoW
     CoreMachDebugLog("media player bus: no session bus, MPRIS is off\n");
     return false;
   }
-  auto* root = new DVDMediaPlayerRootAdaptor(this);
+  // The adaptors are this object's children: the bus finds them through it.
+  new DVDMediaPlayerRootAdaptor(this);
   auto* player = new DVDMediaPlayerPlayerAdaptor(this);
   new DVDMediaPlayerGrabAdaptor(this);
-  static_cast<void>(root);
   connect(this, &DVDMediaPlayerBus::seeked, player, &DVDMediaPlayerPlayerAdaptor::Seeked);
   if (!CoreVerify(mBus.registerObject(QString::fromLatin1(kObjectPath), this))) return false;
   // A second player takes the name the interface gives further instances.
