@@ -126,7 +126,8 @@ QRect DVDVideoView::pictureRect() const {
   if (std::abs(picture / content - 1.0) > 0.01) {
     QSize const fitted = picture > content ? QSize(width(), int(std::lround(width() / picture)))
                                            : QSize(int(std::lround(height() * picture)), height());
-    target = QRect(QPoint((width() - fitted.width()) / 2, (height() - fitted.height()) / 2), fitted);
+    QPoint const corner((width() - fitted.width()) / 2, (height() - fitted.height()) / 2);
+    target = QRect(corner, fitted);
   }
   return target;
 }
@@ -146,7 +147,8 @@ bool DVDVideoView::convertTo(QSize size) {
       sws_getCachedContext(mScaler, width, height, AV_PIX_FMT_YUV420P, size.width(), size.height(),
                            AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr, nullptr, nullptr);
   if (!CoreVerify(scaler != nullptr)) return false;
-  if (scaler != mScaler || mScalerMatrix != mInfo.matrix || mScalerFullRange != bool(mInfo.fullRange)) {
+  if (scaler != mScaler || mScalerMatrix != mInfo.matrix ||
+      mScalerFullRange != bool(mInfo.fullRange)) {
     // The stream's matrix and range, to full-range RGB, as the stills convert.
     int const space = mInfo.matrix == kDVDColorMatrixBT709       ? SWS_CS_ITU709
                       : mInfo.matrix == kDVDColorMatrixSMPTE240M ? SWS_CS_SMPTE240M
