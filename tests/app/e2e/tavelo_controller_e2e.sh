@@ -23,16 +23,17 @@ printf '#!/bin/sh\necho "$@" >>"%s/opened"\n' "$work" >"$work/bin/xdg-open"
 chmod +x "$work/bin/xdg-open"
 export PATH=$work/bin:$PATH
 
-seek_bar() {  # seek_bar: reads the controller's seek bar into left right top bottom marks handle
+read_seek_bar() {  # read_seek_bar: the controller's seek bar into left right top bottom marks
+  # handle; fails (1) when no handle is seen (a capture while the window is being drawn)
   import -window "$control" "$work/control.png" 2>/dev/null
   convert "$work/control.png" txt:- >"$work/control.txt"
-  local found
   found=$(awk -f "$e2e_dir/seekbar.awk" "$work/control.txt")
   read -r left right top bottom <<<"$(sed -n 1p <<<"$found")"
   marks=$(sed -n 's/^marks *//p' <<<"$found")
   handle=$(sed -n 's/^handle //p' <<<"$found")
-  [ -n "$handle" ] || fail "no handle on the seek bar ($found)"
+  [ -n "$handle" ]
 }
+seek_bar() { wait_until 5 read_seek_bar || fail "no handle on the seek bar ($found)"; }
 x_of_frame() { echo $((left + $1 * (right - left) / (frames - 1))); }
 near() { [ $(($1 - $2)) -le "$3" ] && [ $(($2 - $1)) -le "$3" ]; }
 status_words() {  # status_words: tesseract's words (TSV) under the seek bar, three times enlarged
@@ -45,9 +46,9 @@ status_text() { status_words | cut -d' ' -f5- | tr '\n' ' '; }
 # Leaves the words read in `words` and `text`: the status line may be gone by a second reading.
 status_has() { words=$(status_words); text=$(cut -d' ' -f5- <<<"$words" | tr '\n' ' '); grep -q "$1" <<<"$text"; }
 status_lacks() { ! status_has "$1"; }
-handle_at() { seek_bar; [ "$handle" = "$1" ]; }
-handle_past() { seek_bar; [ "$handle" -gt "$1" ]; }
-handle_steady() { seek_bar; paused=$handle; holds 1 handle_at "$paused"; }
+handle_at() { read_seek_bar && [ "$handle" = "$1" ]; }
+handle_past() { read_seek_bar && [ "$handle" -gt "$1" ]; }
+handle_steady() { read_seek_bar && paused=$handle && holds 1 handle_at "$paused"; }
 # A tip is read on its own: it may close before the big windows have been read.
 tip_shows() { text=$(screen_text "$video" "$control"); grep -qF -- "$1" <<<"$text"; }
 frame_near() { frame=$(shown_frame); [ "$frame" -ge 0 ] && near "$frame" "$1" "$2"; }
