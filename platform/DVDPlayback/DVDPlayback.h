@@ -355,3 +355,11 @@ struct DVDPresentedPlanesInfo {
 // information then says the sizes needed).
 OSStatus DVDCopyPresentedPlanes(DVDPresentedPlanesInfo* outInfo, void* outPlanes,
                                 UInt32 inPlanesSize, void* outOverlay, UInt32 inOverlaySize);
+
+// A signature of every frame of a title, for lining two titles up: its luma averaged down
+// to kDVDSignatureWidth x kDVDSignatureHeight bytes (the whole stored picture, rows top
+// down), frames numbered as DVDGetTitleFrameCount counts them (a film picture shown at two
+// frames is given for both). Reads the whole title first, as DVDReadClosedCaptions does.
+enum : UInt16 { kDVDSignatureWidth = 32, kDVDSignatureHeight = 24 };
+using DVDFrameSignatureProcPtr = void (*)(UInt32 inFrame, UInt8 const* inLuma, void* inRefCon);
+OSStatus DVDReadFrameSignatures(UInt16 inTitle, DVDFrameSignatureProcPtr inProc, void* inRefCon);

@@ -1,0 +1,176 @@
+#include "StillAlign.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "CoreMachDebugLog.h"
+
+namespace {
+
+// The border left out of each signature: letterbox bands, crop and burnt-in bands change
+// there, the picture's content does not.
+constexpr int kBorderRows = 3;
+constexpr int kBorderColumns = 2;
+// Below this spread of levels a picture is flat: it says nothing of where it is.
+constexpr float kFlatSpread = 1.5f;
+// Candidates from the scene cuts looked at on the whole pictures.
+constexpr size_t kCandidates = 12;
+
+void Collect(uint32_t frame, UInt8 const* luma, void* refCon) {
+  auto* const s = static_cast<StillSignatures*>(refCon);
+  size_t const size = size_t(s->width * s->height);
+  // Frames come in order, each once; one missing is filled with its predecessor.
+  if (frame < s->frames) return;
+  while (s->frames < frame && s->frames > 0) {
+    s->luma.insert(s->luma.end(), s->luma.end() - std::ptrdiff_t(size), s->luma.end());
+    ++s->frames;
+  }
+  s->luma.insert(s->luma.end(), luma, luma + size);
+  s->frames = frame + 1;
+}
+
+}  // namespace
+
+OSStatus StillSignatures::Read(UInt16 title, StillSignatures* out) {
+  *out = StillSignatures{};
+  out->width = kDVDSignatureWidth;
+  out->height = kDVDSignatureHeight;
+  return CoreVerifyOSerr(DVDReadFrameSignatures(title, Collect, out));
+}
+
+void StillAlign::Normalise(StillSignatures const& s, std::vector<float>* out, int* size) {
+  int const rows = s.height - 2 * kBorderRows;
+  int const columns = s.width - 2 * kBorderColumns;
+  *size = std::max(0, rows * columns);
+  out->assign(size_t(*size) * s.frames, 0.0f);
+  for (uint32_t f = 0; f < s.frames; ++f) {
+    uint8_t const* const luma = s.Frame(f);
+    float* const v = out->data() + size_t(f) * size_t(*size);
+    int i = 0;
+    for (int y = kBorderRows; y < kBorderRows + rows; ++y) {
+      for (int x = kBorderColumns; x < kBorderColumns + columns; ++x) v[i++] = luma[y * s.width + x];
+    }
+    double sum = 0;
+    for (int k = 0; k < *size; ++k) sum += v[k];
+    float const mean = float(sum / *size);
+    double squares = 0;
+    for (int k = 0; k < *size; ++k) squares += double(v[k] - mean) * (v[k] - mean);
+    float const spread = float(std::sqrt(squares / *size));
+    for (int k = 0; k < *size; ++k) v[k] = spread < kFlatSpread ? 0.0f : (v[k] - mean) / spread;
+  }
+}
+
+std::vector<float> StillAlign::Cuts(std::vector<float> const& features, int size,
+                                    uint32_t frames) {
+  std::vector<float> cuts(frames, 0.0f);
+  for (uint32_t f = 1; f < frames; ++f) {
+    float const* const p = features.data() + size_t(f - 1) * size_t(size);
+    float const* const q = p + size;
+    double d = 0;
+    for (int k = 0; k < size; ++k) d += double(q[k] - p[k]) * (q[k] - p[k]);
+    cuts[f] = float(std::sqrt(d / size));
+  }
+  return cuts;
+}
+
+double StillAlign::Score(int offset) const {
+  int64_t const first = std::max<int64_t>(0, -int64_t(offset));
+  int64_t const end = std::min<int64_t>(mAFrames, int64_t(mBFrames) - offset);
+  double sum = 0;
+  int64_t counted = 0;
+  for (int64_t f = first; f < end; ++f) {
+    float const* const a = mA.data() + size_t(f) * size_t(mSize);
+    float const* const b = mB.data() + size_t(f + offset) * size_t(mSize);
+    double dot = 0;
+    bool flat = true;
+    for (int k = 0; k < mSize; ++k) {
+      dot += double(a[k]) * b[k];
+      flat = flat && a[k] == 0.0f;
+    }
+    // Flat in a: nothing to match; flat in b only: a mismatch.
+    if (flat) continue;
+    sum += dot / mSize;
+    ++counted;
+  }
+  return counted > 0 ? sum / double(counted) : -2.0;
+}
+
+bool StillAlign::Construct(StillSignatures const& a, StillSignatures const& b) {
+  if (!CoreVerify(a.width == b.width && a.height == b.height && a.frames > 1 && b.frames > 1)) {
+    return false;
+  }
+  Normalise(a, &mA, &mSize);
+  Normalise(b, &mB, &mSize);
+  mAFrames = a.frames;
+  mBFrames = b.frames;
+  if (!CoreVerify(mSize > 0)) return false;
+
+  // The scene cuts of each, correlated at every offset leaving enough overlap.
+  std::vector<float> const cutsA = Cuts(mA, mSize, mAFrames);
+  std::vector<float> const cutsB = Cuts(mB, mSize, mBFrames);
+  int64_t const overlap = std::max<int64_t>(2, std::min(mAFrames, mBFrames) / 3);
+  // Pearson's correlation of the two cut series where they overlap at offset.
+  auto const cutScore = [&](int64_t offset) {
+    int64_t const first = std::max<int64_t>(1, -offset);
+    int64_t const end = std::min<int64_t>(mAFrames, int64_t(mBFrames) - offset);
+    if (end - first < 2) return -1.0;
+    double sa = 0, sb = 0, saa = 0, sbb = 0, sab = 0;
+    for (int64_t f = first; f < end; ++f) {
+      double const x = cutsA[size_t(f)];
+      double const y = cutsB[size_t(f + offset)];
+      sa += x;
+      sb += y;
+      saa += x * x;
+      sbb += y * y;
+      sab += x * y;
+    }
+    double const n = double(end - first);
+    double const va = saa - sa * sa / n;
+    double const vb = sbb - sb * sb / n;
+    return va > 0 && vb > 0 ? (sab - sa * sb / n) / std::sqrt(va * vb) : 0.0;
+  };
+  std::vector<std::pair<double, int>> ranked;
+  for (int64_t offset = overlap - int64_t(mAFrames); offset <= int64_t(mBFrames) - overlap; ++offset) {
+    ranked.emplace_back(cutScore(offset), int(offset));
+  }
+  if (!CoreVerify(!ranked.empty())) return false;
+  size_t const keep = std::min(kCandidates, ranked.size());
+  std::partial_sort(ranked.begin(), ranked.begin() + std::ptrdiff_t(keep), ranked.end(),
+                    [](auto const& x, auto const& y) { return x.first > y.first; });
+
+  // The candidates and their neighbours, judged on the cuts and the whole pictures together:
+  // slow pictures match their neighbours nearly as well, the cuts fall on one frame only.
+  struct Candidate {
+    int offset;
+    double cuts;
+    double pictures;
+  };
+  std::vector<Candidate> scored;
+  for (size_t i = 0; i < keep; ++i) {
+    for (int d = -1; d <= 1; ++d) {
+      int const offset = ranked[i].second + d;
+      bool seen = false;
+      for (Candidate const& c : scored) seen = seen || c.offset == offset;
+      if (!seen) scored.push_back({offset, cutScore(offset), Score(offset)});
+    }
+  }
+  std::sort(scored.begin(), scored.end(), [](Candidate const& x, Candidate const& y) {
+    return x.cuts + x.pictures > y.cuts + y.pictures;
+  });
+  mOffset = scored[0].offset;
+  mMatch = scored[0].pictures;
+  if (!CoreVerify(mMatch > 0.0 && scored[0].cuts > 0.0)) return false;
+  // How far the best other offset's cuts fall below the chosen one's, against a perfect match.
+  double second = 0.0;
+  for (size_t i = 1; i < scored.size(); ++i) second = std::max(second, scored[i].cuts);
+  mConfidence = std::clamp((scored[0].cuts - second) / std::max(1e-6, 1.0 - second), 0.0, 1.0);
+  return true;
+}
+
+bool StillAlign::Map(uint32_t frame, uint32_t bFrames, uint32_t* bFrame) const {
+  int64_t const mapped = int64_t(frame) + mOffset;
+  if (mapped < 0 || mapped >= int64_t(bFrames)) return false;
+  *bFrame = uint32_t(mapped);
+  return true;
+}

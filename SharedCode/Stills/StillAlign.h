@@ -1,0 +1,58 @@
+// Lines two titles up (two releases of one film): from a small luma picture of every frame
+// of each, the frame offset that matches them best. The centre of each picture is compared
+// after its own mean and contrast are taken out, so that another encoder or bit rate, a few
+// rows of crop or letterbox and a brightness or contrast change still match; pictures that
+// are one flat colour (black, a fade) say nothing and are left out. The offset is searched
+// first on the scene cuts alone (how much each picture differs from the one before), over
+// every offset that leaves a third of the shorter title overlapping, then the best few
+// candidates on the whole pictures.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "DVDPlayback.h"
+
+// One title's signatures: width x height luma bytes a frame, frames in title order.
+struct StillSignatures {
+  int width = 0;
+  int height = 0;
+  uint32_t frames = 0;
+  std::vector<uint8_t> luma;
+
+  // Every frame of a title of the disc open in this session (the title is read through).
+  static OSStatus Read(UInt16 title, StillSignatures* out);
+  uint8_t const* Frame(uint32_t frame) const { return luma.data() + size_t(frame) * size_t(width * height); }
+};
+
+class StillAlign {
+ public:
+  // False when the titles have too few pictures with anything in them to line up.
+  bool Construct(StillSignatures const& a, StillSignatures const& b);
+
+  // Frame n of a matches frame n + Offset() of b.
+  int Offset() const { return mOffset; }
+  // How surely: 0 (another offset fits as well) to 1 (nothing else comes near).
+  double Confidence() const { return mConfidence; }
+  // How alike the matched pictures are, on average: a correlation, -1 to 1.
+  double Match() const { return mMatch; }
+  // The frame of b matching frame of a; false when b has none there.
+  bool Map(uint32_t frame, uint32_t bFrames, uint32_t* bFrame) const;
+
+ private:
+  // The centre of each frame, mean and contrast taken out; flat frames are all zero.
+  static void Normalise(StillSignatures const& s, std::vector<float>* out, int* size);
+  // How much each frame differs from the one before, mean and contrast of the title taken out.
+  static std::vector<float> Cuts(std::vector<float> const& features, int size, uint32_t frames);
+  // The mean correlation of the pictures overlapping at offset (-2 when none overlap).
+  double Score(int offset) const;
+
+  std::vector<float> mA;
+  std::vector<float> mB;
+  int mSize = 0;  // values a frame
+  uint32_t mAFrames = 0;
+  uint32_t mBFrames = 0;
+  int mOffset = 0;
+  double mConfidence = 0;
+  double mMatch = 0;
+};
