@@ -8,10 +8,12 @@
 #include <QRegularExpression>
 #include <QSaveFile>
 
+#include <cstdlib>
 #include <optional>
 
 #include <unistd.h>
 
+#include "GrabCompare.h"
 #include "StillBatch.h"
 #include "StillNames.h"
 #include "StillPlan.h"
@@ -53,6 +55,11 @@ char const GrabCommand::kUsage[] =
     "  --sheet COLSxROWS   one contact sheet (COLS x ROWS stills spread over the title unless\n"
     "                      told otherwise)\n"
     "  --sheet-width PX    (default 1600)\n"
+    "  --compare OTHER     each still with the matching frame of another disc's title, lined\n"
+    "                      up by their pictures (printed); files named with {side} (A or B),\n"
+    "                      default \"{disc} {time} {side}\"; --sheet lays the pairs out in rows\n"
+    "  --other-title N     the other disc's title (default: its longest)\n"
+    "  --offset N          frame n of the first is frame n + N of the other: no lining up\n"
     "  -q                  no progress\n"
     "Each file written is named on standard output. Exit status: 0 all written, 1 some stills\n"
     "could not be taken, 2 bad arguments, 3 the disc cannot be opened.\n";
@@ -77,6 +84,8 @@ struct Options {
   QString audio;
   QString subtitles;
   QString captionsFile;  // --captions
+  GrabCompareOptions compare;  // compared when compare.other is set
+  bool named = false;          // --name given
 };
 
 // A positive whole number within [low, high].
@@ -139,7 +148,8 @@ bool Parser::Parse(Options* o) {
         QStringLiteral("--count"),   QStringLiteral("-o"),        QStringLiteral("--format"),
         QStringLiteral("--quality"), QStringLiteral("--name"),    QStringLiteral("--size"),
         QStringLiteral("--deinterlace"), QStringLiteral("--sheet"), QStringLiteral("--sheet-width"),
-        QStringLiteral("--audio"), QStringLiteral("--captions")};
+        QStringLiteral("--audio"), QStringLiteral("--captions"), QStringLiteral("--compare"),
+        QStringLiteral("--other-title"), QStringLiteral("--offset")};
     if (withValue.contains(name)) {
       if (!inlineValue) {
         if (i + 1 >= mArgs.size()) return Bad(name, "needs a value");
@@ -199,11 +209,22 @@ bool Parser::Parse(Options* o) {
     } else if (name == QLatin1String("--name")) {
       QString expanded;
       QString bad;
-      if (!StillNames::Expand(value, StillPlace{}, &expanded, &bad)) {
+      if (!StillNames::Expand(QString(value).replace(QLatin1String("{side}"), QLatin1String("A")),
+                              StillPlace{}, &expanded, &bad)) {
         return Bad(name, "accepts a file name with the fields {disc} {title} {chapter} {time} "
                          "{frame} {n}, no folders");
       }
       o->batch.nameTemplate = value;
+      o->named = true;
+    } else if (name == QLatin1String("--compare")) {
+      o->compare.other = value;
+    } else if (name == QLatin1String("--other-title")) {
+      if (!Number(value, 1, 99, &o->compare.otherTitle)) return Bad(name, "accepts 1-99");
+    } else if (name == QLatin1String("--offset")) {
+      bool ok = false;
+      int const offset = value.toInt(&ok);
+      if (!ok || std::abs(offset) > 10000000) return Bad(name, "accepts a number of frames, + or -");
+      o->compare.offset = offset;
     } else if (name == QLatin1String("--size")) {
       int w = 0;
       int h = 0;
@@ -513,6 +534,12 @@ int GrabCommand::Run(QStringList const& args, std::FILE* out, std::FILE* err,
       if (done == total) std::fputc('\n', err);
       std::fflush(err);
     };
+  }
+  if (!o.compare.other.isEmpty()) {
+    o.compare.first = o.disc;
+    if (!o.named) o.batch.nameTemplate = QStringLiteral("{disc} {time} {side}");
+    int const missing = GrabCompare::Run(taker, discName, *title, plan, o.batch, o.compare, report, err, cancel);
+    return missing < 0 ? kDiscUnusable : missing ? kSomeMissing : kWritten;
   }
   int const failures = StillBatch::Run(taker, discName, *title, plan, o.batch, report, cancel);
   return failures ? kSomeMissing : kWritten;
