@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <QGenericMatrix>
-#include <QGuiApplication>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLShaderProgram>
@@ -99,8 +98,6 @@ DVDVideoGLWindow::~DVDVideoGLWindow() {
 
 bool DVDVideoGLWindow::Available() {
   static int const available = [] {
-    QString const platform = QGuiApplication::platformName();
-    if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal")) return 0;
     QOpenGLContext context;
     if (!context.create()) return 0;
     QOffscreenSurface surface;

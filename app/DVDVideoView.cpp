@@ -1,6 +1,7 @@
 #include "DVDVideoView.h"
 
 #include <QByteArray>
+#include <QGuiApplication>
 #include <QMetaObject>
 #include <QPainter>
 #include <QPaintEvent>
@@ -38,8 +39,10 @@ DVDVideoView::~DVDVideoView() {
   // Once this returns the callback no longer runs, so nothing refers to this view.
   if (mPresenting) DVDSetFrameReadyCallBack(nullptr, nullptr);
   sws_freeContext(mScaler);
-  unsigned const drawn = mPicturesDrawn + (mGL ? mGL->picturesDrawn() : 0);
-  CoreMachDebugLog("video output: %u pictures drawn (%s)\n", drawn, mGL ? "gpu" : "software");
+  if (mPresenting) {
+    unsigned const drawn = mPicturesDrawn + (mGL ? mGL->picturesDrawn() : 0);
+    CoreMachDebugLog("video output: %u pictures drawn (%s)\n", drawn, mGL ? "gpu" : "software");
+  }
 }
 
 DVDVideoView::Output DVDVideoView::ChosenOutput() {
@@ -51,7 +54,12 @@ DVDVideoView::Output DVDVideoView::ChosenOutput() {
                    .toString()
                    .toLatin1();
     }
-    if (wanted == "software") return Output::Software;
+    QString const platform = QGuiApplication::platformName();
+    // Without a display (tests, the offscreen platform) nothing is shown anyway.
+    if (wanted == "software" || platform == QLatin1String("offscreen") ||
+        platform == QLatin1String("minimal")) {
+      return Output::Software;
+    }
     if (!DVDVideoGLWindow::Available()) {
       CoreMachDebugLog("video output: no OpenGL with shaders, pictures are drawn in software\n");
       return Output::Software;
