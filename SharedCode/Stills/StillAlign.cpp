@@ -14,6 +14,9 @@ constexpr int kBorderRows = 3;
 constexpr int kBorderColumns = 2;
 // Below this spread of levels a picture is flat: it says nothing of where it is.
 constexpr float kFlatSpread = 1.5f;
+// Normalised levels are kept in a byte each, in steps of 1/32 of the picture's spread: a
+// long title's signatures stay small, and the sums are whole numbers.
+constexpr float kUnit = 32.0f;
 // Candidates from the scene cuts looked at on the whole pictures.
 constexpr size_t kCandidates = 12;
 
@@ -39,37 +42,42 @@ OSStatus StillSignatures::Read(UInt16 title, StillSignatures* out) {
   return CoreVerifyOSerr(DVDReadFrameSignatures(title, Collect, out));
 }
 
-void StillAlign::Normalise(StillSignatures const& s, std::vector<float>* out, int* size) {
+void StillAlign::Normalise(StillSignatures const& s, std::vector<int8_t>* out, int* size) {
   int const rows = s.height - 2 * kBorderRows;
   int const columns = s.width - 2 * kBorderColumns;
   *size = std::max(0, rows * columns);
-  out->assign(size_t(*size) * s.frames, 0.0f);
+  out->assign(size_t(*size) * s.frames, 0);
+  std::vector<float> v;
+  v.resize(static_cast<size_t>(*size));
   for (uint32_t f = 0; f < s.frames; ++f) {
     uint8_t const* const luma = s.Frame(f);
-    float* const v = out->data() + size_t(f) * size_t(*size);
+    int8_t* const o = out->data() + size_t(f) * size_t(*size);
     int i = 0;
     for (int y = kBorderRows; y < kBorderRows + rows; ++y) {
-      for (int x = kBorderColumns; x < kBorderColumns + columns; ++x) v[i++] = luma[y * s.width + x];
+      for (int x = kBorderColumns; x < kBorderColumns + columns; ++x) v[size_t(i++)] = luma[y * s.width + x];
     }
     double sum = 0;
-    for (int k = 0; k < *size; ++k) sum += v[k];
+    for (float x : v) sum += x;
     float const mean = float(sum / *size);
     double squares = 0;
-    for (int k = 0; k < *size; ++k) squares += double(v[k] - mean) * (v[k] - mean);
+    for (float x : v) squares += double(x - mean) * (x - mean);
     float const spread = float(std::sqrt(squares / *size));
-    for (int k = 0; k < *size; ++k) v[k] = spread < kFlatSpread ? 0.0f : (v[k] - mean) / spread;
+    if (spread < kFlatSpread) continue;
+    for (size_t k = 0; k < v.size(); ++k) {
+      o[k] = int8_t(std::clamp(std::lround((v[k] - mean) / spread * kUnit), -127L, 127L));
+    }
   }
 }
 
-std::vector<float> StillAlign::Cuts(std::vector<float> const& features, int size,
+std::vector<float> StillAlign::Cuts(std::vector<int8_t> const& features, int size,
                                     uint32_t frames) {
   std::vector<float> cuts(frames, 0.0f);
   for (uint32_t f = 1; f < frames; ++f) {
-    float const* const p = features.data() + size_t(f - 1) * size_t(size);
-    float const* const q = p + size;
-    double d = 0;
-    for (int k = 0; k < size; ++k) d += double(q[k] - p[k]) * (q[k] - p[k]);
-    cuts[f] = float(std::sqrt(d / size));
+    int8_t const* const p = features.data() + size_t(f - 1) * size_t(size);
+    int8_t const* const q = p + size;
+    int32_t d = 0;
+    for (int k = 0; k < size; ++k) d += (q[k] - p[k]) * (q[k] - p[k]);
+    cuts[f] = float(std::sqrt(double(d) / size) / kUnit);
   }
   return cuts;
 }
@@ -80,17 +88,17 @@ double StillAlign::Score(int offset) const {
   double sum = 0;
   int64_t counted = 0;
   for (int64_t f = first; f < end; ++f) {
-    float const* const a = mA.data() + size_t(f) * size_t(mSize);
-    float const* const b = mB.data() + size_t(f + offset) * size_t(mSize);
-    double dot = 0;
+    int8_t const* const a = mA.data() + size_t(f) * size_t(mSize);
+    int8_t const* const b = mB.data() + size_t(f + offset) * size_t(mSize);
+    int32_t dot = 0;
     bool flat = true;
     for (int k = 0; k < mSize; ++k) {
-      dot += double(a[k]) * b[k];
-      flat = flat && a[k] == 0.0f;
+      dot += a[k] * b[k];
+      flat = flat && a[k] == 0;
     }
     // Flat in a: nothing to match; flat in b only: a mismatch.
     if (flat) continue;
-    sum += dot / mSize;
+    sum += double(dot) / (double(mSize) * kUnit * kUnit);
     ++counted;
   }
   return counted > 0 ? sum / double(counted) : -2.0;

@@ -41,14 +41,14 @@ class StillAlign {
 
  private:
   // The centre of each frame, mean and contrast taken out; flat frames are all zero.
-  static void Normalise(StillSignatures const& s, std::vector<float>* out, int* size);
+  static void Normalise(StillSignatures const& s, std::vector<int8_t>* out, int* size);
   // How much each frame differs from the one before, mean and contrast of the title taken out.
-  static std::vector<float> Cuts(std::vector<float> const& features, int size, uint32_t frames);
+  static std::vector<float> Cuts(std::vector<int8_t> const& features, int size, uint32_t frames);
   // The mean correlation of the pictures overlapping at offset (-2 when none overlap).
   double Score(int offset) const;
 
-  std::vector<float> mA;
-  std::vector<float> mB;
+  std::vector<int8_t> mA;
+  std::vector<int8_t> mB;
   int mSize = 0;  // values a frame
   uint32_t mAFrames = 0;
   uint32_t mBFrames = 0;
