@@ -130,4 +130,32 @@ TEST(GrabCompare, SheetOfPairs) {
   EXPECT_GT(image.height(), 4 * 500);
 }
 
+// Film flagged for pulldown against the same film as 29.97 progressive frames with 15 frames
+// of black in front: lined up, every pair shows the same film frame.
+TEST(GrabCompare, SoftTelecineAgainstProgressiveVideo) {
+  constexpr int kFilmLead = 15;
+  StillSignatures soft;
+  StillSignatures video;
+  ASSERT_TRUE(Signatures(Side("soft"), &soft));
+  ASSERT_TRUE(Signatures(Side("video"), &video));
+  EXPECT_EQ(600u, soft.frames);
+  StillAlign align;
+  ASSERT_TRUE(align.Construct(soft, video));
+  EXPECT_EQ(kFilmLead, align.Offset());
+
+  QTemporaryDir dir;
+  ASSERT_TRUE(dir.isValid());
+  Result const r = Grab({QStringLiteral("--compare"), Side("video"), QStringLiteral("--count"), QStringLiteral("20"),
+                         QStringLiteral("--size"), QStringLiteral("stored"), QStringLiteral("--format"),
+                         QStringLiteral("png"), QStringLiteral("-o"), dir.path(), Side("soft")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  QStringList const files = QDir(dir.path()).entryList({QStringLiteral("*.png")}, QDir::Files, QDir::Name);
+  ASSERT_EQ(40, files.size());
+  for (qsizetype i = 0; i + 1 < files.size(); i += 2) {
+    int const codeA = Barcode(QImage(dir.filePath(files[i])));
+    EXPECT_GE(codeA, 0) << files[i].toStdString();
+    EXPECT_EQ(codeA, Barcode(QImage(dir.filePath(files[i + 1])))) << files[i].toStdString();
+  }
+}
+
 }  // namespace
