@@ -22,6 +22,8 @@ extern "C" {
 #include <set>
 #include <vector>
 
+#include <unistd.h>
+
 namespace dvd {
 
 namespace {
@@ -104,7 +106,10 @@ DVDCaptionScan::~DVDCaptionScan() = default;
 bool DVDCaptionScan::Extents(int title, std::vector<Extent>* extents) {
   extents->clear();
   if (!mReader && !mUnreadable) {
-    mReader.reset(DVDOpen2(nullptr, DVDReadLogger(), mPath.c_str()));
+    // libdvdread leaks what it allocated for a path it cannot open: asked only of one there.
+    if (::access(mPath.c_str(), R_OK) == 0) {
+      mReader.reset(DVDOpen2(nullptr, DVDReadLogger(), mPath.c_str()));
+    }
     mFiles = std::make_unique<Files>();
     if (mReader) mFiles->manager.reset(ifoOpen(mReader.get(), 0));
     mUnreadable = !mReader || !mFiles->manager || !mFiles->manager->tt_srpt;

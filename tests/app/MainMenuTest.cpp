@@ -20,7 +20,7 @@ class MainMenuTest : public testing::Test {
     tavelo_test::LogTail tail;
     ASSERT_TRUE(mNib.Construct());
     // Loading the nibs and every awake step pass their checks.
-    EXPECT_TRUE(tail.Lines().empty());
+    EXPECT_TRUE(tail.Lines().empty()) << tail.Text();
     mNib.controller()->applicationDidFinishLaunching();
     mNib.validateMenuItems();
   }
