@@ -19,6 +19,12 @@ constexpr float kFlatSpread = 1.5f;
 constexpr float kUnit = 32.0f;
 // Candidates from the scene cuts looked at on the whole pictures.
 constexpr size_t kCandidates = 12;
+// What a change of offset along the title costs: the summed match of this many well-matched
+// frames, so that only a run of frames that fits another offset clearly makes a piece.
+constexpr double kPieceCost = 12.0;
+// And a piece must match clearly better than the title's offset, frame for frame: in smooth,
+// slow pictures other offsets fit nearly as well, and the small gains add up.
+constexpr double kPieceGain = 0.25;
 
 void Collect(uint32_t frame, UInt8 const* luma, void* refCon) {
   auto* const s = static_cast<StillSignatures*>(refCon);
@@ -173,11 +179,82 @@ bool StillAlign::Construct(StillSignatures const& a, StillSignatures const& b) {
   double second = 0.0;
   for (size_t i = 1; i < scored.size(); ++i) second = std::max(second, scored[i].cuts);
   mConfidence = std::clamp((scored[0].cuts - second) / std::max(1e-6, 1.0 - second), 0.0, 1.0);
+
+  // The pieces choose among the best offset and the other candidates of the cuts, one of
+  // each cluster (a candidate's neighbours fit slow pictures nearly as well).
+  std::vector<int> candidates{mOffset};
+  for (size_t i = 0; i < keep; ++i) {
+    bool near = false;
+    for (int c : candidates) near = near || std::abs(c - ranked[i].second) <= 2;
+    if (!near && ranked[i].first > 0.0) candidates.push_back(ranked[i].second);
+  }
+  FindPieces(candidates);
   return true;
 }
 
+double StillAlign::FrameScore(uint32_t frame, int offset) const {
+  int64_t const other = int64_t(frame) + offset;
+  if (other < 0 || other >= int64_t(mBFrames)) return -1.0;
+  int8_t const* const a = mA.data() + size_t(frame) * size_t(mSize);
+  int8_t const* const b = mB.data() + size_t(other) * size_t(mSize);
+  int32_t dot = 0;
+  bool flat = true;
+  for (int k = 0; k < mSize; ++k) {
+    dot += a[k] * b[k];
+    flat = flat && a[k] == 0;
+  }
+  return flat ? 0.0 : double(dot) / (double(mSize) * kUnit * kUnit);
+}
+
+void StillAlign::FindPieces(std::vector<int> const& candidates) {
+  // The best path through the candidates, frame by frame (Viterbi), then read back.
+  size_t const count = candidates.size();
+  std::vector<double> total(count, 0.0);
+  std::vector<uint8_t> from(size_t(mAFrames) * count, 0);
+  for (uint32_t f = 0; f < mAFrames; ++f) {
+    size_t best = 0;
+    for (size_t c = 1; c < count; ++c) {
+      if (total[c] > total[best]) best = c;
+    }
+    std::vector<double> next(count);
+    for (size_t c = 0; c < count; ++c) {
+      bool const stay = total[c] >= total[best] - kPieceCost;
+      size_t const previous = stay ? c : best;
+      from[size_t(f) * count + c] = uint8_t(previous);
+      next[c] = (stay ? total[c] : total[best] - kPieceCost) + FrameScore(f, candidates[c]);
+    }
+    total = next;
+  }
+  size_t c = size_t(std::max_element(total.begin(), total.end()) - total.begin());
+  std::vector<size_t> path(mAFrames);
+  for (uint32_t f = mAFrames; f-- > 0;) {
+    path[f] = c;
+    c = from[size_t(f) * count + c];
+  }
+  std::vector<int> offsets(mAFrames);
+  for (uint32_t f = 0; f < mAFrames; ++f) offsets[f] = candidates[path[f]];
+  for (uint32_t f = 0; f < mAFrames;) {
+    uint32_t end = f;
+    while (end < mAFrames && offsets[end] == offsets[f]) ++end;
+    if (offsets[f] != mOffset) {
+      double gain = 0;
+      for (uint32_t g = f; g < end; ++g) gain += FrameScore(g, offsets[f]) - FrameScore(g, mOffset);
+      if (gain / double(end - f) < kPieceGain) std::fill(offsets.begin() + f, offsets.begin() + end, mOffset);
+    }
+    f = end;
+  }
+  mPieces.clear();
+  for (uint32_t f = 0; f < mAFrames; ++f) {
+    if (mPieces.empty() || mPieces.back().offset != offsets[f]) mPieces.push_back({f, offsets[f]});
+  }
+}
+
 bool StillAlign::Map(uint32_t frame, uint32_t bFrames, uint32_t* bFrame) const {
-  int64_t const mapped = int64_t(frame) + mOffset;
+  int offset = mOffset;
+  for (StillAlignPiece const& piece : mPieces) {
+    if (piece.firstFrame <= frame) offset = piece.offset;
+  }
+  int64_t const mapped = int64_t(frame) + offset;
   if (mapped < 0 || mapped >= int64_t(bFrames)) return false;
   *bFrame = uint32_t(mapped);
   return true;

@@ -25,6 +25,12 @@ struct StillSignatures {
   uint8_t const* Frame(uint32_t frame) const { return luma.data() + size_t(frame) * size_t(width * height); }
 };
 
+// From firstFrame of a on (up to the next piece's), frame n of a matches n + offset of b.
+struct StillAlignPiece {
+  uint32_t firstFrame = 0;
+  int offset = 0;
+};
+
 class StillAlign {
  public:
   // False when the titles have too few pictures with anything in them to line up.
@@ -36,7 +42,10 @@ class StillAlign {
   double Confidence() const { return mConfidence; }
   // How alike the matched pictures are, on average: a correlation, -1 to 1.
   double Match() const { return mMatch; }
-  // The frame of b matching frame of a; false when b has none there.
+  // Where the offset changes along the title (a shot added or cut in one of them): the
+  // pieces in order, the first from frame 0; one piece when it does not change.
+  std::vector<StillAlignPiece> const& Pieces() const { return mPieces; }
+  // The frame of b matching frame of a, by its piece; false when b has none there.
   bool Map(uint32_t frame, uint32_t bFrames, uint32_t* bFrame) const;
 
  private:
@@ -46,6 +55,11 @@ class StillAlign {
   static std::vector<float> Cuts(std::vector<int8_t> const& features, int size, uint32_t frames);
   // The mean correlation of the pictures overlapping at offset (-2 when none overlap).
   double Score(int offset) const;
+  // How alike frame of a and frame + offset of b are (0 when a's is flat, -1 when b has none).
+  double FrameScore(uint32_t frame, int offset) const;
+  // The pieces: each frame of a given one of the candidate offsets, a change of offset
+  // costing as much as a run of well-matched frames.
+  void FindPieces(std::vector<int> const& candidates);
 
   std::vector<int8_t> mA;
   std::vector<int8_t> mB;
@@ -55,4 +69,5 @@ class StillAlign {
   int mOffset = 0;
   double mConfidence = 0;
   double mMatch = 0;
+  std::vector<StillAlignPiece> mPieces;
 };

@@ -7,6 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
 
 #include "GrabRun.h"
 #include "StillAlign.h"
@@ -67,6 +70,67 @@ TEST(StillAlign, FindsTheLeadExactly) {
   EXPECT_TRUE(align.Map(100, b.frames, &mapped));
   EXPECT_EQ(100u + kLead, mapped);
   EXPECT_FALSE(back.Map(10, a.frames, &mapped));  // b's lead has nothing in a
+  // Nothing added or cut along the way: one piece.
+  ASSERT_EQ(1u, align.Pieces().size());
+  EXPECT_EQ(kLead, align.Pieces()[0].offset);
+}
+
+// Signatures made up of scenes of moving patterns, for the pieces: b has 10 flat frames in
+// front and misses a's frames 400-429 (a shot cut out).
+StillSignatures MadeUp(std::vector<std::pair<uint32_t, uint32_t>> const& runs, uint32_t flatFirst) {
+  constexpr int kW = kDVDSignatureWidth;
+  constexpr int kH = kDVDSignatureHeight;
+  StillSignatures s;
+  s.width = kW;
+  s.height = kH;
+  auto const frame = [&](uint32_t n) {
+    // Scene: 60-140 frames, each its own pattern drifting by a pixel a frame.
+    uint32_t scene = 0;
+    uint32_t start = 0;
+    for (uint32_t at = 0;; ++scene) {
+      uint32_t const length = 60 + (scene * 37) % 81;
+      if (n < at + length) { start = at; break; }
+      at += length;
+    }
+    std::vector<uint8_t> luma(size_t(kW * kH));
+    for (int y = 0; y < kH; ++y) {
+      for (int x = 0; x < kW; ++x) {
+        double const t = double(n - start);
+        double const v = std::sin((x + t * 0.7) * (0.3 + 0.05 * (scene % 5)) + scene) *
+                         std::cos((y - t * 0.4) * (0.25 + 0.04 * (scene % 7)) + 2.0 * scene);
+        luma[size_t(y * kW + x)] = uint8_t(128 + 90 * v);
+      }
+    }
+    return luma;
+  };
+  for (uint32_t i = 0; i < flatFirst; ++i) s.luma.insert(s.luma.end(), size_t(kW * kH), uint8_t(16));
+  s.frames = flatFirst;
+  for (auto const& run : runs) {
+    for (uint32_t n = run.first; n < run.second; ++n) {
+      std::vector<uint8_t> const luma = frame(n);
+      s.luma.insert(s.luma.end(), luma.begin(), luma.end());
+      ++s.frames;
+    }
+  }
+  return s;
+}
+
+TEST(StillAlign, PiecesWhereAShotIsCutOut) {
+  StillSignatures const a = MadeUp({{0, 900}}, 0);
+  StillSignatures const b = MadeUp({{0, 400}, {430, 900}}, 10);
+  StillAlign align;
+  ASSERT_TRUE(align.Construct(a, b));
+  ASSERT_EQ(2u, align.Pieces().size());
+  EXPECT_EQ(0u, align.Pieces()[0].firstFrame);
+  EXPECT_EQ(10, align.Pieces()[0].offset);
+  EXPECT_EQ(-20, align.Pieces()[1].offset);
+  EXPECT_GE(align.Pieces()[1].firstFrame, 400u);
+  EXPECT_LE(align.Pieces()[1].firstFrame, 430u);
+  uint32_t mapped = 0;
+  ASSERT_TRUE(align.Map(100, b.frames, &mapped));
+  EXPECT_EQ(110u, mapped);
+  ASSERT_TRUE(align.Map(700, b.frames, &mapped));
+  EXPECT_EQ(680u, mapped);
 }
 
 // Every pair shows one source frame on both sides: the same barcode, and the sides' files
@@ -142,6 +206,8 @@ TEST(GrabCompare, SoftTelecineAgainstProgressiveVideo) {
   StillAlign align;
   ASSERT_TRUE(align.Construct(soft, video));
   EXPECT_EQ(kFilmLead, align.Offset());
+  // Slow, smooth scenes fit nearby offsets nearly as well: still one piece.
+  EXPECT_EQ(1u, align.Pieces().size());
 
   QTemporaryDir dir;
   ASSERT_TRUE(dir.isValid());

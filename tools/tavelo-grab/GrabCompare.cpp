@@ -72,9 +72,9 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
     return -1;
   }
   int offset = compare.offset.value_or(0);
+  StillAlign align;
   if (!compare.offset) {
     StillSignatures second;
-    StillAlign align;
     if (StillSignatures::Read(other.number, &second) != noErr || !align.Construct(first, second)) {
       std::fprintf(err, "tavelo-grab: --compare: the titles cannot be lined up\n");
       return -1;
@@ -82,6 +82,11 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
     offset = align.Offset();
     std::fprintf(err, "alignment: offset %d frames (B = A %c %d), confidence %.2f, match %.2f\n",
                  offset, offset < 0 ? '-' : '+', std::abs(offset), align.Confidence(), align.Match());
+    if (align.Pieces().size() > 1) {
+      for (StillAlignPiece const& piece : align.Pieces()) {
+        std::fprintf(err, "alignment: from frame %u of A: offset %d frames\n", unsigned(piece.firstFrame), piece.offset);
+      }
+    }
   } else {
     std::fprintf(err, "alignment: offset %d frames (given)\n", offset);
   }
@@ -90,8 +95,14 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
   Side b{"B", other.number, {}};
   for (StillPlanEntry const& e : entries) {
     int64_t const mapped = int64_t(e.frame) + offset;
+    uint32_t matched = kDVDNoFrame;
+    if (compare.offset) {
+      if (mapped >= 0 && mapped < int64_t(other.info.frames)) matched = uint32_t(mapped);
+    } else if (!align.Map(e.frame, other.info.frames, &matched)) {
+      matched = kDVDNoFrame;
+    }
     a.frames.push_back(e.frame);
-    b.frames.push_back(mapped >= 0 && mapped < int64_t(other.info.frames) ? uint32_t(mapped) : kDVDNoFrame);
+    b.frames.push_back(matched);
   }
   NSBitmapImageRep::QuickSaveSettings settings = NSBitmapImageRep::quickSaveSettings();
   settings.jpegCompressionFactor = float(options.quality) / 100.0f;
