@@ -16,6 +16,8 @@ extern "C" {
 #include <algorithm>
 #include <set>
 
+#include <unistd.h>
+
 namespace dvd {
 
 namespace {
@@ -43,6 +45,8 @@ DVDFrameScan::~DVDFrameScan() = default;
 
 bool DVDFrameScan::Extents(int title, std::vector<Extent>* extents) {
   extents->clear();
+  // libdvdread leaks what it allocated for a path it cannot open: asked only of one there.
+  if (::access(mPath.c_str(), R_OK) != 0) return false;
   mReader.reset(DVDOpen2(nullptr, DVDReadLogger(), mPath.c_str()));
   if (!mReader) return false;
   mFiles = std::make_unique<Files>();
