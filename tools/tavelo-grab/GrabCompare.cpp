@@ -113,6 +113,9 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
     ++failures;
     if (report.failed) report.failed(what);
   };
+  for (StillPlanEntry const& e : plan.Outside()) {
+    fail(QStringLiteral("frame %1 is past the title's end (%2 frames)").arg(e.frame).arg(title.info.frames));
+  }
   std::vector<QImage> tiles[2];
   std::vector<QString> captions[2];
   // The other disc is open: its side first, then the first disc again for its own.
