@@ -61,7 +61,7 @@ TEST(StillAlign, FindsTheLeadExactly) {
   ASSERT_TRUE(align.Construct(a, b));
   EXPECT_EQ(kLead, align.Offset());
   EXPECT_GT(align.Confidence(), 0.5);
-  EXPECT_GT(align.Match(), 0.3);
+  EXPECT_GT(align.Match(), 0.8);
   // The other way round, the lead is a negative offset.
   StillAlign back;
   ASSERT_TRUE(back.Construct(b, a));
