@@ -46,7 +46,6 @@ DVDPresenter::DVDPresenter(DVDClock& clock, std::unique_ptr<DVDAudioSink> sink)
       mClut(DefaultClut()) {}
 
 DVDPresenter::~DVDPresenter() {
-  mCaptions.reset();
   // The decoders stop first: what they would hand on has nowhere to go.
   mFeed.Stop();
   mVideoWork.Stop();
@@ -60,6 +59,9 @@ DVDPresenter::~DVDPresenter() {
     mWake.notify_all();
     mThread.join();
   }
+  // Its listener takes the presenter's lock: stopped while that is still there, and once
+  // nothing composes with it any more.
+  mCaptions.reset();
   if (mListener) mClock.RemoveListener(mListener);
   ClearQueue();
   Publish(nullptr);

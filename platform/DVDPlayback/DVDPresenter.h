@@ -239,7 +239,7 @@ class DVDPresenter {
   void* mReadyRefCon = nullptr;
   bool mInCallBack = false;
   std::thread mThread;
-  // Its thread calls back into the presenter: stopped before the presenter's own.
+  // Its thread calls back into the presenter: stopped once the presenter's own has.
   std::unique_ptr<DVDCaptionTrack> mCaptions;
   // The stages' threads, stopped first: the demultiplexer (fed by the reader), then a decoder
   // thread each for pictures, sound and subpictures, with their queues.
