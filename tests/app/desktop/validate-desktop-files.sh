@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # The desktop entry, the AppStream metadata and the manual page as installed: each accepted by
 # its own validator, and what an install puts where a desktop looks for it.
-#   validate-desktop-files.sh RESOURCES BUILD-DIR
+#   validate-desktop-files.sh RESOURCES BUILD-DIR TEST-DISCS
 set -euo pipefail
 resources=$1
 build=$2
+discs=${3:?the test discs folder}
 desktop-file-validate "$resources/org.tavelo.Tavelo.desktop"
 appstreamcli validate --no-net "$resources/org.tavelo.Tavelo.metainfo.xml"
 # The manual page renders without a warning.
@@ -34,10 +35,9 @@ for program in tavelo tavelo-grab; do
 done
 "$prefix/bin/tavelo-grab" --help | grep -q '^usage: tavelo-grab'
 [ -e "$prefix/lib/libQuickTime.so" ] || { echo "not installed: lib/libQuickTime.so" >&2; exit 1; }
-if [ -d "$build/tests/media/discs/frames" ]; then
-  "$prefix/bin/tavelo-grab" --list "$build/tests/media/discs/frames" | grep -q '^Title 1: ' ||
-    { echo "the installed tavelo-grab cannot read a disc" >&2; exit 1; }
-fi
+[ -d "$discs/frames" ] || { echo "no test discs in '$discs'" >&2; exit 1; }
+"$prefix/bin/tavelo-grab" --list "$discs/frames" | grep -q '^Title 1: ' ||
+  { echo "the installed tavelo-grab cannot read a disc" >&2; exit 1; }
 # The version in the About box is the project's, which the metainfo's latest release names.
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 grep -q "<release version=\"$version\"" "$resources/org.tavelo.Tavelo.metainfo.xml" ||
