@@ -35,11 +35,15 @@ holds() {  # holds SECONDS CMD...: CMD keeps succeeding for SECONDS (looked at e
   done
   "$@"
 }
-window_shown() { xdotool search --onlyvisible --name "$1" >/dev/null 2>&1; }  # window_shown NAME
+# A search can fail on its own when another window goes while it runs: the id found is kept.
+window_shown() {  # window_shown NAME (leaves the first such window's id in `found_window`)
+  found_window=$(xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n1)
+  [ -n "$found_window" ]
+}
 window_gone() { ! window_shown "$1"; }
 wait_window() {  # wait_window NAME SECONDS: prints the visible window's id, or fails (1)
   wait_until "$2" window_shown "$1" || return 1
-  xdotool search --onlyvisible --name "$1" | head -n1
+  echo "$found_window"
 }
 wait_no_window() { wait_until "$2" window_gone "$1"; }  # wait_no_window NAME SECONDS
 
@@ -57,11 +61,22 @@ e2e_start() {  # e2e_start NAME: a work folder, a display of our own, private ho
   trap cleanup EXIT
 
   # Xvfb names a free display.
-  exec 3> "$work/display"
-  Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
-  xvfb_pid=$!
-  wait_until 5 test -s "$work/display" || fail "Xvfb did not start"
-  export DISPLAY=":$(head -n1 "$work/display")"
+  # A display of its own at a number drawn at random: a number another test's server has just
+  # let go can lose its socket to that server's clean-up.
+  local n tries=0
+  while :; do
+    n=$((100 + RANDOM % 900))
+    if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then
+      Xvfb ":$n" -screen 0 1280x1024x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
+      xvfb_pid=$!
+      wait_until 5 xdpyinfo -display ":$n" >/dev/null 2>&1 && break
+      kill "$xvfb_pid" 2>/dev/null || true
+      wait "$xvfb_pid" 2>/dev/null || true
+    fi
+    tries=$((tries + 1))
+    [ "$tries" -lt 10 ] || fail "Xvfb did not start"
+  done
+  export DISPLAY=":$n"
 
   # No session or system bus.
   export HOME=$work/home XDG_STATE_HOME=$work/state XDG_CONFIG_HOME=$work/config
