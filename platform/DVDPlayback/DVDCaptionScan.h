@@ -1,17 +1,16 @@
-// Reads a title's closed captions straight from the title set's VOBs: its cells in program
-// order, the video decoded at the smallest size libavcodec offers (only the pictures' caption
-// bytes are wanted, and they come with decoded pictures, in display order), the captions
+// A title's closed captions, read straight from the disc (DVDTitleReader: its pictures decoded
+// at 1/8 size, since the caption bytes come with decoded pictures, in display order) and put
 // through DVDCaptionDecoder. Pictures are numbered the way the presenter numbers them: by the
 // first whole frame they are on screen for, repeated fields counted.
 #pragma once
+
+#include "DVDTitleReader.h"
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
-
-struct dvd_reader_s;
 
 namespace dvd {
 
@@ -40,22 +39,7 @@ class DVDCaptionScan {
             std::atomic<bool> const* stop);
 
  private:
-  struct Extent {
-    uint32_t first = 0;
-    uint32_t last = 0;
-  };
-  struct ReaderCloser {
-    void operator()(dvd_reader_s* reader) const;
-  };
-  struct Files;
-
-  // The sector ranges of the title's cells in playing order (one angle); false when unknown.
-  bool Extents(int title, std::vector<Extent>* extents);
-
-  std::string mPath;
-  std::unique_ptr<dvd_reader_s, ReaderCloser> mReader;
-  std::unique_ptr<Files> mFiles;
-  bool mUnreadable = false;
+  DVDTitleReader mReader;
 };
 
 }  // namespace dvd

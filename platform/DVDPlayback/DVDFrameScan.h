@@ -1,16 +1,16 @@
-// Reads a title straight from the title set's VOBs, its cells in program order, and hands on
-// a small luma picture of every frame: the video decoded at 1/8 size (the smallest libavcodec
-// offers) and averaged down. Frames are numbered the way the presenter numbers them: a
-// picture goes with every whole frame it is on screen for, repeated fields counted.
+// Hands on a small luma picture of every frame of a title, read straight from the disc
+// (DVDTitleReader: the video decoded at 1/8 size) and averaged down. Frames are numbered the
+// way the presenter numbers them: a picture goes with every whole frame it is on screen for,
+// repeated fields counted.
 #pragma once
+
+#include "DVDTitleReader.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
-
-struct dvd_reader_s;
 
 namespace dvd {
 
@@ -29,25 +29,13 @@ class DVDFrameScan {
   bool Read(int title, Sink const& sink);
 
  private:
-  struct Extent {
-    uint32_t first = 0;
-    uint32_t last = 0;
-  };
-  struct ReaderCloser {
-    void operator()(dvd_reader_s* reader) const;
-  };
-  struct Files;
-
-  bool Extents(int title, std::vector<Extent>* extents);
   // Averages a decoded luma plane down to mWidth x mHeight.
   void Shrink(uint8_t const* plane, int stride, int width, int height);
 
-  std::string mPath;
+  DVDTitleReader mReader;
   int mWidth = 0;
   int mHeight = 0;
   std::vector<uint8_t> mLuma;
-  std::unique_ptr<dvd_reader_s, ReaderCloser> mReader;
-  std::unique_ptr<Files> mFiles;
 };
 
 }  // namespace dvd
