@@ -55,21 +55,33 @@ std::shared_ptr<NSBitmapImageRep> Sized(std::shared_ptr<NSBitmapImageRep> bitmap
 
 }  // namespace
 
+NSBitmapImageRep::QuickSaveSettings StillBatch::SaveSettings(StillBatchOptions const& options) {
+  // Named files in a folder of the batch's own: the creator and quality are all that count.
+  NSBitmapImageRep::QuickSaveSettings settings = NSBitmapImageRep::quickSaveSettings();
+  settings.jpegCompressionFactor = float(options.quality) / 100.0f;
+  return settings;
+}
+
+int StillBatch::ReportOutside(StillPlan const& plan, StillTitleInfo const& title,
+                              StillBatchReport const& report) {
+  for (StillPlanEntry const& e : plan.Outside()) {
+    if (report.failed) {
+      report.failed(QStringLiteral("frame %1 is past the title's end (%2 frames)").arg(e.frame).arg(title.info.frames));
+    }
+  }
+  return int(plan.Outside().size());
+}
+
 int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo const& title,
                     StillPlan const& plan, StillBatchOptions const& options,
                     StillBatchReport const& report, std::atomic<bool> const* cancel) {
   bool const pal = title.PAL();
-  // Named files in a folder of the batch's own: the creator and quality are all that count.
-  NSBitmapImageRep::QuickSaveSettings settings = NSBitmapImageRep::quickSaveSettings();
-  settings.jpegCompressionFactor = float(options.quality) / 100.0f;
-  int failures = 0;
+  NSBitmapImageRep::QuickSaveSettings const settings = SaveSettings(options);
+  int failures = ReportOutside(plan, title, report);
   auto const fail = [&](QString const& what) {
     ++failures;
     if (report.failed) report.failed(what);
   };
-  for (StillPlanEntry const& e : plan.Outside()) {
-    fail(QStringLiteral("frame %1 is past the title's end (%2 frames)").arg(e.frame).arg(title.info.frames));
-  }
   if (!taker.StartTitle(title.number)) {
     fail(QStringLiteral("title %1 does not play").arg(title.number));
     return failures + int(plan.Entries().size());

@@ -48,4 +48,9 @@ class StillBatch {
   static int Run(StillTaker& taker, QString const& discName, StillTitleInfo const& title,
                  StillPlan const& plan, StillBatchOptions const& options,
                  StillBatchReport const& report, std::atomic<bool> const* cancel);
+  // Quick-save settings with the batch's JPEG quality.
+  static NSBitmapImageRep::QuickSaveSettings SaveSettings(StillBatchOptions const& options);
+  // Reports the plan's frames past the title's end; the answer is how many.
+  static int ReportOutside(StillPlan const& plan, StillTitleInfo const& title,
+                           StillBatchReport const& report);
 };

@@ -104,18 +104,14 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
     a.frames.push_back(e.frame);
     b.frames.push_back(matched);
   }
-  NSBitmapImageRep::QuickSaveSettings settings = NSBitmapImageRep::quickSaveSettings();
-  settings.jpegCompressionFactor = float(options.quality) / 100.0f;
+  NSBitmapImageRep::QuickSaveSettings const settings = StillBatch::SaveSettings(options);
   QString nameTemplate = options.nameTemplate;
   if (!nameTemplate.contains(QLatin1String("{side}"))) nameTemplate += QStringLiteral(" {side}");
-  int failures = 0;
+  int failures = StillBatch::ReportOutside(plan, title, report);
   auto const fail = [&](QString const& what) {
     ++failures;
     if (report.failed) report.failed(what);
   };
-  for (StillPlanEntry const& e : plan.Outside()) {
-    fail(QStringLiteral("frame %1 is past the title's end (%2 frames)").arg(e.frame).arg(title.info.frames));
-  }
   std::vector<QImage> tiles[2];
   std::vector<QString> captions[2];
   // The other disc is open: its side first, then the first disc again for its own.

@@ -20,6 +20,20 @@ struct Signatures {
     self->frames.push_back(frame);
     self->luma.emplace_back(luma, luma + kDVDSignatureWidth * kDVDSignatureHeight);
   }
+  // Reads title 1 of the disc open, which must give each of its frames once, in order.
+  void ReadEveryFrame() {
+    DVDTitleInfo info{};
+    ASSERT_EQ(noErr, DVDGetTitleInfo(1, &info));
+    ASSERT_EQ(noErr, DVDReadFrameSignatures(1, &Signatures::Proc, this));
+    ASSERT_EQ(info.frames, frames.size());
+    for (size_t i = 0; i < frames.size(); ++i) ASSERT_EQ(i, frames[i]);
+  }
+  // Frames alike to the one before.
+  int Repeats() const {
+    int same = 0;
+    for (size_t i = 1; i < luma.size(); ++i) same += luma[i] == luma[i - 1];
+    return same;
+  }
 };
 
 using DVDFrameSignaturesTest = DVDSessionTest;
@@ -28,33 +42,21 @@ TEST_F(DVDFrameSignaturesTest, EveryFrameOnceInOrder) {
   Signatures none;
   EXPECT_EQ(kDVDErrorNoMedia, DVDReadFrameSignatures(1, &Signatures::Proc, &none));
   OpenFile(CompareDisc("a"));
-  DVDTitleInfo info{};
-  ASSERT_EQ(noErr, DVDGetTitleInfo(1, &info));
   Signatures s;
-  ASSERT_EQ(noErr, DVDReadFrameSignatures(1, &Signatures::Proc, &s));
-  ASSERT_EQ(info.frames, s.frames.size());
-  for (size_t i = 0; i < s.frames.size(); ++i) ASSERT_EQ(i, s.frames[i]);
+  ASSERT_NO_FATAL_FAILURE(s.ReadEveryFrame());
   // Moving pictures: no two frames in a row alike.
-  int same = 0;
-  for (size_t i = 1; i < s.luma.size(); ++i) same += s.luma[i] == s.luma[i - 1];
-  EXPECT_LT(same, 30);
+  EXPECT_LT(s.Repeats(), 30);
   EXPECT_EQ(kDVDErrorInvalidArgument, DVDReadFrameSignatures(9, &Signatures::Proc, &s));
   EXPECT_EQ(kDVDErrorInvalidArgument, DVDReadFrameSignatures(1, nullptr, nullptr));
 }
 
 TEST_F(DVDFrameSignaturesTest, FilmPicturesShownTwiceAreGivenForBothFrames) {
   OpenFile(CompareDisc("soft"));
-  DVDTitleInfo info{};
-  ASSERT_EQ(noErr, DVDGetTitleInfo(1, &info));
   Signatures s;
-  ASSERT_EQ(noErr, DVDReadFrameSignatures(1, &Signatures::Proc, &s));
-  ASSERT_EQ(info.frames, s.frames.size());
-  for (size_t i = 0; i < s.frames.size(); ++i) ASSERT_EQ(i, s.frames[i]);
+  ASSERT_NO_FATAL_FAILURE(s.ReadEveryFrame());
   // 480 film pictures over 600 frames: one frame in five repeats the picture before.
-  int same = 0;
-  for (size_t i = 1; i < s.luma.size(); ++i) same += s.luma[i] == s.luma[i - 1];
-  EXPECT_GE(same, 120);
-  EXPECT_LT(same, 150);
+  EXPECT_GE(s.Repeats(), 120);
+  EXPECT_LT(s.Repeats(), 150);
 }
 
 }  // namespace
