@@ -192,6 +192,12 @@ TEST(GrabCompare, SheetOfPairs) {
   // Four rows of two pictures under a header: taller than wide at 1600 wide.
   EXPECT_EQ(1600, image.width());
   EXPECT_GT(image.height(), 4 * 500);
+  // The README's picture of a sheet of pairs (scripts/screenshots): its first two rows.
+  if (QString const shots = qEnvironmentVariable("TAVELO_E2E_SHOTS"); !shots.isEmpty()) {
+    int const rows = image.height() * 2 / 4;
+    QImage const shown = image.copy(0, 0, image.width(), rows).scaledToWidth(960, Qt::SmoothTransformation);
+    EXPECT_TRUE(shown.save(QDir(shots).filePath(QStringLiteral("pair-sheet.jpg")), "JPEG", 85));
+  }
 }
 
 // Film flagged for pulldown against the same film as 29.97 progressive frames with 15 frames
