@@ -249,9 +249,9 @@ void StillAlign::FindPieces(std::vector<int> const& candidates) {
   }
 }
 
-bool StillAlign::Map(uint32_t frame, uint32_t bFrames, uint32_t* bFrame) const {
-  int offset = mOffset;
-  for (StillAlignPiece const& piece : mPieces) {
+bool StillAlign::MapByPieces(std::vector<StillAlignPiece> const& pieces, int offset,
+                             uint32_t frame, uint32_t bFrames, uint32_t* bFrame) {
+  for (StillAlignPiece const& piece : pieces) {
     if (piece.firstFrame <= frame) offset = piece.offset;
   }
   int64_t const mapped = int64_t(frame) + offset;

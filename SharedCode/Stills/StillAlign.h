@@ -8,6 +8,7 @@
 // candidates on the whole pictures.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -45,8 +46,16 @@ class StillAlign {
   // Where the offset changes along the title (a shot added or cut in one of them): the
   // pieces in order, the first from frame 0; one piece when it does not change.
   std::vector<StillAlignPiece> const& Pieces() const { return mPieces; }
+  // What the normalised signatures of both titles take, in bytes.
+  size_t FeatureBytes() const { return mA.capacity() + mB.capacity(); }
   // The frame of b matching frame of a, by its piece; false when b has none there.
-  bool Map(uint32_t frame, uint32_t bFrames, uint32_t* bFrame) const;
+  bool Map(uint32_t frame, uint32_t bFrames, uint32_t* bFrame) const {
+    return MapByPieces(mPieces, mOffset, frame, bFrames, bFrame);
+  }
+  // The same from pieces alone (as another process printed them): offset where there are
+  // none, or before the first.
+  static bool MapByPieces(std::vector<StillAlignPiece> const& pieces, int offset, uint32_t frame,
+                          uint32_t bFrames, uint32_t* bFrame);
 
  private:
   // The centre of each frame, mean and contrast taken out; flat frames are all zero.

@@ -1,8 +1,12 @@
 // Two releases lined up: the comparison discs carry one barcoded source, authored by two
 // encoders, the second with a 37-frame lead, wider black bands and brighter pictures.
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -14,6 +18,7 @@
 #include "GrabRun.h"
 #include "StillAlign.h"
 #include "StillTaker.h"
+#include "TestTime.h"
 
 namespace {
 
@@ -231,3 +236,155 @@ TEST(GrabCompare, SoftTelecineAgainstProgressiveVideo) {
 }
 
 }  // namespace
+
+namespace {
+
+QJsonObject JsonOf(Result const& r) {
+  QJsonParseError error{};
+  QJsonDocument const doc = QJsonDocument::fromJson(r.lines.join(QLatin1Char('\n')).toUtf8(), &error);
+  EXPECT_EQ(QJsonParseError::NoError, error.error) << r.lines.join(QLatin1Char('\n')).toStdString();
+  return doc.object();
+}
+
+// tavelo-grab --follow on a disc: requests written, answers read, each within a time limit.
+class Follower {
+ public:
+  explicit Follower(QStringList args) {
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.remove(QStringLiteral("DISPLAY"));
+    env.insert(QStringLiteral("PULSE_SERVER"), QStringLiteral("unix:/nonexistent"));
+    mProcess.setProcessEnvironment(env);
+    mProcess.start(QStringLiteral(TAVELO_GRAB), args);
+  }
+  ~Follower() {
+    if (mProcess.state() != QProcess::NotRunning) {
+      mProcess.kill();
+      mProcess.waitForFinished();
+    }
+  }
+  void Ask(QByteArray const& lines) { mProcess.write(lines); }
+  // The next line of its standard output; empty when none comes in time.
+  QString Answer() {
+    QElapsedTimer timer;
+    timer.start();
+    qint64 const limit = qint64(tavelo_test::ScaledMilliseconds(20000));
+    while (!mProcess.canReadLine() && timer.elapsed() < limit) {
+      if (!mProcess.waitForReadyRead(200) && mProcess.state() == QProcess::NotRunning) break;
+    }
+    return mProcess.canReadLine() ? QString::fromUtf8(mProcess.readLine()).trimmed() : QString();
+  }
+  // Closes its input: it ends; its exit status (-1 when it does not end in time).
+  int End() {
+    mProcess.closeWriteChannel();
+    if (!mProcess.waitForFinished(int(tavelo_test::ScaledMilliseconds(20000)))) return -1;
+    return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
+  }
+  QString Errors() { return QString::fromUtf8(mProcess.readAllStandardError()); }
+
+  QProcess mProcess;
+};
+
+// "frame N PATH": the frame and the barcode its picture carries (-2 when it has no picture).
+std::pair<int, int> FrameAnswered(QString const& answer) {
+  QStringList const parts = answer.split(QLatin1Char(' '));
+  if (parts.size() < 3 || parts[0] != QLatin1String("frame")) return {-1, -2};
+  QString const path = answer.section(QLatin1Char(' '), 2);
+  QImage const picture(path);
+  return {parts[1].toInt(), picture.isNull() ? -2 : Barcode(picture)};
+}
+
+}  // namespace
+
+// The alignment alone, as JSON: the lead found exactly, one piece, both titles' frames.
+TEST(GrabCompare, JsonAlignmentAlone) {
+  Result const r = Grab({QStringLiteral("--compare"), Side("b"), QStringLiteral("--json"), Side("a")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  QJsonObject const json = JsonOf(r);
+  EXPECT_EQ(kLead, json.value(QStringLiteral("offset")).toInt(-1));
+  EXPECT_FALSE(json.value(QStringLiteral("given")).toBool(true));
+  EXPECT_GT(json.value(QStringLiteral("confidence")).toDouble(), 0.5);
+  EXPECT_GT(json.value(QStringLiteral("match")).toDouble(), 0.8);
+  QJsonArray const pieces = json.value(QStringLiteral("pieces")).toArray();
+  ASSERT_EQ(1, pieces.size());
+  EXPECT_EQ(0, pieces[0].toObject().value(QStringLiteral("firstFrame")).toInt(-1));
+  EXPECT_EQ(kLead, pieces[0].toObject().value(QStringLiteral("offset")).toInt(-1));
+  QJsonObject const a = json.value(QStringLiteral("a")).toObject();
+  QJsonObject const b = json.value(QStringLiteral("b")).toObject();
+  EXPECT_EQ(int(kSourceFrames), a.value(QStringLiteral("frames")).toInt());
+  EXPECT_EQ(int(kSourceFrames) + kLead, b.value(QStringLiteral("frames")).toInt());
+  EXPECT_EQ(1, a.value(QStringLiteral("title")).toInt());
+  EXPECT_EQ(1, b.value(QStringLiteral("title")).toInt());
+  EXPECT_EQ(QStringLiteral("b"), b.value(QStringLiteral("disc")).toString());
+  EXPECT_FALSE(json.contains(QStringLiteral("files")));
+}
+
+// With stills asked for, the JSON names the pairs written, and each pair shows one frame.
+TEST(GrabCompare, JsonWithStillsNamesTheFiles) {
+  QTemporaryDir dir;
+  ASSERT_TRUE(dir.isValid());
+  Result const r = Grab({QStringLiteral("--compare"), Side("b"), QStringLiteral("--json"), QStringLiteral("--at"),
+                         QStringLiteral("f150"), QStringLiteral("--size"), QStringLiteral("stored"),
+                         QStringLiteral("--format"), QStringLiteral("png"), QStringLiteral("-o"), dir.path(),
+                         Side("a")});
+  ASSERT_EQ(0, r.exit) << r.err.toStdString();
+  QJsonObject const json = JsonOf(r);
+  EXPECT_EQ(kLead, json.value(QStringLiteral("offset")).toInt(-1));
+  QJsonArray const files = json.value(QStringLiteral("files")).toArray();
+  ASSERT_EQ(2, files.size());
+  EXPECT_EQ(150, Barcode(QImage(files[0].toString())));
+  EXPECT_EQ(150, Barcode(QImage(files[1].toString())));
+}
+
+// --json is for listings and comparisons only.
+TEST(GrabCompare, JsonNeedsListOrCompare) {
+  Result const r = Grab({QStringLiteral("--json"), QStringLiteral("--count"), QStringLiteral("2"), Side("a")});
+  EXPECT_EQ(2, r.exit);
+  EXPECT_TRUE(r.err.contains(QStringLiteral("--list or --compare"))) << r.err.toStdString();
+}
+
+// Following the other disc: each frame asked comes back written, showing that frame; a line
+// that is not a frame number is answered, not waited on; the end of input ends it.
+TEST(GrabFollow, FramesAskedComeBackWithTheirPictures) {
+  QTemporaryDir dir;
+  ASSERT_TRUE(dir.isValid());
+  Follower follow({QStringLiteral("--follow"), dir.path(), QStringLiteral("--size"), QStringLiteral("stored"),
+                   Side("b")});
+  QString const ready = follow.Answer();
+  ASSERT_EQ(QStringLiteral("ready 1 %1").arg(kSourceFrames + kLead), ready) << follow.Errors().toStdString();
+  // b's frame n + 37 shows a's frame n.
+  for (int frame : {137, 138, 400, 139, 37}) {
+    follow.Ask(QByteArray::number(frame) + "\n");
+    auto const [answered, code] = FrameAnswered(follow.Answer());
+    EXPECT_EQ(frame, answered);
+    EXPECT_EQ(frame - kLead, code) << "frame " << frame;
+  }
+  follow.Ask("bogus\n");
+  EXPECT_EQ(QStringLiteral("error \"bogus\" is not a frame number"), follow.Answer());
+  follow.Ask("100000\n");
+  EXPECT_EQ(QStringLiteral("frame 100000 none"), follow.Answer());
+  // Many asked at once: the newest is taken, and it is the last answered.
+  follow.Ask("200\n201\n202\n203\n500\n");
+  QStringList answers;
+  for (QString a = follow.Answer(); !a.isEmpty(); a = follow.Answer()) {
+    answers << a;
+    if (FrameAnswered(a).first == 500) break;
+  }
+  ASSERT_FALSE(answers.isEmpty());
+  EXPECT_LT(answers.size(), 5) << answers.join(QLatin1String(" | ")).toStdString();
+  auto const [last, code] = FrameAnswered(answers.last());
+  EXPECT_EQ(500, last);
+  EXPECT_EQ(500 - kLead, code);
+  EXPECT_EQ(0, follow.End());
+  EXPECT_TRUE(follow.Errors().contains(QStringLiteral("\"bogus\" is not a frame number")));
+}
+
+// A folder that cannot be made, or --follow with stills to take: a clear refusal at once.
+TEST(GrabFollow, BadArgumentsAreRefused) {
+  Result const stills = Grab({QStringLiteral("--follow"), QStringLiteral("/tmp"), QStringLiteral("--count"),
+                              QStringLiteral("3"), Side("b")});
+  EXPECT_EQ(2, stills.exit);
+  EXPECT_TRUE(stills.err.contains(QStringLiteral("--follow"))) << stills.err.toStdString();
+  Result const folder = Grab({QStringLiteral("--follow"), QStringLiteral("/proc/no/such"), Side("b")});
+  EXPECT_EQ(2, folder.exit);
+  EXPECT_TRUE(folder.err.contains(QStringLiteral("cannot be made"))) << folder.err.toStdString();
+}

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "GrabCompare.h"
+#include "GrabFollow.h"
 #include "StillBatch.h"
 #include "StillNames.h"
 #include "StillPlan.h"
@@ -60,6 +61,13 @@ char const GrabCommand::kUsage[] =
     "                      default \"{disc} {time} {side}\"; --sheet lays the pairs out in rows\n"
     "  --other-title N     the other disc's title (default: its longest)\n"
     "  --offset N          frame n of the first is frame n + N of the other: no lining up\n"
+    "  --json              with --compare: the alignment (and the files written) as JSON;\n"
+    "                      with no stills asked for (--at, --every, --chapters, --count,\n"
+    "                      --sheet), only the alignment\n"
+    "  --follow DIR        frame numbers read from standard input, one a line: each frame\n"
+    "                      of the title written into DIR as PNG, answered by a line\n"
+    "                      \"frame N PATH\" (\"frame N none\" when it cannot be taken); of\n"
+    "                      the requests waiting, only the newest is taken\n"
     "  -q                  no progress\n"
     "Each file written is named on standard output. Exit status: 0 all written, 1 some stills\n"
     "could not be taken, 2 bad arguments, 3 the disc cannot be opened.\n";
@@ -86,6 +94,7 @@ struct Options {
   QString captionsFile;  // --captions
   GrabCompareOptions compare;  // compared when compare.other is set
   bool named = false;          // --name given
+  QString follow;              // --follow: the folder frames are written into
 };
 
 // A positive whole number within [low, high].
@@ -149,7 +158,7 @@ bool Parser::Parse(Options* o) {
         QStringLiteral("--quality"), QStringLiteral("--name"),    QStringLiteral("--size"),
         QStringLiteral("--deinterlace"), QStringLiteral("--sheet"), QStringLiteral("--sheet-width"),
         QStringLiteral("--audio"), QStringLiteral("--captions"), QStringLiteral("--compare"),
-        QStringLiteral("--other-title"), QStringLiteral("--offset")};
+        QStringLiteral("--other-title"), QStringLiteral("--offset"), QStringLiteral("--follow")};
     if (withValue.contains(name)) {
       if (!inlineValue) {
         if (i + 1 >= mArgs.size()) return Bad(name, "needs a value");
@@ -218,6 +227,9 @@ bool Parser::Parse(Options* o) {
       o->named = true;
     } else if (name == QLatin1String("--compare")) {
       o->compare.other = value;
+    } else if (name == QLatin1String("--follow")) {
+      if (value.isEmpty() || QFileInfo(value).isFile()) return Bad(name, "accepts a folder");
+      o->follow = value;
     } else if (name == QLatin1String("--other-title")) {
       if (!Number(value, 1, 99, &o->compare.otherTitle)) return Bad(name, "accepts 1-99");
     } else if (name == QLatin1String("--offset")) {
@@ -255,7 +267,13 @@ bool Parser::Parse(Options* o) {
     }
   }
   if (o->disc.isEmpty()) return Bad(QStringLiteral("DISC"), "missing: a VIDEO_TS folder, a disc, an image or a device");
-  if (o->json && !o->list) return Bad(QStringLiteral("--json"), "goes with --list");
+  if (o->json && !o->list && o->compare.other.isEmpty()) {
+    return Bad(QStringLiteral("--json"), "goes with --list or --compare");
+  }
+  if (!o->follow.isEmpty() && (o->list || !o->compare.other.isEmpty() || o->kind || o->batch.sheet)) {
+    return Bad(QStringLiteral("--follow"), "takes frames as they are asked: no --list, --compare, "
+                                           "--sheet or stills to take");
+  }
   return true;
 }
 
@@ -474,6 +492,19 @@ int GrabCommand::Run(QStringList const& args, std::FILE* out, std::FILE* err,
                     err, &o.batch.subtitleStream)) {
     return kBadArguments;
   }
+  if (!o.follow.isEmpty()) {
+    if (!QDir().mkpath(o.follow)) {
+      std::fprintf(err, "tavelo-grab: --follow: %s cannot be made\n", o.follow.toLocal8Bit().constData());
+      return kBadArguments;
+    }
+    if (!taker.StartTitle(number)) {
+      std::fprintf(err, "tavelo-grab: title %u does not play\n", unsigned(number));
+      return kDiscUnusable;
+    }
+    return GrabFollow::Run(taker, *title, o.batch, o.follow, STDIN_FILENO, out, err, cancel) == 0
+               ? kWritten
+               : kSomeMissing;
+  }
   if (!o.captionsFile.isEmpty()) {
     if (!WriteCaptions(taker, *title, o.captionsFile, out, err)) return kSomeMissing;
     if (!o.kind && !o.batch.sheet) return kWritten;
@@ -538,7 +569,14 @@ int GrabCommand::Run(QStringList const& args, std::FILE* out, std::FILE* err,
   if (!o.compare.other.isEmpty()) {
     o.compare.first = o.disc;
     if (!o.named) o.batch.nameTemplate = QStringLiteral("{disc} {time} {side}");
-    int const missing = GrabCompare::Run(taker, discName, *title, plan, o.batch, o.compare, report, err, cancel);
+    // As JSON the files are named there, after the alignment.
+    o.compare.alignOnly = o.json && !o.kind && !o.batch.sheet;
+    QStringList files;
+    if (o.json) report.written = [&files](QString const& path) { files << QDir::toNativeSeparators(path); };
+    GrabAlignment alignment;
+    int const missing = GrabCompare::Run(taker, discName, *title, plan, o.batch, o.compare, report,
+                                         err, cancel, &alignment);
+    if (o.json && missing >= 0) alignment.PrintJson(files, out);
     return missing < 0 ? kDiscUnusable : missing ? kSomeMissing : kWritten;
   }
   int const failures = StillBatch::Run(taker, discName, *title, plan, o.batch, report, cancel);

@@ -2,6 +2,9 @@
 
 #include <QDir>
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <cstdlib>
 #include <memory>
@@ -15,15 +18,22 @@
 
 namespace {
 
-QImage ImageOf(NSBitmapImageRep const& bitmap) {
+struct Side {
+  char const* letter;
+  UInt16 title = 0;
+  std::vector<uint32_t> frames;  // the plan's, or their matches; kDVDNoFrame: none
+};
+
+}  // namespace
+
+QImage GrabCompare::ImageOf(NSBitmapImageRep const& bitmap) {
   // Every still is R, G, B in 32 bits.
   return QImage(bitmap.bitmapData(), int(bitmap.pixelsWide()), int(bitmap.pixelsHigh()),
                 qsizetype(bitmap.bytesPerRow()), QImage::Format_RGBX8888);
 }
 
-// One side's still of frame, at the size asked for; null when it cannot be taken.
-std::shared_ptr<NSBitmapImageRep> Still(StillTaker& taker, uint32_t frame,
-                                        StillBatchOptions const& options) {
+std::shared_ptr<NSBitmapImageRep> GrabCompare::Still(StillTaker& taker, uint32_t frame,
+                                                     StillBatchOptions const& options) {
   DVDStillRequest request;
   if (!taker.Take(frame, options.choices.subtitles, &request)) return nullptr;
   StillMaker::Apply(options.choices, &request);
@@ -33,18 +43,36 @@ std::shared_ptr<NSBitmapImageRep> Still(StillTaker& taker, uint32_t frame,
       ImageOf(*bitmap).scaled(options.size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
 }
 
-struct Side {
-  char const* letter;
-  UInt16 title = 0;
-  std::vector<uint32_t> frames;  // the plan's, or their matches; kDVDNoFrame: none
-};
-
-}  // namespace
+void GrabAlignment::PrintJson(QStringList const& files, std::FILE* out) const {
+  QJsonArray jsonPieces;
+  for (StillAlignPiece const& piece : pieces) {
+    jsonPieces.append(QJsonObject{{QStringLiteral("firstFrame"), qint64(piece.firstFrame)},
+                                  {QStringLiteral("offset"), piece.offset}});
+  }
+  auto const side = [&](int which) {
+    return QJsonObject{{QStringLiteral("disc"), discs[which]},
+                       {QStringLiteral("title"), int(titles[which])},
+                       {QStringLiteral("frames"), qint64(frames[which])}};
+  };
+  QJsonObject root{{QStringLiteral("a"), side(0)},
+                   {QStringLiteral("b"), side(1)},
+                   {QStringLiteral("offset"), offset},
+                   {QStringLiteral("given"), given},
+                   {QStringLiteral("pieces"), jsonPieces}};
+  // A given offset was not measured.
+  if (!given) {
+    root.insert(QStringLiteral("confidence"), confidence);
+    root.insert(QStringLiteral("match"), match);
+  }
+  if (!files.isEmpty()) root.insert(QStringLiteral("files"), QJsonArray::fromStringList(files));
+  std::fprintf(out, "%s\n", QJsonDocument(root).toJson(QJsonDocument::Indented).constData());
+  std::fflush(out);
+}
 
 int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo const& firstTitle,
                      StillPlan const& plan, StillBatchOptions const& options,
                      GrabCompareOptions const& compare, StillBatchReport const& report,
-                     std::FILE* err, std::atomic<bool> const* cancel) {
+                     std::FILE* err, std::atomic<bool> const* cancel, GrabAlignment* alignment) {
   // The taker's titles go with the disc it has open.
   StillTitleInfo const title = firstTitle;
   bool const pal = title.PAL();
@@ -90,6 +118,21 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
   } else {
     std::fprintf(err, "alignment: offset %d frames (given)\n", offset);
   }
+  if (alignment) {
+    *alignment = GrabAlignment{};
+    alignment->given = compare.offset.has_value();
+    alignment->offset = offset;
+    alignment->confidence = align.Confidence();
+    alignment->match = align.Match();
+    alignment->pieces = compare.offset ? std::vector<StillAlignPiece>{{0, offset}} : align.Pieces();
+    alignment->titles[0] = title.number;
+    alignment->titles[1] = other.number;
+    alignment->frames[0] = title.info.frames;
+    alignment->frames[1] = other.info.frames;
+    alignment->discs[0] = discName;
+    alignment->discs[1] = StillNames::DiscName(compare.other);
+  }
+  if (compare.alignOnly) return 0;
 
   Side a{"A", title.number, {}};
   Side b{"B", other.number, {}};
