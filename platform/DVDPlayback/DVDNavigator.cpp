@@ -25,35 +25,22 @@ constexpr int64_t kMaxVobuSpan = 2 * DVDClock::kTicksPerSecond;
 
 }  // namespace
 
-DVDNavigator::DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPresenter* presenter)
-    : mClock(clock), mEvents(events), mPresenter(presenter), mBlock(DVD_VIDEO_LB_LEN) {}
+DVDNavigator::DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPresenter* presenter,
+                           std::shared_ptr<DVDReadFaults> faults)
+    : mClock(clock),
+      mEvents(events),
+      mPresenter(presenter),
+      mBlocks(std::move(faults)),
+      mAnnounced(events) {}
 
 DVDNavigator::~DVDNavigator() { Close(); }
 
 OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const& discID,
                            std::shared_ptr<DVDTitleTable const> table) {
   Close();
-  dvdnav_t* nav = nullptr;
-  if (dvdnav_open2(&nav, nullptr, DVDNavLogger(), path.c_str()) != DVDNAV_STATUS_OK) {
-    if (nav) dvdnav_close(nav);
-    return kDVDErrorMediaNotDVD;
-  }
-  dvdnav_set_readahead_flag(nav, 1);
-  dvdnav_set_PGC_positioning_flag(nav, 1);
-  // Copies on disk carry no drive to enforce a region; play every region.
-  dvdnav_set_region_mask(nav, 0xFF);
-  std::string language = DVDPreferredLanguage();
-  dvdnav_menu_language_select(nav, language.data());
-  dvdnav_audio_language_select(nav, language.data());
-  dvdnav_spu_language_select(nav, language.data());
   std::vector<int32_t> parts;
-  int32_t titles = 0;
-  if (dvdnav_get_number_of_titles(nav, &titles) == DVDNAV_STATUS_OK) {
-    for (int32_t t = 1; t <= titles; ++t) {
-      int32_t n = 0;
-      parts.push_back(dvdnav_get_number_of_parts(nav, t, &n) == DVDNAV_STATUS_OK ? n : 0);
-    }
-  }
+  dvdnav_s* const nav = DVDDiscMachine::OpenNav(path, &parts);
+  if (!nav) return kDVDErrorMediaNotDVD;
 
   // Not under the lock: the decoders call the listener holding theirs, and it takes ours.
   if (mPresenter) {
@@ -63,29 +50,20 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
     });
   }
   std::lock_guard<std::mutex> g(mMutex);
-  mNav = nav;
+  mDisc.Construct(nav, std::move(parts), discID, std::move(table));
+  mBlocks.Construct(nav);
   mSubpictureSync = std::make_unique<DVDSubpictureSync>(path);
-  mTitleParts = std::move(parts);
-  mTitleTable = std::move(table);
-  mJobs.clear();
-  mJobRunning = false;
-  mDiscID = discID;
-  mQuit = false;
+  mWork.Clear();
+  mWork.mQuit = false;
   mState = kDVDStateIdle;
   mReadAhead.clear();
-  mAtCellEnd = false;
-  mPresentedUntil = mReadUntil = 0;
-  mTitle = -1;
-  mChapter = -1;
-  mAspect = kDVDAspectRatioUninitialized;
-  mStandard = kDVDVideoStandardUnknown;
-  mButton = 0;
-  mSpeed = 1;
-  mReverse = false;
-  mStillInfinite = mStillTimed = false;
-  mAudioChoice = mSubPictureChoice = mSubPictureShown = -1;
-  mFramesTitle = -1;
-  Publish();
+  mTime.mPresentedUntil = mTime.mReadUntil = 0;
+  mAnnounced.Forget();
+  mAnnounced.mButton = 0;
+  mTime.mSpeed = 1;
+  mTime.mReverse = false;
+  mTime.EndStill();
+  mDisc.Publish();
   mListener = mClock.AddListener([this] {
     std::lock_guard<std::mutex> lock(mMutex);
     mWake.notify_all();
@@ -97,8 +75,8 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
 void DVDNavigator::Close() {
   {
     std::lock_guard<std::mutex> g(mMutex);
-    if (!mNav) return;
-    mQuit = true;
+    if (!mDisc.IsOpen()) return;
+    mWork.mQuit = true;
   }
   mWake.notify_all();
   mThread.join();
@@ -106,16 +84,15 @@ void DVDNavigator::Close() {
   mListener = 0;
   if (mPresenter) mPresenter->SetRoomListener(nullptr);
   std::lock_guard<std::mutex> g(mMutex);
-  dvdnav_close(mNav);
-  mNav = nullptr;
+  mDisc.Close();
   mSubpictureSync.reset();
   if (mState != kDVDStateIdle) SetState(kDVDStateIdle);
 }
 
 void DVDNavigator::SetTimeEventRate(UInt32 milliseconds) {
   std::lock_guard<std::mutex> g(mMutex);
-  mTimeRate = int64_t(milliseconds) * DVDClock::kTicksPerMs;
-  mNextTimeEvent = -1;
+  mTime.mTimeRate = int64_t(milliseconds) * DVDClock::kTicksPerMs;
+  mTime.mNextTimeEvent = -1;
 }
 
 void DVDNavigator::Sleep() {
@@ -135,7 +112,7 @@ void DVDNavigator::WakeUp() {
 }
 
 bool DVDNavigator::Active() const {
-  return !mQuit && !mSleeping &&
+  return !mWork.mQuit && !mSleeping &&
          (mState == kDVDStatePlaying || mState == kDVDStateScanning ||
           mState == kDVDStatePlayingStill || (mState == kDVDStatePaused && Seeking()));
 }
@@ -155,53 +132,43 @@ void DVDNavigator::HoldPresentation() {
 }
 
 void DVDNavigator::Jumped() {
-  mSeek.active = false;
-  mSeekShown = -1;
-  mStepped = false;
-  mDamageSkip = 0;
+  mSeek.Cancel();
+  mBlocks.ForgetDamage();
   mSyncSubpictures = true;
   if (mPresenter) {
     mPresenter->SetTarget(-1);
     mPresenter->Discontinuity();
   }
-  ++mSerial;
+  ++mWork.mSerial;
   mReadAhead.clear();
-  mAtCellEnd = false;
-  mPresentedUntil = mClock.Now();
-  mReadUntil = mPresentedUntil;
-  // Title time restarts its once-a-rate rhythm from wherever the jump lands.
-  mNextTimeEvent = -1;
+  mBlocks.DropGroup();
+  mTime.Restart(mClock.Now());
   Poke();
 }
-
-void DVDNavigator::Restart() { dvdnav_reset(mNav); }
 
 bool DVDNavigator::StartOver() {
   int event = 0;
   int len = 0;
-  Restart();
-  return dvdnav_get_next_block(mNav, mBlock.data(), &event, &len) == DVDNAV_STATUS_OK;
+  mDisc.Restart();
+  return dvdnav_get_next_block(mDisc.Nav(), mBlocks.Data(), &event, &len) == DVDNAV_STATUS_OK;
 }
 
 void DVDNavigator::ForgetAnnounced() {
-  // Everything is announced again as the disc starts over.
-  mTitle = mChapter = -1;
-  mAspect = kDVDAspectRatioUninitialized;
-  mStandard = kDVDVideoStandardUnknown;
-  mStillInfinite = mStillTimed = false;
+  mAnnounced.Forget();
+  mTime.EndStill();
 }
 
 void DVDNavigator::Poke() {
-  mQuiet = false;
-  mClockWait = -1;
+  mWork.mQuiet = false;
+  mWork.mClockWait = -1;
   mWake.notify_all();
 }
 
 bool DVDNavigator::IsQuiet() {
   std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return true;
-  if (!mJobs.empty() || mJobRunning) return false;
-  return mQuiet || (mClockWait >= 0 && mClock.Now() < mClockWait);
+  if (!mDisc.IsOpen()) return true;
+  if (mWork.Busy()) return false;
+  return mWork.mQuiet || (mWork.mClockWait >= 0 && mClock.Now() < mWork.mClockWait);
 }
 
 DVDState DVDNavigator::State() {
@@ -211,15 +178,7 @@ DVDState DVDNavigator::State() {
 
 int DVDNavigator::HighlightedButton() {
   std::lock_guard<std::mutex> g(mMutex);
-  return mButton;
-}
-
-bool DVDNavigator::InTitle() { return mNav && mView.position.inTitle; }
-
-void DVDNavigator::EndScan() {
-  mSpeed = 1;
-  mReverse = false;
-  mReverseStepDue = false;
+  return mAnnounced.mButton;
 }
 
 bool DVDNavigator::TitleUnderway() {
@@ -229,42 +188,36 @@ bool DVDNavigator::TitleUnderway() {
 // ---- the thread
 
 void DVDNavigator::Post(std::function<void()> job) {
-  mJobs.push_back(std::move(job));
+  mWork.Post(std::move(job));
   Poke();
 }
 
 void DVDNavigator::RunJob(std::unique_lock<std::mutex>& lk) {
-  std::function<void()> const job = std::move(mJobs.front());
-  mJobs.pop_front();
-  mJobRunning = true;
+  std::function<void()> const job = mWork.Take();
   lk.unlock();
   job();
-  CountTitleFrames();
+  mDisc.CountTitleFrames();
   lk.lock();
-  mJobRunning = false;
-  Publish();
-}
-
-bool DVDNavigator::Interrupted(uint64_t serial) const {
-  return mQuit || mSerial != serial || !mJobs.empty();
+  mWork.Done();
+  mDisc.Publish();
 }
 
 void DVDNavigator::WaitForWork(std::unique_lock<std::mutex>& lk) {
-  uint64_t const serial = mSerial;
-  mQuiet = true;
-  mWake.wait(lk, [&] { return Interrupted(serial) || !mQuiet; });
-  mQuiet = false;
+  uint64_t const serial = mWork.mSerial;
+  mWork.mQuiet = true;
+  mWake.wait(lk, [&] { return mWork.Interrupted(serial) || !mWork.mQuiet; });
+  mWork.mQuiet = false;
 }
 
 void DVDNavigator::WaitForRoom(std::unique_lock<std::mutex>& lk) {
-  uint64_t const serial = mSerial;
-  mWake.wait(lk, [&] { return Interrupted(serial) || !Active() || mPresenter->HasRoom(); });
+  uint64_t const serial = mWork.mSerial;
+  mWake.wait(lk, [&] { return mWork.Interrupted(serial) || !Active() || mPresenter->HasRoom(); });
 }
 
 void DVDNavigator::Run() {
   std::unique_lock<std::mutex> lk(mMutex);
-  while (!mQuit) {
-    if (!mJobs.empty()) {
+  while (!mWork.mQuit) {
+    if (mWork.HasJobs()) {
       RunJob(lk);
       continue;
     }
@@ -272,30 +225,30 @@ void DVDNavigator::Run() {
       WaitForWork(lk);
       continue;
     }
-    if (mStillInfinite) {
-      if (mSerial == mStillSerial) {
+    if (mTime.mStillInfinite) {
+      if (mWork.mSerial == mTime.mStillSerial) {
         WaitForWork(lk);
         continue;
       }
-      mStillInfinite = false;
+      mTime.mStillInfinite = false;
     }
-    if (mStillTimed) {
-      uint64_t const serial = mSerial;
-      mClockWait = mStillUntil;
-      bool const reached = mClock.WaitUntil(lk, mWake, mStillUntil, [&] {
-        return Interrupted(serial) || !Active() || mClockWait < 0;
+    if (mTime.mStillTimed) {
+      uint64_t const serial = mWork.mSerial;
+      mWork.mClockWait = mTime.mStillUntil;
+      bool const reached = mClock.WaitUntil(lk, mWake, mTime.mStillUntil, [&] {
+        return mWork.Interrupted(serial) || !Active() || mWork.mClockWait < 0;
       });
-      mClockWait = -1;
-      if (mSerial != serial) {
-        mStillTimed = false;
+      mWork.mClockWait = -1;
+      if (mWork.mSerial != serial) {
+        mTime.mStillTimed = false;
         continue;
       }
       if (!reached) continue;
-      mStillTimed = false;
-      mPresentedUntil = mStillUntil;
+      mTime.mStillTimed = false;
+      mTime.mPresentedUntil = mTime.mStillUntil;
       // What comes after the still is shown after it.
-      mReadUntil = std::max(mReadUntil, mPresentedUntil);
-      dvdnav_still_skip(mNav);
+      mTime.mReadUntil = std::max(mTime.mReadUntil, mTime.mPresentedUntil);
+      dvdnav_still_skip(mDisc.Nav());
       if (mState == kDVDStatePlayingStill) SetState(kDVDStatePlaying);
       continue;
     }
@@ -310,27 +263,27 @@ void DVDNavigator::Run() {
     if (mReadAhead.empty()) {
       // A cell's end: the machine moves on (cell and post commands) only once the cell has
       // been shown, so that commands given until then act where the viewer is.
-      if (WaitPresented(lk)) mAtCellEnd = false;
+      if (WaitPresented(lk)) mBlocks.DropGroup();
       continue;
     }
     // Anything else happens once what was read before it has been shown.
     if (!WaitPresented(lk)) continue;
-    if (mReverse && mReverseStepDue && InTitle()) {
-      mReverseStepDue = false;
-      int64_t const target = mVobuTitleTime - int64_t(mSpeed) * kReverseStep;
+    if (mTime.mReverse && mTime.mReverseStepDue && InTitle()) {
+      mTime.mReverseStepDue = false;
+      int64_t const target = mTime.mVobuTitleTime - int64_t(mTime.mSpeed) * kReverseStep;
       // What was read ahead lies forwards.
       mReadAhead.clear();
-      mAtCellEnd = false;
+      mBlocks.DropGroup();
       if (mPresenter) mPresenter->Discontinuity();
       mSyncSubpictures = true;
-      mReadUntil = mPresentedUntil;
+      mTime.mReadUntil = mTime.mPresentedUntil;
       if (target <= 0) {
-        dvdnav_time_search(mNav, 0);
-        mReverse = false;
-        mSpeed = 1;
+        dvdnav_time_search(mDisc.Nav(), 0);
+        mTime.mReverse = false;
+        mTime.mSpeed = 1;
         SetState(kDVDStatePlaying);
       } else {
-        dvdnav_time_search(mNav, uint64_t(target));
+        dvdnav_time_search(mDisc.Nav(), uint64_t(target));
       }
       continue;
     }
@@ -341,7 +294,7 @@ void DVDNavigator::Run() {
 }
 
 bool DVDNavigator::CanReadAhead() const {
-  if (mAtCellEnd && mBlocksLeft <= 0) return false;
+  if (mBlocks.AtCellEnd()) return false;
   int groups = 0;
   for (ReadEvent const& e : mReadAhead) {
     // dvdnav repeats these until they are dealt with.
@@ -356,48 +309,47 @@ bool DVDNavigator::CanReadAhead() const {
 void DVDNavigator::ReadAhead(std::unique_lock<std::mutex>& lk) {
   int event = 0;
   int len = 0;
-  uint64_t const serial = mSerial;
+  uint64_t const serial = mWork.mSerial;
   // The block is read without the lock: commands are taken meanwhile.
   lk.unlock();
-  bool const read = ReadNextBlock(event, len);
-  if (read && event != DVDNAV_BLOCK_OK && event != DVDNAV_NOP) CountTitleFrames();
+  bool const read = mBlocks.Read(event, len);
+  if (read && event != DVDNAV_BLOCK_OK && event != DVDNAV_NOP) mDisc.CountTitleFrames();
   lk.lock();
   // A jump came while reading: what was read belongs to before it.
-  if (mSerial != serial) return;
+  if (mWork.mSerial != serial) return;
   if (!read) {
     SkipDamage();
     return;
   }
   if (event == DVDNAV_NOP) return;
   if (event == DVDNAV_BLOCK_OK) {
-    --mBlocksLeft;
     // The cell's last group is whole: its last pictures need not wait for the next cell.
-    if (mPresenter && mAtCellEnd && mBlocksLeft == 0) mPresenter->EndOfStream();
+    if (mBlocks.TakeBlock() && mPresenter) mPresenter->EndOfStream();
     // Picture and sound data go to the decoders as they come.
-    if (mPresenter && len > 0) mPresenter->Block(mBlock.data(), size_t(len));
+    if (mPresenter && len > 0) mPresenter->Block(mBlocks.Data(), size_t(len));
     return;
   }
-  Publish();
+  mDisc.Publish();
   ReadEvent e;
   e.event = event;
-  std::memcpy(e.data.data(), mBlock.data(),
+  std::memcpy(e.data.data(), mBlocks.Data(),
               std::min<size_t>(e.data.size(), size_t(std::max(len, 0))));
   // What the event means is taken now: by the time it is handled dvdnav has read on.
-  e.position = mView.position;
+  e.position = mDisc.mView.position;
   switch (event) {
     case DVDNAV_NAV_PACKET: {
-      pci_t const* const pci = dvdnav_get_current_nav_pci(mNav);
+      pci_t const* const pci = dvdnav_get_current_nav_pci(mDisc.Nav());
       if (pci) {
         e.vobuStart = int64_t(pci->pci_gi.vobu_s_ptm);
         e.vobuSpan = int64_t(pci->pci_gi.vobu_e_ptm) - e.vobuStart;
       }
       if (e.vobuSpan < 0 || e.vobuSpan > kMaxVobuSpan) e.vobuSpan = 0;
-      dsi_t const* const dsi = dvdnav_get_current_nav_dsi(mNav);
-      mBlocksLeft = dsi ? int64_t(dsi->dsi_gi.vobu_ea) : 0;
-      mAtCellEnd = mInLastCell && dsi && dsi->vobu_sri.next_vobu == SRI_END_OF_CELL;
-      PassedDamage();
-      e.titleTime = e.position.inTitle ? std::max<int64_t>(0, dvdnav_get_current_time(mNav)) : 0;
-      if (mSeek.active && !SeekLanded(e)) return;
+      dsi_t const* const dsi = dvdnav_get_current_nav_dsi(mDisc.Nav());
+      mBlocks.StartGroup(dsi ? int64_t(dsi->dsi_gi.vobu_ea) : 0,
+                         dsi && dsi->vobu_sri.next_vobu == SRI_END_OF_CELL);
+      mBlocks.PassedDamage();
+      e.titleTime = e.position.inTitle ? std::max<int64_t>(0, dvdnav_get_current_time(mDisc.Nav())) : 0;
+      if (mSeek.mActive && !SeekLanded(e)) return;
       PlaceVobu(e, pci != nullptr);
       if (std::exchange(mSyncSubpictures, false) && !SyncSubpictures(lk, e)) return;
       break;
@@ -406,12 +358,7 @@ void DVDNavigator::ReadAhead(std::unique_lock<std::mutex>& lk) {
       dvdnav_cell_change_event_t cell;
       std::memcpy(&cell, e.data.data(), sizeof cell);
       // Only the program chain's end runs commands that may take the machine elsewhere.
-      // libdvdnav's "cell_length" is the cell's last sector, counted as the chain's length
-      // is (the cell's start comes as a time).
-      uint32_t position = 0;
-      uint32_t length = 0;
-      mInLastCell = dvdnav_get_position(mNav, &position, &length) != DVDNAV_STATUS_OK ||
-                    cell.cell_length + 1 >= int64_t(length);
+      mBlocks.EnterCell(cell.cell_length);
       break;
     }
     case DVDNAV_STILL_FRAME:
@@ -433,28 +380,36 @@ void DVDNavigator::ReadAhead(std::unique_lock<std::mutex>& lk) {
   mReadAhead.push_back(e);
 }
 
+void DVDNavigator::SkipDamage() {
+  if (mBlocks.SkipDamage()) return;
+  // Nothing further can be read.
+  mEvents.PostError(kDVDErrorReadFailed);
+  mReadAhead.clear();
+  SetState(kDVDStateStopped);
+}
+
 void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
   int64_t const now = mClock.Now();
-  int64_t start = mReadUntil;
+  int64_t start = mTime.mReadUntil;
   if (!mClock.IsManual() && now - start > DVDClock::kTicksPerSecond / 2) start = now;
   // A seek's target is due now; the pictures before it are decoded only.
   start -= e.seekOffset;
-  mReadUntil = mReverse ? start + kReverseStep : start + e.vobuSpan / mSpeed;
+  mTime.mReadUntil = mTime.mReverse ? start + kReverseStep : start + e.vobuSpan / mTime.mSpeed;
   if (!mPresenter || !hasPci) return;
   DVDVobuTiming timing;
   timing.clockStart = start;
   timing.ptsStart = e.vobuStart;
-  timing.speed = mReverse ? 1 : mSpeed;
-  timing.keyFramesOnly = mReverse || mSpeed > 2;
+  timing.speed = mTime.mReverse ? 1 : mTime.mSpeed;
+  timing.keyFramesOnly = mTime.mReverse || mTime.mSpeed > 2;
   timing.title = e.position.inTitle ? e.position.title : 0;
   timing.chapter = e.position.inTitle ? e.position.part : 0;
   timing.titleTime = e.titleTime;
   if (e.position.inTitle) {
     timing.firstFrame = FirstFrame(e);
-    timing.frameTicks = FrameTicks(e.position);
+    timing.frameTicks = e.position.FrameTicks();
   }
-  timing.audioStream = SelectedAudio();
-  int const spu = SelectedSubPicture();
+  timing.audioStream = mDisc.SelectedAudio();
+  int const spu = mDisc.SelectedSubPicture();
   // Subtitles switched off still show the pictures the disc forces.
   timing.subpictureStream = spu < 0 ? 0 : spu & 0x1F;
   timing.forcedSubpicturesOnly = spu < 0 || (spu & 0x80) != 0;
@@ -462,45 +417,36 @@ void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
 }
 
 bool DVDNavigator::WaitPresented(std::unique_lock<std::mutex>& lk) {
-  uint64_t const serial = mSerial;
+  uint64_t const serial = mWork.mSerial;
   for (;;) {
     // Paused, a seek or step reads on as far as its picture needs, whatever the time (the
     // picture after it is only read for while what is read ahead allows).
     if (mClock.IsStopped() && SeekReadsOn()) return true;
     int64_t const now = mClock.Now();
-    EmitDueTimeEvents(std::min(now, mPresentedUntil));
-    if (now >= mPresentedUntil) return true;
-    int64_t target = mPresentedUntil;
-    if (TimeEventsDue() && mNextTimeEvent < target) target = mNextTimeEvent;
-    mClockWait = target;
+    EmitDueTimeEvents(std::min(now, mTime.mPresentedUntil));
+    if (now >= mTime.mPresentedUntil) return true;
+    int64_t target = mTime.mPresentedUntil;
+    if (TimeEventsDue() && mTime.mNextTimeEvent < target) target = mTime.mNextTimeEvent;
+    mWork.mClockWait = target;
     bool const reached = mClock.WaitUntil(lk, mWake, target, [&] {
-      return Interrupted(serial) || !Active() || mClockWait < 0;
+      return mWork.Interrupted(serial) || !Active() || mWork.mClockWait < 0;
     });
-    mClockWait = -1;
+    mWork.mClockWait = -1;
     if (!reached) return false;
   }
 }
 
-int64_t DVDNavigator::PresentedTitleTime() {
-  int64_t const now = std::min(mClock.Now(), mPresentedUntil);
-  int64_t delta = mReverse ? 0 : (now - mVobuClockStart) * mSpeed;
-  delta = std::clamp<int64_t>(delta, 0, mVobuSpan);
-  return mVobuTitleTime + delta;
-}
+int64_t DVDNavigator::PresentedTitleTime() { return mTime.PresentedTitleTime(mClock.Now()); }
 
-bool DVDNavigator::TimeEventsDue() const {
-  return mTimeRate > 0 && mNextTimeEvent >= 0 && mTitle > 0;
-}
+bool DVDNavigator::TimeEventsDue() const { return mTime.TimeEventsDue(mAnnounced.mTitle > 0); }
 
 void DVDNavigator::EmitDueTimeEvents(int64_t upTo) {
   if (!TimeEventsDue()) return;
-  while (mNextTimeEvent <= upTo) {
-    int64_t delta = mReverse ? 0 : (mNextTimeEvent - mVobuClockStart) * mSpeed;
-    delta = std::clamp<int64_t>(delta, 0, mVobuSpan);
-    int64_t const elapsed = mVobuTitleTime + delta;
+  while (mTime.mNextTimeEvent <= upTo) {
+    int64_t const elapsed = mTime.TitleTimeAt(mTime.mNextTimeEvent);
     mEvents.Post(kDVDEventTitleTime, DVDEventValue(elapsed / DVDClock::kTicksPerMs),
-                 DVDEventValue(mTitleLength / DVDClock::kTicksPerMs));
-    mNextTimeEvent += mTimeRate;
+                 DVDEventValue(mTime.mTitleLength / DVDClock::kTicksPerMs));
+    mTime.mNextTimeEvent += mTime.mTimeRate;
   }
 }
 
@@ -515,7 +461,7 @@ void DVDNavigator::Handle(ReadEvent const& e) {
     case DVDNAV_CELL_CHANGE: {
       dvdnav_cell_change_event_t cell;
       std::memcpy(&cell, e.data.data(), sizeof cell);
-      if (e.position.inTitle) mTitleLength = cell.pgc_length;
+      if (e.position.inTitle) mTime.mTitleLength = cell.pgc_length;
       ReportPosition(e.position);
       break;
     }
@@ -523,28 +469,22 @@ void DVDNavigator::Handle(ReadEvent const& e) {
       dvdnav_still_event_t still;
       std::memcpy(&still, e.data.data(), sizeof still);
       SetState(kDVDStatePlayingStill);
-      if (still.length >= 0xFF) {
-        mStillInfinite = true;
-        mStillSerial = mSerial;
-      } else {
-        mStillTimed = true;
-        mStillUntil = mPresentedUntil + int64_t(still.length) * DVDClock::kTicksPerSecond;
-      }
+      mTime.StartStill(still.length, mWork.mSerial);
       break;
     }
     case DVDNAV_WAIT:
-      dvdnav_wait_skip(mNav);
+      dvdnav_wait_skip(mDisc.Nav());
       break;
     case DVDNAV_HIGHLIGHT: {
       dvdnav_highlight_event_t highlight;
       std::memcpy(&highlight, e.data.data(), sizeof highlight);
-      mButton = highlight.display ? int(highlight.buttonN) : 0;
+      mAnnounced.mButton = highlight.display ? int(highlight.buttonN) : 0;
       ShowHighlight(0);
       break;
     }
     case DVDNAV_STOP:
-      mReverse = false;
-      mSpeed = 1;
+      mTime.mReverse = false;
+      mTime.mSpeed = 1;
       SetState(kDVDStateStopped);
       break;
     default:
@@ -555,20 +495,20 @@ void DVDNavigator::Handle(ReadEvent const& e) {
 
 void DVDNavigator::HandleNavPacket(ReadEvent const& e) {
   int64_t const now = mClock.Now();
-  int64_t start = mPresentedUntil;
+  int64_t start = mTime.mPresentedUntil;
   // On the real clock a late reader catches up instead of rushing through the backlog.
   if (!mClock.IsManual() && now - start > DVDClock::kTicksPerSecond / 2) start = now;
   start -= e.seekOffset;
-  mVobuClockStart = start;
-  mVobuTitleTime = e.titleTime;
-  mVobuSpan = e.vobuSpan;
-  if (mReverse) {
-    mPresentedUntil = start + kReverseStep;
-    mReverseStepDue = true;
+  mTime.mVobuClockStart = start;
+  mTime.mVobuTitleTime = e.titleTime;
+  mTime.mVobuSpan = e.vobuSpan;
+  if (mTime.mReverse) {
+    mTime.mPresentedUntil = start + kReverseStep;
+    mTime.mReverseStepDue = true;
   } else {
-    mPresentedUntil = start + e.vobuSpan / mSpeed;
+    mTime.mPresentedUntil = start + e.vobuSpan / mTime.mSpeed;
   }
-  if (mNextTimeEvent < 0) mNextTimeEvent = start;
+  if (mTime.mNextTimeEvent < 0) mTime.mNextTimeEvent = start;
   ReportChapter(e);
   if (mState == kDVDStatePlayingStill) SetState(kDVDStatePlaying);
   ShowHighlight(0);

@@ -13,7 +13,7 @@ namespace dvd {
 
 bool DVDNavigator::SyncSubpictures(std::unique_lock<std::mutex>& lk, ReadEvent const& e) {
   if (!mPresenter || !mSubpictureSync || !e.position.inTitle) return true;
-  dsi_t const* const dsi = dvdnav_get_current_nav_dsi(mNav);
+  dsi_t const* const dsi = dvdnav_get_current_nav_dsi(mDisc.Nav());
   if (!dsi) return true;
   DVDSubpicturePlace place;
   place.title = e.position.title;
@@ -23,14 +23,14 @@ bool DVDNavigator::SyncSubpictures(std::unique_lock<std::mutex>& lk, ReadEvent c
   place.ptsStart = e.vobuStart;
   for (size_t n = 0; n < place.synca.size(); ++n) place.synca[n] = dsi->synci.sp_synca[n];
   // The stream whose pictures show (chosen, or forced ones only) is looked for further back.
-  int const spu = SelectedSubPicture();
+  int const spu = mDisc.SelectedSubPicture();
   place.shown = spu < 0 ? 0 : 1u << (spu & 0x1F);
-  uint64_t const serial = mSerial;
+  uint64_t const serial = mWork.mSerial;
   std::vector<DVDSubpictureUnit> units;
   lk.unlock();
   mSubpictureSync->Read(place, &units);
   lk.lock();
-  if (mSerial != serial) return false;
+  if (mWork.mSerial != serial) return false;
   // Ahead of the group's own blocks, timed by it.
   for (DVDSubpictureUnit& u : units) {
     mPresenter->SubpictureUnit(u.stream, u.pts, std::move(u.bytes));

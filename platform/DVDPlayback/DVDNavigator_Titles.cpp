@@ -11,17 +11,17 @@ namespace dvd {
 
 OSStatus DVDNavigator::GetTitle(UInt16* title) {
   std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
+  if (!mDisc.IsOpen()) return kDVDErrorNoMedia;
   // The title last announced: the one whose pictures are on their way to the screen.
   bool const playing = mState != kDVDStateIdle && mState != kDVDStateStopped;
-  *title = playing && mTitle > 0 ? UInt16(mTitle) : 0;
+  *title = playing && mAnnounced.mTitle > 0 ? UInt16(mAnnounced.mTitle) : 0;
   return noErr;
 }
 
 OSStatus DVDNavigator::SetTitle(UInt16 title) {
   std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
-  if (title < 1 || title > mTitleParts.size()) return kDVDErrorInvalidArgument;
+  if (!mDisc.IsOpen()) return kDVDErrorNoMedia;
+  if (title < 1 || title > mDisc.TitleCount()) return kDVDErrorInvalidArgument;
   bool const restart = mState == kDVDStateIdle || mState == kDVDStateStopped;
   Post([this, title, restart] {
     // From a stop the machine starts over first: it only jumps once it runs.
@@ -30,10 +30,10 @@ OSStatus DVDNavigator::SetTitle(UInt16 title) {
     bool still = false;
     {
       std::lock_guard<std::mutex> g(mMutex);  // a seek may clear it meanwhile
-      still = mStillInfinite;
+      still = mTime.mStillInfinite;
     }
-    if (started && still) dvdnav_still_skip(mNav);
-    bool const there = started && dvdnav_title_play(mNav, title) == DVDNAV_STATUS_OK;
+    if (started && still) dvdnav_still_skip(mDisc.Nav());
+    bool const there = started && dvdnav_title_play(mDisc.Nav(), title) == DVDNAV_STATUS_OK;
     std::lock_guard<std::mutex> g(mMutex);
     if (restart) ForgetAnnounced();
     if (!there) {
@@ -49,17 +49,17 @@ OSStatus DVDNavigator::SetTitle(UInt16 title) {
 
 OSStatus DVDNavigator::SetChapter(UInt16 chapter) {
   std::lock_guard<std::mutex> g(mMutex);
-  if (!mNav) return kDVDErrorNoMedia;
+  if (!mDisc.IsOpen()) return kDVDErrorNoMedia;
   if (!TitleUnderway()) return kDVDErrorNotAllowedNow;
-  int32_t const title = mView.position.title;
-  if (chapter < 1 || chapter > TitleParts(title)) return kDVDErrorInvalidArgument;
+  int32_t const title = mDisc.mView.position.title;
+  if (chapter < 1 || chapter > mDisc.TitleParts(title)) return kDVDErrorInvalidArgument;
   std::vector<UInt32> const* const firsts = ChapterFirstFrames();
   if (firsts && chapter <= firsts->size()) {
     SeekChapter((*firsts)[chapter - 1u]);
     return noErr;
   }
   Post([this, title, chapter] {
-    bool const found = dvdnav_part_play(mNav, title, chapter) == DVDNAV_STATUS_OK;
+    bool const found = dvdnav_part_play(mDisc.Nav(), title, chapter) == DVDNAV_STATUS_OK;
     std::lock_guard<std::mutex> g(mMutex);
     if (found) Jumped();
   });
@@ -67,10 +67,10 @@ OSStatus DVDNavigator::SetChapter(UInt16 chapter) {
 }
 
 std::vector<UInt32> const* DVDNavigator::ChapterFirstFrames() {
-  if (!mPresenter || !mTitleTable || mState == kDVDStatePlayingStill) return nullptr;
-  DVDTitleTable::Title const* const known = mTitleTable->Find(UInt32(mView.position.title));
+  if (!mPresenter || !mDisc.mTitleTable || mState == kDVDStatePlayingStill) return nullptr;
+  DVDTitleTable::Title const* const known = mDisc.mTitleTable->Find(UInt32(mDisc.mView.position.title));
   if (!known || known->chapterFirstFrames.empty() ||
-      int64_t(known->chapterFirstFrames.back()) >= mView.titleFrames) {
+      int64_t(known->chapterFirstFrames.back()) >= mDisc.mView.titleFrames) {
     return nullptr;
   }
   return &known->chapterFirstFrames;
@@ -78,10 +78,10 @@ std::vector<UInt32> const* DVDNavigator::ChapterFirstFrames() {
 
 int64_t DVDNavigator::ChapterCountedFrom() {
   // Pressed again before the last one shows, a command counts from where that one goes.
-  int64_t const pending = mSeek.active ? mSeek.target : mPresenter->Target();
+  int64_t const pending = mSeek.mActive ? mSeek.mTarget : mPresenter->Target();
   if (pending >= 0) return pending;
   DVDPicturePosition const shown = mPresenter->Shown();
-  return shown.title == mView.position.title ? shown.frameInTitle : -1;
+  return shown.title == mDisc.mView.position.title ? shown.frameInTitle : -1;
 }
 
 void DVDNavigator::SeekChapter(int64_t frame) {

@@ -26,6 +26,11 @@ void UseManualClock(bool manual) {
   gManualClock = manual;
 }
 
+void UseReadFaults(std::shared_ptr<DVDReadFaults> faults) {
+  std::lock_guard<std::mutex> g(gMutex);
+  if (gService) gService->mReadFaults = std::move(faults);
+}
+
 void AdvanceManualClock(UInt32 milliseconds) {
   std::lock_guard<std::mutex> g(gMutex);
   if (gService && gService->mClock.IsManual()) {
@@ -119,7 +124,8 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
     presenter->ShowCaptions(s.mCaptionsShown);
     presenter->SetVolume(s.mVolume, s.mMuted);
     presenter->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
-    auto navigator = std::make_unique<dvd::DVDNavigator>(s.mClock, s.mEvents, presenter.get());
+    auto navigator =
+        std::make_unique<dvd::DVDNavigator>(s.mClock, s.mEvents, presenter.get(), s.mReadFaults);
     if (OSStatus const status =
             navigator->Open(media->OpenPath(), media->UniqueID(), media->Titles());
         status != noErr) {

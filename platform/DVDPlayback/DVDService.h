@@ -8,6 +8,7 @@
 #include "DVDNavigator.h"
 #include "DVDPlayback.h"
 #include "DVDPresenter.h"
+#include "DVDReadFaults.h"
 #include "DVDServiceLock.h"
 
 #include <memory>
@@ -37,6 +38,7 @@ struct DVDService {
   UInt32 mDisplay = 0;
   DVDFrameReadyCallBackFunctionPtr mFrameReadyProc = nullptr;
   void* mFrameReadyRefCon = nullptr;
+  std::shared_ptr<DVDReadFaults> mReadFaults;  // the drive's, for every disc opened; may be null
 };
 
 // The session, or null before DVDInitialize; callers hold ServiceMutex().
@@ -80,12 +82,9 @@ int HighlightedButton();
 // Sample frames the audio sink has played since the media opened, and whether that sink
 // is a sound device (false: the null sink); -1 without media.
 int64_t AudioFramesDelivered(bool* isDevice = nullptr);
-// Reads of sectors first..first+count-1 of the program chain fail as on a damaged disc
-// (count 0: none fail).
-void FailReadsForTesting(uint32_t first, uint32_t count);
-// Block reads wait at their start until released, as on a slow drive; how many wait now.
-void HoldReadsForTesting(bool hold);
-int ReadsHeldForTesting();
+// The drive's faults that the block reads of discs opened from now on go through (null:
+// none), as on a damaged disc or a slow drive.
+void UseReadFaults(std::shared_ptr<DVDReadFaults> faults);
 // The disc's number of the sound stream decoded last; -1 before any or without media.
 int DecodedAudioStream();
 

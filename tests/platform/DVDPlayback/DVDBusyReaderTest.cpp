@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <future>
+#include <memory>
 #include <thread>
 
 namespace tavelo_test {
@@ -17,33 +18,41 @@ using namespace std::chrono_literals;
 
 class DVDBusyReaderTest : public DVDSessionTest {
  protected:
+  void SetUp() override {
+    DVDSessionTest::SetUp();
+    // The session's reads go through a drive the test holds.
+    dvd::UseReadFaults(mDrive);
+  }
+
   void TearDown() override {
-    dvd::HoldReadsForTesting(false);
+    mDrive->Hold(false);
     DVDSessionTest::TearDown();
   }
 
   // Holds reads and moves the clock until the reader waits inside one.
   bool ReaderStuckInARead() {
-    dvd::HoldReadsForTesting(true);
-    for (int i = 0; i < 200 && dvd::ReadsHeldForTesting() == 0; ++i) {
+    mDrive->Hold(true);
+    for (int i = 0; i < 200 && mDrive->Held() == 0; ++i) {
       dvd::AdvanceManualClock(100);
       std::this_thread::sleep_for(10ms);
     }
-    return dvd::ReadsHeldForTesting() == 1;
+    return mDrive->Held() == 1;
   }
 
   // Runs f on another thread; true when it returned within 5 s.
   template <class F>
-  static bool ReturnsWhileReading(F f) {
+  bool ReturnsWhileReading(F f) {
     auto done = std::async(std::launch::async, f);
     bool const returned = done.wait_for(5s) == std::future_status::ready;
     if (!returned) {
       // Let the call finish so that the test can end.
-      dvd::HoldReadsForTesting(false);
+      mDrive->Hold(false);
       done.wait();
     }
     return returned;
   }
+
+  std::shared_ptr<dvd::DVDReadFaults> const mDrive = std::make_shared<dvd::DVDReadFaults>();
 };
 
 TEST_F(DVDBusyReaderTest, QuestionsAndCommandsDoNotWaitForTheRead) {
@@ -79,9 +88,9 @@ TEST_F(DVDBusyReaderTest, QuestionsAndCommandsDoNotWaitForTheRead) {
   };
   EXPECT_TRUE(ReturnsWhileReading(commands)) << "commands waited for the read";
   // Everything above was answered while the read was still held.
-  EXPECT_EQ(1, dvd::ReadsHeldForTesting());
+  EXPECT_EQ(1, mDrive->Held());
 
-  dvd::HoldReadsForTesting(false);
+  mDrive->Hold(false);
   Settle();
   EXPECT_EQ(kDVDStatePaused, LastState());
   ASSERT_EQ(noErr, DVDPlay());
@@ -106,7 +115,7 @@ TEST_F(DVDBusyReaderTest, AMenuCallWhileReadingTakesEffectAfterTheRead) {
   ASSERT_TRUE(ReaderStuckInARead());
   auto const callMenu = [] { EXPECT_EQ(noErr, DVDGoToMenu(kDVDMenuRoot)); };
   EXPECT_TRUE(ReturnsWhileReading(callMenu)) << "the menu call waited for the read";
-  dvd::HoldReadsForTesting(false);
+  mDrive->Hold(false);
   Advance(100);
   DVDMenu menu = kDVDMenuNone;
   EXPECT_TRUE(OnMenu(&menu));

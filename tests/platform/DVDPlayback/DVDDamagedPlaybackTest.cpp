@@ -11,8 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <random>
 #include <map>
+#include <memory>
+#include <random>
 #include <vector>
 
 namespace tavelo_test {
@@ -20,10 +21,13 @@ namespace {
 
 class DVDDamagedPlaybackTest : public DVDSessionTest {
  protected:
-  void TearDown() override {
-    dvd::FailReadsForTesting(0, 0);
-    DVDSessionTest::TearDown();
+  void SetUp() override {
+    DVDSessionTest::SetUp();
+    // The session's reads go through a drive the test damages.
+    dvd::UseReadFaults(mDrive);
   }
+
+  std::shared_ptr<dvd::DVDReadFaults> const mDrive = std::make_shared<dvd::DVDReadFaults>();
 
   // The presented picture's barcode and frame number.
   std::pair<int, int> Shown() {
@@ -64,7 +68,7 @@ class DVDDamagedPlaybackTest : public DVDSessionTest {
 TEST_F(DVDDamagedPlaybackTest, UnreadableSectorsAreSkippedAndPlayingGoesOn) {
   OpenFile(DiscPath("frames"));
   // A stretch in the second chapter.
-  dvd::FailReadsForTesting(4200, 400);
+  mDrive->Fail(4200, 400);
   std::map<int, int> const seen = PlayToTheEnd();
   EXPECT_EQ(kDVDStateStopped, LastState());
   EXPECT_FALSE(ReportedError());
@@ -82,7 +86,7 @@ TEST_F(DVDDamagedPlaybackTest, UnreadableSectorsAreSkippedAndPlayingGoesOn) {
 
 TEST_F(DVDDamagedPlaybackTest, DamageToTheEndStopsWithTheErrorEvent) {
   OpenFile(DiscPath("frames"));
-  dvd::FailReadsForTesting(4200, 1000000);
+  mDrive->Fail(4200, 1000000);
   std::map<int, int> const seen = PlayToTheEnd();
   EXPECT_EQ(kDVDStateStopped, LastState());
   ASSERT_TRUE(ReportedError());
