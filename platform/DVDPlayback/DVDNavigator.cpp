@@ -25,11 +25,11 @@ constexpr int64_t kMaxVobuSpan = 2 * DVDClock::kTicksPerSecond;
 
 }  // namespace
 
-DVDNavigator::DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPresenter* presenter,
+DVDNavigator::DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPipeline* pipeline,
                            std::shared_ptr<DVDReadFaults> faults)
     : mClock(clock),
       mEvents(events),
-      mPresenter(presenter),
+      mPipeline(pipeline),
       mBlocks(std::move(faults)),
       mAnnounced(events) {}
 
@@ -43,8 +43,8 @@ OSStatus DVDNavigator::Open(std::string const& path, std::array<UInt8, 8> const&
   if (!nav) return kDVDErrorMediaNotDVD;
 
   // Not under the lock: the decoders call the listener holding theirs, and it takes ours.
-  if (mPresenter) {
-    mPresenter->SetRoomListener([this] {
+  if (mPipeline) {
+    mPipeline->SetRoomListener([this] {
       std::lock_guard<std::mutex> lock(mMutex);
       mWake.notify_all();
     });
@@ -82,7 +82,7 @@ void DVDNavigator::Close() {
   mThread.join();
   mClock.RemoveListener(mListener);
   mListener = 0;
-  if (mPresenter) mPresenter->SetRoomListener(nullptr);
+  if (mPipeline) mPipeline->SetRoomListener(nullptr);
   std::lock_guard<std::mutex> g(mMutex);
   mDisc.Close();
   mSubpictureSync.reset();
@@ -128,16 +128,16 @@ void DVDNavigator::HoldPresentation() {
   bool const hold = mSleeping || mState == kDVDStatePaused;
   // Time stands still while nothing plays: what is queued keeps its place on the clock.
   mClock.SetStopped(hold);
-  if (mPresenter) mPresenter->Hold(hold);
+  if (mPipeline) mPipeline->Hold(hold);
 }
 
 void DVDNavigator::Jumped() {
   mSeek.Cancel();
   mBlocks.ForgetDamage();
   mSyncSubpictures = true;
-  if (mPresenter) {
-    mPresenter->SetTarget(-1);
-    mPresenter->Discontinuity();
+  if (mPipeline) {
+    mPipeline->SetTarget(-1);
+    mPipeline->Discontinuity();
   }
   ++mWork.mSerial;
   mReadAhead.clear();
@@ -211,7 +211,7 @@ void DVDNavigator::WaitForWork(std::unique_lock<std::mutex>& lk) {
 
 void DVDNavigator::WaitForRoom(std::unique_lock<std::mutex>& lk) {
   uint64_t const serial = mWork.mSerial;
-  mWake.wait(lk, [&] { return mWork.Interrupted(serial) || !Active() || mPresenter->HasRoom(); });
+  mWake.wait(lk, [&] { return mWork.Interrupted(serial) || !Active() || mPipeline->HasRoom(); });
 }
 
 void DVDNavigator::Run() {
@@ -253,7 +253,7 @@ void DVDNavigator::Run() {
       continue;
     }
     if (CanReadAhead()) {
-      if (mPresenter && !mPresenter->HasRoom()) {
+      if (mPipeline && !mPipeline->HasRoom()) {
         WaitForRoom(lk);
         continue;
       }
@@ -274,7 +274,7 @@ void DVDNavigator::Run() {
       // What was read ahead lies forwards.
       mReadAhead.clear();
       mBlocks.DropGroup();
-      if (mPresenter) mPresenter->Discontinuity();
+      if (mPipeline) mPipeline->Discontinuity();
       mSyncSubpictures = true;
       mTime.mReadUntil = mTime.mPresentedUntil;
       if (target <= 0) {
@@ -324,9 +324,9 @@ void DVDNavigator::ReadAhead(std::unique_lock<std::mutex>& lk) {
   if (event == DVDNAV_NOP) return;
   if (event == DVDNAV_BLOCK_OK) {
     // The cell's last group is whole: its last pictures need not wait for the next cell.
-    if (mBlocks.TakeBlock() && mPresenter) mPresenter->EndOfStream();
+    if (mBlocks.TakeBlock() && mPipeline) mPipeline->EndOfStream();
     // Picture and sound data go to the decoders as they come.
-    if (mPresenter && len > 0) mPresenter->Block(mBlocks.Data(), size_t(len));
+    if (mPipeline && len > 0) mPipeline->Block(mBlocks.Data(), size_t(len));
     return;
   }
   mDisc.Publish();
@@ -365,13 +365,13 @@ void DVDNavigator::ReadAhead(std::unique_lock<std::mutex>& lk) {
     case DVDNAV_WAIT:
     case DVDNAV_STOP:
       // The stream pauses here: the decoder gives out the pictures it holds.
-      if (mPresenter) mPresenter->EndOfStream();
+      if (mPipeline) mPipeline->EndOfStream();
       break;
     case DVDNAV_SPU_CLUT_CHANGE:
-      if (mPresenter) {
+      if (mPipeline) {
         std::array<uint32_t, 16> clut;
         std::memcpy(clut.data(), e.data.data(), sizeof clut);
-        mPresenter->SetPalette(clut);
+        mPipeline->SetPalette(clut);
       }
       break;
     default:
@@ -395,7 +395,7 @@ void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
   // A seek's target is due now; the pictures before it are decoded only.
   start -= e.seekOffset;
   mTime.mReadUntil = mTime.mReverse ? start + kReverseStep : start + e.vobuSpan / mTime.mSpeed;
-  if (!mPresenter || !hasPci) return;
+  if (!mPipeline || !hasPci) return;
   DVDVobuTiming timing;
   timing.clockStart = start;
   timing.ptsStart = e.vobuStart;
@@ -413,7 +413,7 @@ void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
   // Subtitles switched off still show the pictures the disc forces.
   timing.subpictureStream = spu < 0 ? 0 : spu & 0x1F;
   timing.forcedSubpicturesOnly = spu < 0 || (spu & 0x80) != 0;
-  mPresenter->StartVobu(timing);
+  mPipeline->StartVobu(timing);
 }
 
 bool DVDNavigator::WaitPresented(std::unique_lock<std::mutex>& lk) {

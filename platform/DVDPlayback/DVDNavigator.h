@@ -16,7 +16,7 @@
 #include "DVDEventQueue.h"
 #include "DVDPlayback.h"
 #include "DVDFrameSeek.h"
-#include "DVDPresenter.h"
+#include "DVDPipeline.h"
 #include "DVDReadFaults.h"
 #include "DVDReaderWork.h"
 #include "DVDTimeline.h"
@@ -41,9 +41,9 @@ class DVDSubpictureSync;
 
 class DVDNavigator {
  public:
-  // presenter (may be null) receives what is read, in order, with its place on the clock;
+  // pipeline (may be null) receives what is read, in order, with its place on the clock;
   // faults (may be null) are the drive's, for the block reads.
-  DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPresenter* presenter = nullptr,
+  DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPipeline* pipeline = nullptr,
                std::shared_ptr<DVDReadFaults> faults = nullptr);
   ~DVDNavigator();
   DVDNavigator(DVDNavigator const&) = delete;
@@ -124,7 +124,7 @@ class DVDNavigator {
   void ReadAhead(std::unique_lock<std::mutex>& lk);
   // Where a group read ahead will be presented.
   void PlaceVobu(ReadEvent const& e, bool hasPci);
-  // After a jump, hands the presenter the subpictures on screen at the group just placed
+  // After a jump, hands the pipeline the subpictures on screen at the group just placed
   // that were read before it (read from the disc without the lock); false when a command
   // moved the position meanwhile.
   bool SyncSubpictures(std::unique_lock<std::mutex>& lk, ReadEvent const& e);
@@ -168,7 +168,7 @@ class DVDNavigator {
   int64_t ChapterCountedFrom();
   // To a chapter's first frame, frame-exact, paused or playing.
   void SeekChapter(int64_t frame);
-  // Tells the presenter the selected button's rectangle and colours (mode 0 selected,
+  // Tells the pipeline the selected button's rectangle and colours (mode 0 selected,
   // 1 activated), or that none shows.
   void ShowHighlight(int mode);
   // Pictures and sound stop while paused or asleep.
@@ -193,7 +193,7 @@ class DVDNavigator {
 
   DVDClock& mClock;
   DVDEventQueue& mEvents;
-  DVDPresenter* mPresenter;
+  DVDPipeline* mPipeline;
   int mListener = 0;
   std::mutex mMutex;
   std::condition_variable mWake;

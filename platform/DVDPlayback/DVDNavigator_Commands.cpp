@@ -41,10 +41,10 @@ OSStatus DVDNavigator::Play() {
       return noErr;
     case kDVDStatePaused: {
       SetState(mPausedFrom);
-      if (mSeek.mStepped && mPresenter) {
+      if (mSeek.mStepped && mPipeline) {
         // Pictures stepped to were shown out of the stream's order: it goes on from the
         // one on screen.
-        DVDPicturePosition const shown = mPresenter->Shown();
+        DVDPicturePosition const shown = mPipeline->Shown();
         int64_t const next = shown.frameInTitle + shown.framesShown;
         if (shown.frameInTitle >= 0 && next < mDisc.mView.titleFrames) StartSeek(next);
       }
@@ -60,11 +60,11 @@ OSStatus DVDNavigator::Play() {
         mReadAhead.clear();
         mBlocks.DropGroup();
         mTime.mReadUntil = mTime.mPresentedUntil;
-        if (mPresenter) mPresenter->Discontinuity();
+        if (mPipeline) mPipeline->Discontinuity();
       } else if (mTime.mReadUntil > mTime.mPresentedUntil) {
         // What was read ahead plays at normal speed after the group on screen.
         mTime.mReadUntil = mTime.mPresentedUntil + (mTime.mReadUntil - mTime.mPresentedUntil) * oldSpeed;
-        if (mPresenter) mPresenter->Retime(mTime.mPresentedUntil, oldSpeed, 1, false);
+        if (mPipeline) mPipeline->Retime(mTime.mPresentedUntil, oldSpeed, 1, false);
       }
       SetState(kDVDStatePlaying);
       break;
@@ -138,7 +138,7 @@ OSStatus DVDNavigator::Scan(DVDScanRate rate, DVDScanDirection direction) {
     }
     mTime.mReadUntil = mTime.mPresentedUntil;
     // Pictures queued in the other direction would hold the new ones back.
-    if (mPresenter) mPresenter->Discontinuity();
+    if (mPipeline) mPipeline->Discontinuity();
   } else {
     // From now on everything read, shown or not, runs at the new speed.
     auto const retime = [&](int64_t t) {
@@ -146,7 +146,7 @@ OSStatus DVDNavigator::Scan(DVDScanRate rate, DVDScanDirection direction) {
     };
     mTime.mPresentedUntil = retime(mTime.mPresentedUntil);
     mTime.mReadUntil = retime(mTime.mReadUntil);
-    if (mPresenter) mPresenter->Retime(now, oldSpeed, rate, rate > 2);
+    if (mPipeline) mPipeline->Retime(now, oldSpeed, rate, rate > 2);
   }
   SetState(kDVDStateScanning);
   Poke();

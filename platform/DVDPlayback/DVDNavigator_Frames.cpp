@@ -28,16 +28,16 @@ int64_t DVDNavigator::FirstFrame(ReadEvent const& e) const {
 
 bool DVDNavigator::Seeking() const {
   if (mSeek.mActive) return true;
-  if (!mPresenter) return false;
-  if (mPresenter->TargetPending()) return true;
+  if (!mPipeline) return false;
+  if (mPipeline->TargetPending()) return true;
   // A seek or step has its picture once the one after it is decoded too (a deinterlacer's
   // neighbour), except at the title's end, where reading on would leave the title.
-  return mSeek.mShown >= 0 && mSeek.mShown + 1 < mDisc.mView.titleFrames && mPresenter->AfterMissing();
+  return mSeek.mShown >= 0 && mSeek.mShown + 1 < mDisc.mView.titleFrames && mPipeline->AfterMissing();
 }
 
 bool DVDNavigator::SeekReadsOn() {
   if (mSeek.mActive) return true;
-  int64_t const target = mPresenter ? mPresenter->Target() : -1;
+  int64_t const target = mPipeline ? mPipeline->Target() : -1;
   if (target < 0) return false;
   // Never into what may leave the title: the program chain's end, stills, waits, stops.
   if (mReadAhead.empty()) return !mBlocks.InLastCell();
@@ -72,7 +72,7 @@ void DVDNavigator::StartSeek(int64_t target) {
   EndScan();
   Jumped();
   mTime.EndStill();
-  if (mPresenter) mPresenter->SetTarget(target);
+  if (mPipeline) mPipeline->SetTarget(target);
   mSeek.Start(target);
   mBlocks.DropGroup();
   uint64_t const time = uint64_t(target * mDisc.mView.position.TimeCodeFrameTicks());
@@ -126,28 +126,28 @@ OSStatus DVDNavigator::SeekToFrame(UInt32 frame) {
 OSStatus DVDNavigator::StepFrame(SInt32 frames) {
   std::lock_guard<std::mutex> g(mMutex);
   if (!mDisc.IsOpen()) return kDVDErrorNoMedia;
-  if (!TitleUnderway() || mState == kDVDStatePlayingStill || !mPresenter) {
+  if (!TitleUnderway() || mState == kDVDStatePlayingStill || !mPipeline) {
     return kDVDErrorNotAllowedNow;
   }
-  DVDPicturePosition const shown = mPresenter->Shown();
+  DVDPicturePosition const shown = mPipeline->Shown();
   if (shown.frameInTitle < 0) return kDVDErrorNotAllowedNow;
   // Steps count from where a seek or step still on its way will be. A step always shows
   // another picture: on film, where a picture stays on screen for two frames, one step on
   // goes past both, one step back to the picture before.
-  int64_t const pending = mSeek.mActive ? mSeek.mTarget : mPresenter->Target();
+  int64_t const pending = mSeek.mActive ? mSeek.mTarget : mPipeline->Target();
   DVDPicturePosition const at =
-      pending >= 0 ? mPresenter->PictureShowing(shown.title, pending) : shown;
+      pending >= 0 ? mPipeline->PictureShowing(shown.title, pending) : shown;
   int64_t const from = at.frameInTitle;
   int64_t const end = at.frameInTitle + at.framesShown;
   int64_t const target = frames > 0 ? std::max(from + frames, end) : from + frames;
   if (target < 0 || target >= mDisc.mView.titleFrames) return kDVDErrorInvalidArgument;
   if (mState != kDVDStatePaused) PauseNow();
   if (frames == 0) return noErr;
-  if (mPresenter->HasPicture(shown.title, target) ||
-      (target > from && target - from <= kStepReadingOn && !mPresenter->JumpOnItsWay())) {
+  if (mPipeline->HasPicture(shown.title, target) ||
+      (target > from && target - from <= kStepReadingOn && !mPipeline->JumpOnItsWay())) {
     // Decoded already (queued, or kept from the way here), or a little further on where
     // reading goes anyway: no jump. Reading goes on until the picture after it is decoded.
-    mPresenter->SetTarget(target);
+    mPipeline->SetTarget(target);
     mSeek.mShown = target;
     mSeek.mStepped = true;
     // No picture group need be handled on the way: the chapter is told here.

@@ -13,9 +13,9 @@ constexpr int kHidden = DVDDiscMachine::kHidden;
 }  // namespace
 
 void DVDNavigator::ApplyStreams() {
-  if (!mPresenter) return;
+  if (!mPipeline) return;
   int const spu = mDisc.SelectedSubPicture();
-  mPresenter->SelectStreams(mDisc.SelectedAudio(), spu < 0 ? 0 : spu & 0x1F,
+  mPipeline->SelectStreams(mDisc.SelectedAudio(), spu < 0 ? 0 : spu & 0x1F,
                             spu < 0 || (spu & kHidden) != 0);
 }
 

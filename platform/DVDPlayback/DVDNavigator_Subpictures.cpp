@@ -1,5 +1,5 @@
 // The navigator's part in showing, after a jump, the subpicture on screen where it lands:
-// the unit drawing it was read with an earlier group, and is read again for the presenter.
+// the unit drawing it was read with an earlier group, and is read again for the pipeline.
 #include "DVDNavigator.h"
 
 #include "DVDSubpictureSync.h"
@@ -12,7 +12,7 @@
 namespace dvd {
 
 bool DVDNavigator::SyncSubpictures(std::unique_lock<std::mutex>& lk, ReadEvent const& e) {
-  if (!mPresenter || !mSubpictureSync || !e.position.inTitle) return true;
+  if (!mPipeline || !mSubpictureSync || !e.position.inTitle) return true;
   dsi_t const* const dsi = dvdnav_get_current_nav_dsi(mDisc.Nav());
   if (!dsi) return true;
   DVDSubpicturePlace place;
@@ -33,7 +33,7 @@ bool DVDNavigator::SyncSubpictures(std::unique_lock<std::mutex>& lk, ReadEvent c
   if (mWork.mSerial != serial) return false;
   // Ahead of the group's own blocks, timed by it.
   for (DVDSubpictureUnit& u : units) {
-    mPresenter->SubpictureUnit(u.stream, u.pts, std::move(u.bytes));
+    mPipeline->SubpictureUnit(u.stream, u.pts, std::move(u.bytes));
   }
   return true;
 }

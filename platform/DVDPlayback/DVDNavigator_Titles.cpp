@@ -67,7 +67,7 @@ OSStatus DVDNavigator::SetChapter(UInt16 chapter) {
 }
 
 std::vector<UInt32> const* DVDNavigator::ChapterFirstFrames() {
-  if (!mPresenter || !mDisc.mTitleTable || mState == kDVDStatePlayingStill) return nullptr;
+  if (!mPipeline || !mDisc.mTitleTable || mState == kDVDStatePlayingStill) return nullptr;
   DVDTitleTable::Title const* const known = mDisc.mTitleTable->Find(UInt32(mDisc.mView.position.title));
   if (!known || known->chapterFirstFrames.empty() ||
       int64_t(known->chapterFirstFrames.back()) >= mDisc.mView.titleFrames) {
@@ -78,9 +78,9 @@ std::vector<UInt32> const* DVDNavigator::ChapterFirstFrames() {
 
 int64_t DVDNavigator::ChapterCountedFrom() {
   // Pressed again before the last one shows, a command counts from where that one goes.
-  int64_t const pending = mSeek.mActive ? mSeek.mTarget : mPresenter->Target();
+  int64_t const pending = mSeek.mActive ? mSeek.mTarget : mPipeline->Target();
   if (pending >= 0) return pending;
-  DVDPicturePosition const shown = mPresenter->Shown();
+  DVDPicturePosition const shown = mPipeline->Shown();
   return shown.title == mDisc.mView.position.title ? shown.frameInTitle : -1;
 }
 

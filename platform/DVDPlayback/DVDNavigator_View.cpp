@@ -8,7 +8,7 @@
 namespace dvd {
 
 void DVDNavigator::ShowHighlight(int mode) {
-  if (!mPresenter) return;
+  if (!mPipeline) return;
   DVDHighlight highlight;
   pci_t* const pci = dvdnav_get_current_nav_pci(mDisc.Nav());
   int32_t button = 0;
@@ -23,7 +23,7 @@ void DVDNavigator::ShowHighlight(int mode) {
     highlight.y1 = area.ey;
     highlight.palette = area.palette;
   }
-  mPresenter->SetHighlight(highlight);
+  mPipeline->SetHighlight(highlight);
 }
 
 void DVDNavigator::ReportPosition(DVDNavPosition const& position) {

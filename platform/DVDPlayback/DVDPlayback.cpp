@@ -45,7 +45,7 @@ bool WaitUntilQuiet(UInt32 timeoutMs) {
       std::lock_guard<std::mutex> g(gMutex);
       if (!gService) return true;
       bool const navQuiet = !gService->mNavigator || gService->mNavigator->IsQuiet();
-      bool const shown = !gService->mPresenter || gService->mPresenter->IsQuiet();
+      bool const shown = !gService->mPipeline || gService->mPipeline->IsQuiet();
       if (navQuiet && shown && gService->mEvents.IsDrained()) return true;
     }
     if (std::chrono::steady_clock::now() > until) return false;
@@ -61,9 +61,9 @@ int HighlightedButton() {
 
 int64_t AudioFramesDelivered(bool* isDevice) {
   std::lock_guard<std::mutex> g(gMutex);
-  if (!gService || !gService->mPresenter) return -1;
-  if (isDevice) *isDevice = gService->mPresenter->AudioIsDevice();
-  return gService->mPresenter->AudioDelivered();
+  if (!gService || !gService->mPipeline) return -1;
+  if (isDevice) *isDevice = gService->mPipeline->AudioIsDevice();
+  return gService->mPipeline->AudioDelivered();
 }
 
 void FillPresentedInfo(DVDPicture const& picture, DVDPresentedFrameInfo* info) {
@@ -83,8 +83,8 @@ void FillPresentedInfo(DVDPicture const& picture, DVDPresentedFrameInfo* info) {
 
 int DecodedAudioStream() {
   std::lock_guard<std::mutex> g(gMutex);
-  if (!gService || !gService->mPresenter) return -1;
-  return gService->mPresenter->DecodedAudioStream();
+  if (!gService || !gService->mPipeline) return -1;
+  return gService->mPipeline->DecodedAudioStream();
 }
 
 }  // namespace dvd
@@ -116,16 +116,16 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
     if (OSStatus const status = media->DriveRegion(&code, &changes); status != noErr) {
       return status;
     }
-    auto presenter = std::make_unique<dvd::DVDPresenter>(
+    auto pipeline = std::make_unique<dvd::DVDPipeline>(
         s.mClock, s.mStillsOnly ? std::make_unique<dvd::DVDNullAudioSink>(s.mClock)
                                 : dvd::DVDAudioSink::Create(s.mClock));
-    if (!presenter->Construct()) return kDVDErrorReadFailed;
-    presenter->SetCaptionSource(media->OpenPath());
-    presenter->ShowCaptions(s.mCaptionsShown);
-    presenter->SetVolume(s.mVolume, s.mMuted);
-    presenter->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
+    if (!pipeline->Construct()) return kDVDErrorReadFailed;
+    pipeline->SetCaptionSource(media->OpenPath());
+    pipeline->ShowCaptions(s.mCaptionsShown);
+    pipeline->SetVolume(s.mVolume, s.mMuted);
+    pipeline->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
     auto navigator =
-        std::make_unique<dvd::DVDNavigator>(s.mClock, s.mEvents, presenter.get(), s.mReadFaults);
+        std::make_unique<dvd::DVDNavigator>(s.mClock, s.mEvents, pipeline.get(), s.mReadFaults);
     if (OSStatus const status =
             navigator->Open(media->OpenPath(), media->UniqueID(), media->Titles());
         status != noErr) {
@@ -134,7 +134,7 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
     navigator->SetTimeEventRate(s.mTimeEventRate);
     if (s.mSleeping) navigator->Sleep();
     s.mMedia = std::move(media);
-    s.mPresenter = std::move(presenter);
+    s.mPipeline = std::move(pipeline);
     s.mNavigator = std::move(navigator);
     s.mMediaIsVolume = isVolume;
     return noErr;
@@ -146,7 +146,7 @@ OSStatus CloseMedia(bool isVolume) {
     if (!s.mMedia) return kDVDErrorNoMedia;
     if (s.mMediaIsVolume != isVolume) return kDVDErrorNotAllowedNow;
     s.mNavigator.reset();
-    s.mPresenter.reset();
+    s.mPipeline.reset();
     s.mMedia.reset();
     return noErr;
   });
@@ -180,7 +180,7 @@ OSStatus DVDDispose() {
     if (!dvd::gService) return kDVDErrorNotInitialized;
     // Navigation stops first so that it posts nothing to a queue being torn down.
     dvd::gService->mNavigator.reset();
-    dvd::gService->mPresenter.reset();
+    dvd::gService->mPipeline.reset();
     dvd::gService->mMedia.reset();
     service = std::move(dvd::gService);
   }
@@ -293,7 +293,7 @@ OSStatus DVDIsMuted(Boolean* outIsMuted) {
 OSStatus DVDMute(Boolean inMute) {
   return WithService([&](DVDService& s) -> OSStatus {
     s.mMuted = inMute ? 1 : 0;
-    if (s.mPresenter) s.mPresenter->SetVolume(s.mVolume, s.mMuted);
+    if (s.mPipeline) s.mPipeline->SetVolume(s.mVolume, s.mMuted);
     return noErr;
   });
 }
@@ -312,7 +312,7 @@ OSStatus DVDSetAudioVolume(UInt16 inVolume) {
   if (inVolume > 255) return kDVDErrorInvalidArgument;
   return WithService([&](DVDService& s) -> OSStatus {
     s.mVolume = inVolume;
-    if (s.mPresenter) s.mPresenter->SetVolume(s.mVolume, s.mMuted);
+    if (s.mPipeline) s.mPipeline->SetVolume(s.mVolume, s.mMuted);
     return noErr;
   });
 }
@@ -493,7 +493,7 @@ OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr inCallBackPro
   return WithService([&](DVDService& s) -> OSStatus {
     s.mFrameReadyProc = inCallBackProc;
     s.mFrameReadyRefCon = inRefCon;
-    if (s.mPresenter) s.mPresenter->SetFrameReadyCallBack(inCallBackProc, inRefCon);
+    if (s.mPipeline) s.mPipeline->SetFrameReadyCallBack(inCallBackProc, inRefCon);
     return noErr;
   });
 }

@@ -17,9 +17,9 @@ OSStatus DVDHasClosedCaptions(Boolean* outHasCaptions) {
   if (!outHasCaptions) return kDVDErrorInvalidArgument;
   *outHasCaptions = false;
   return WithService([&](DVDService& s) -> OSStatus {
-    if (!s.mMedia || !s.mPresenter) return kDVDErrorNoMedia;
-    int const title = s.mPresenter->Shown().title;
-    *outHasCaptions = title > 0 && s.mPresenter->Captions()->Carries(title) == 1;
+    if (!s.mMedia || !s.mPipeline) return kDVDErrorNoMedia;
+    int const title = s.mPipeline->Shown().title;
+    *outHasCaptions = title > 0 && s.mPipeline->Captions()->Carries(title) == 1;
     return noErr;
   });
 }
@@ -27,7 +27,7 @@ OSStatus DVDHasClosedCaptions(Boolean* outHasCaptions) {
 OSStatus DVDSetClosedCaptionsShown(Boolean inShown) {
   return WithService([&](DVDService& s) -> OSStatus {
     s.mCaptionsShown = inShown != 0;
-    if (s.mPresenter) s.mPresenter->ShowCaptions(s.mCaptionsShown);
+    if (s.mPipeline) s.mPipeline->ShowCaptions(s.mCaptionsShown);
     return noErr;
   });
 }
@@ -46,10 +46,10 @@ OSStatus DVDReadClosedCaptions(UInt16 inTitle, DVDClosedCaptionProcPtr inProc, v
   std::vector<DVDCaptionCue> cues;
   bool known = false;
   OSStatus const status = WithService([&](DVDService& s) -> OSStatus {
-    if (!s.mMedia || !s.mPresenter || !s.mMedia->Titles()) return kDVDErrorNoMedia;
+    if (!s.mMedia || !s.mPipeline || !s.mMedia->Titles()) return kDVDErrorNoMedia;
     if (!s.mMedia->Titles()->Find(inTitle)) return kDVDErrorInvalidArgument;
     path = s.mMedia->OpenPath();
-    known = s.mPresenter->Captions()->Known(inTitle, &cues);
+    known = s.mPipeline->Captions()->Known(inTitle, &cues);
     return noErr;
   });
   if (status != noErr) return status;
@@ -63,8 +63,8 @@ OSStatus DVDReadClosedCaptions(UInt16 inTitle, DVDClosedCaptionProcPtr inProc, v
     }
     // Kept for stills, when the same disc is still open.
     WithService([&](DVDService& s) -> OSStatus {
-      if (s.mMedia && s.mPresenter && s.mMedia->OpenPath() == path) {
-        s.mPresenter->Captions()->Keep(inTitle, cues);
+      if (s.mMedia && s.mPipeline && s.mMedia->OpenPath() == path) {
+        s.mPipeline->Captions()->Keep(inTitle, cues);
       }
       return noErr;
     });

@@ -51,8 +51,8 @@ OSStatus DVDGetFrameInTitle(UInt32* outFrame) {
   if (!outFrame) return kDVDErrorInvalidArgument;
   // Answered from the picture on screen, without waiting for the reader.
   return dvd::WithService([&](dvd::DVDService& s) -> OSStatus {
-    if (!s.mPresenter) return kDVDErrorNoMedia;
-    dvd::DVDPicturePosition const shown = s.mPresenter->Shown();
+    if (!s.mPipeline) return kDVDErrorNoMedia;
+    dvd::DVDPicturePosition const shown = s.mPipeline->Shown();
     if (shown.title <= 0 || shown.frameInTitle < 0) return kDVDErrorNotAllowedNow;
     *outFrame = UInt32(shown.frameInTitle);
     return noErr;

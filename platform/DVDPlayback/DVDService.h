@@ -7,7 +7,7 @@
 #include "DVDMedia.h"
 #include "DVDNavigator.h"
 #include "DVDPlayback.h"
-#include "DVDPresenter.h"
+#include "DVDPipeline.h"
 #include "DVDReadFaults.h"
 #include "DVDServiceLock.h"
 
@@ -24,7 +24,7 @@ struct DVDService {
   DVDEventQueue mEvents;
   std::unique_ptr<DVDMedia> mMedia;
   // Declared before the navigator, which feeds it, so that it goes after it.
-  std::unique_ptr<DVDPresenter> mPresenter;
+  std::unique_ptr<DVDPipeline> mPipeline;
   std::unique_ptr<DVDNavigator> mNavigator;
   bool mStillsOnly = false;  // DVDInitializeForStills: no lock, no sound device
   bool mMediaIsVolume = false;
