@@ -210,7 +210,7 @@ class DVDPulseAudioSink : public DVDAudioSink {
 
   DVDClock& mClock;
   pa_simple* mStream;
-  std::mutex mMutex;
+  std::mutex mMutex;  // DVDLockOrder.h: a leaf (8)
   std::condition_variable mWake;
   std::deque<Piece> mQueue;
   bool mQuit = false;

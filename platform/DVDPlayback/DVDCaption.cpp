@@ -23,7 +23,7 @@ void LibassMessage(int level, char const* format, va_list args, void*) {
 
 // One renderer for the process; libass's objects are not shared between threads.
 struct Renderer {
-  std::mutex mutex;
+  std::mutex mutex;  // DVDLockOrder.h: drawing (7), last of them
   ASS_Library* library = nullptr;
   ASS_Renderer* renderer = nullptr;
 

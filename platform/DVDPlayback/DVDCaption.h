@@ -28,7 +28,7 @@ struct DVDCaption {
 
  private:
   struct Drawn {
-    std::mutex mutex;
+    std::mutex mutex;  // DVDLockOrder.h: drawing (7), after the picture's
     int width = 0;
     int height = 0;
     int displayWidth = 0;

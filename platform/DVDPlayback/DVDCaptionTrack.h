@@ -58,7 +58,7 @@ class DVDCaptionTrack {
   std::atomic<bool> mShown{false};
   std::atomic<bool> mStop{false};  // the title being read is no longer wanted
 
-  std::mutex mMutex;
+  std::mutex mMutex;  // DVDLockOrder.h: a leaf (8)
   std::condition_variable mWake;
   bool mQuit = false;
   int mTitle = 0;

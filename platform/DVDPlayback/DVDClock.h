@@ -50,7 +50,7 @@ class DVDClock {
   std::atomic<bool> mFollowing{false};
   std::atomic<bool> mStopped{false};
   std::atomic<int64_t> mStoppedAt{0};
-  mutable std::mutex mMutex;
+  mutable std::mutex mMutex;  // DVDLockOrder.h: the last (9)
   int64_t mManualNow = 0;
   int mNextListener = 1;
   std::map<int, std::function<void()>> mListeners;

@@ -50,9 +50,9 @@ class DVDDecodeFeed {
   void Run();
 
   size_t const mMaxBlocks;
-  std::mutex mListenerMutex;  // held while the listener runs
+  std::mutex mListenerMutex;  // held while the listener runs; DVDLockOrder.h (2)
   std::function<void()> mRoomListener;
-  mutable std::mutex mMutex;
+  mutable std::mutex mMutex;  // DVDLockOrder.h: a stage queue's (4)
   std::condition_variable mWake;
   std::condition_variable mRoomFreed;
   std::deque<Task> mTasks;

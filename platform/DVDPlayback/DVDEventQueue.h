@@ -48,7 +48,7 @@ class DVDEventQueue {
 
   void Run();
 
-  mutable std::mutex mMutex;
+  mutable std::mutex mMutex;  // DVDLockOrder.h: a leaf (8)
   std::condition_variable mWake;
   std::deque<Event> mQueue;
   std::vector<Registration> mRegistrations;

@@ -21,7 +21,7 @@ class DVDFrameCallBack {
   void Call(UInt32 number);
 
  private:
-  std::mutex mMutex;  // a leaf: held while the fields change, never during the call
+  std::mutex mMutex;  // DVDLockOrder.h: a leaf (8), never held during the call
   std::condition_variable mDone;
   DVDFrameReadyCallBackFunctionPtr mProc = nullptr;
   void* mRefCon = nullptr;

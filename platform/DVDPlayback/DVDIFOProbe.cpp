@@ -34,7 +34,7 @@ namespace {
 
 std::atomic<int> sTimeLimitMs{5000};
 std::atomic<int> sChildStallMs{0};
-std::mutex sCacheLock;
+std::mutex sCacheLock;  // DVDLockOrder.h: a leaf (8)
 // By unique ID and path: an overlay links to one copy's files.
 using CacheKey = std::pair<std::array<UInt8, 8>, std::string>;
 std::map<CacheKey, DVDProbeResult>& Cache() {

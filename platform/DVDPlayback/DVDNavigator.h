@@ -195,7 +195,7 @@ class DVDNavigator {
   DVDEventQueue& mEvents;
   DVDPipeline* mPipeline;
   int mListener = 0;
-  std::mutex mMutex;
+  std::mutex mMutex;  // DVDLockOrder.h: the navigator's (3)
   std::condition_variable mWake;
   std::thread mThread;
   bool mSleeping = false;

@@ -30,7 +30,7 @@ class DVDNullAudioSink : public DVDAudioSink {
   void Advance(int64_t now);
 
   DVDClock& mClock;
-  std::mutex mMutex;
+  std::mutex mMutex;  // DVDLockOrder.h: a leaf (8)
   std::deque<Piece> mQueue;
   bool mPlayed = false;       // something played since the last flush
   int64_t mCursor = 0;       // where the last piece played ended

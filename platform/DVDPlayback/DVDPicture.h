@@ -57,7 +57,7 @@ struct DVDPicture {
 
  private:
   struct Made {
-    std::mutex mutex;
+    std::mutex mutex;  // DVDLockOrder.h: drawing (7), first
     bool rgb = false;
     bool overlay = false;
     std::vector<uint8_t> rgbPixels;

@@ -13,7 +13,7 @@
 namespace dvd {
 
 namespace {
-std::mutex gMutex;
+std::mutex gMutex;  // DVDLockOrder.h: the service's (1), taken first
 std::unique_ptr<DVDService> gService;
 bool gManualClock = false;
 }  // namespace

@@ -14,7 +14,7 @@ namespace {
 // wait; more means the clock stopped being followed.
 constexpr size_t kMaxQueue = 72;
 
-std::mutex gLatestMutex;
+std::mutex gLatestMutex;  // DVDLockOrder.h: a leaf (8)
 
 // Never destroyed: a program that exits with the service still running destroys the service
 // among the other statics, in no set order, and its presenter publishes one last time.

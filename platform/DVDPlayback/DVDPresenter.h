@@ -129,7 +129,7 @@ class DVDPresenter {
   DVDClock& mClock;
   DVDSubpictureLayer& mLayer;
   int mListener = 0;
-  std::mutex mMutex;
+  std::mutex mMutex;  // DVDLockOrder.h: the presenter's (5)
   std::condition_variable mWake;
   bool mQuit = false;
   bool mHeld = false;

@@ -30,7 +30,7 @@ class DVDReadFaults {
   std::atomic<uint32_t> mFailFirst{0};
   std::atomic<uint32_t> mFailCount{0};
   std::atomic<bool> mHold{false};
-  std::mutex mMutex;  // a leaf: nothing else is taken while it is held
+  std::mutex mMutex;  // DVDLockOrder.h: a leaf (8)
   std::condition_variable mChanged;
   int mHeld = 0;
 };

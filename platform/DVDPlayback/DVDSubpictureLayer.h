@@ -1,7 +1,7 @@
 // The layer drawn over the pictures: a subpicture decoder for each of the disc's 32
 // streams, the disc's palette and the menu button's highlight. Decoded on the subpicture
 // stage's thread and read when a picture is composed, behind a lock of its own that is
-// taken last.
+// taken after the presenter's (DVDLockOrder.h).
 #pragma once
 
 #include "DVDPicture.h"
@@ -36,7 +36,7 @@ class DVDSubpictureLayer {
   void Overlay(int stream, bool forcedOnly, int64_t at, DVDPicture* picture);
 
  private:
-  std::mutex mMutex;
+  std::mutex mMutex;  // DVDLockOrder.h: the layer's (6)
   std::array<DVDSubpictureDecoder, kStreams> mStreams;
   std::array<uint32_t, 16> mClut{};
   DVDHighlight mHighlight;
