@@ -48,10 +48,6 @@ void NSBitmapImageRep::setScreenFallbackWindow(QWidget* window) {
   else Apple_CGL::GrabContext::SetFallbackProvider(nullptr);
 }
 
-unsigned char* NSBitmapImageRep::getStartOfScanLine(long row) const {
-  return bitmapData() + row * bytesPerRow();
-}
-
 unsigned char* NSBitmapImageRep::getStartOfScanLine(long row, long x) const {
   return getStartOfScanLine(row) + x * long(sizeof(Apple_CGL::ReadPixels::uint_pixel_t));
 }

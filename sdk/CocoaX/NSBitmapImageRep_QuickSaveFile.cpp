@@ -181,6 +181,13 @@ bool NSBitmapImageRep::saveToNextNumberedFileName(char const* inNameFormatString
   return result;
 }
 
+QString NSBitmapImageRep::fileExtensionOfType(QuikSaveImageType type) {
+  // Indexed by picture type.
+  static char const* const kFileExtensions[] = {"jpg", "png", "tif"};
+  if (type < 0 || type > 2) return QString();
+  return QString::fromLatin1(kFileExtensions[type]);
+}
+
 bool NSBitmapImageRep::saveToNextNumberedFileName(char const* inNameFormatString) const {
   QuikSaveImageType imageType = sDefaultQuikSaveImageType;
   QByteArray const format(inNameFormatString ? inNameFormatString : "");

@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "GrabWindowController.h"
+#include "NSBitmapImageRep.h"
 #include "StillAlign.h"
 #include "StillMaker.h"
 #include "StillNames.h"
@@ -39,7 +39,7 @@ std::shared_ptr<NSBitmapImageRep> GrabCompare::Still(StillTaker& taker, uint32_t
   StillMaker::Apply(options.choices, &request);
   std::shared_ptr<NSBitmapImageRep> bitmap = StillMaker::Make(request);
   if (!bitmap || options.size.isEmpty()) return bitmap;
-  return GrabWindowController::BitmapImageRepWithImage(
+  return NSBitmapImageRep::imageRepWithImage(
       ImageOf(*bitmap).scaled(options.size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
 }
 
@@ -199,7 +199,7 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
       StillNames::Expand(QString(nameTemplate).replace(QLatin1String("{side}"), QLatin1String(side->letter)),
                          place, &name, nullptr);
       QString const path = QDir(options.folder).filePath(
-          name + QLatin1Char('.') + GrabWindowController::FileExtensionOfType(options.type));
+          name + QLatin1Char('.') + NSBitmapImageRep::fileExtensionOfType(options.type));
       if (!still->saveToPictureFileName(path, options.type, settings)) {
         fail(QStringLiteral("%1 could not be written").arg(path));
         return failures + int(entries.size() - i - 1);
@@ -225,8 +225,8 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
                            ? options.sheetPath
                            : QDir(options.folder).filePath(StillNames::Safe(discName) +
                                                            QStringLiteral(" T%1 compare.").arg(title.number) +
-                                                           GrabWindowController::FileExtensionOfType(options.type));
-  std::shared_ptr<NSBitmapImageRep> const bitmap = GrabWindowController::BitmapImageRepWithImage(sheet);
+                                                           NSBitmapImageRep::fileExtensionOfType(options.type));
+  std::shared_ptr<NSBitmapImageRep> const bitmap = NSBitmapImageRep::imageRepWithImage(sheet);
   if (!sheet.isNull() && bitmap && bitmap->saveToPictureFileName(path, options.type, settings)) {
     if (report.written) report.written(path);
   } else {
