@@ -110,9 +110,6 @@ class GrabWindowRestorer {
 
 GrabWindowController::GrabWindowController(QObject* parent) : QObject(parent) {
   // These modules are used only through this class; keep them linked.
-  CoreMachDebugVerify(import_NSBitmapImageRep_QuickSaveFile());
-  CoreMachDebugVerify(import_NSBitmapImageRep_OpenGLCategory());
-  CoreMachDebugVerify(import_NSUISelectorGroup());
   mDefaultImageType = QuikSaveImageType_JPEG;
   mSaveImageSize = kDefaultSaveImageSize;
 }

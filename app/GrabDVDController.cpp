@@ -590,7 +590,6 @@ void GrabDVDController::launchAppWebPageByID(QString const& page) {
 }
 
 void GrabDVDController::orderFrontStandardAboutPanel(QObject*) {
-  CoreMachDebugVerify(import_PDFSkinWindow());
   if (!mAboutBox) return;
   mAboutBox->show();
   mAboutBox->raise();

@@ -177,6 +177,3 @@ class NSBitmapImageRep : public NSImageRep {
 // Stamps the file with the classic type of the picture type and the default creator.
 bool SetFileTypeCreatorCode(char const* in_pathname, QuikSaveImageType type);
 bool SetFileTypeCreatorCode(char const* in_pathname, QuikSaveImageType type, UInt32 creator);
-
-bool import_NSBitmapImageRep_QuickSaveFile();
-bool import_NSBitmapImageRep_OpenGLCategory();

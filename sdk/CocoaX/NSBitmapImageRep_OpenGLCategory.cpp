@@ -16,8 +16,6 @@
 #include <algorithm>
 #include <cstring>
 
-bool import_NSBitmapImageRep_OpenGLCategory() { return true; }
-
 namespace {
 
 QPointer<QWidget> sFallbackWindow;

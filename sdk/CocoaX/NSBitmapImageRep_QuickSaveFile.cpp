@@ -32,8 +32,6 @@ bool ClassInitialize() {
 
 }  // namespace
 
-bool import_NSBitmapImageRep_QuickSaveFile() { return import_NSBitmapImageRep_QGWorld(); }
-
 // ---------------------------------------------------------------------------------------
 // Settings
 
