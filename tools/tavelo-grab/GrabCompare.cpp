@@ -77,12 +77,11 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
   StillTitleInfo const title = firstTitle;
   bool const pal = title.PAL();
   std::vector<StillPlanEntry> const& entries = plan.Entries();
+  // The first title is read on a thread of its own while the other disc replaces the first in
+  // the session: its signatures side by side with the first's, then its stills.
   StillSignatures first;
-  if (!compare.offset && StillSignatures::Read(title.number, &first) != noErr) {
-    std::fprintf(err, "tavelo-grab: --compare: title %u cannot be read through\n", unsigned(title.number));
-    return -1;
-  }
-  // The other disc replaces the first in the session: its signatures, then its stills.
+  StillSignatureRead firstRead;
+  if (!compare.offset) firstRead.Start(title.number, title.info.frames, &first);
   QString why;
   if (taker.Open(compare.other, &why) != noErr) {
     std::fprintf(err, "tavelo-grab: --compare: %s: %s\n", compare.other.toLocal8Bit().constData(),
@@ -103,7 +102,12 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
   StillAlign align;
   if (!compare.offset) {
     StillSignatures second;
-    if (StillSignatures::Read(other.number, &second) != noErr || !align.Construct(first, second)) {
+    OSStatus const secondRead = StillSignatures::Read(other.number, &second, other.info.frames);
+    if (firstRead.Finish() != noErr) {
+      std::fprintf(err, "tavelo-grab: --compare: title %u cannot be read through\n", unsigned(title.number));
+      return -1;
+    }
+    if (secondRead != noErr || !align.Construct(first, second)) {
       std::fprintf(err, "tavelo-grab: --compare: the titles cannot be lined up\n");
       return -1;
     }
