@@ -566,7 +566,7 @@ bool GrabDVDController::validateMenuItem(QAction* item) {
     bool const visible = mControlWindow && mControlWindow->isVisible();
     item->setText(visible ? QStringLiteral("Hide Controller") : QStringLiteral("Show Controller"));
   }
-  return validateMenuItemGrab(item);
+  return validateMenuItemGrab(item) && validateMenuItemCompare(item);
 }
 
 // ---- About box and web pages

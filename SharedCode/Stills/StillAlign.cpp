@@ -298,14 +298,3 @@ void StillAlign::FindPieces(std::vector<int> const& candidates) {
     if (mPieces.empty() || mPieces.back().offset != offsets[f]) mPieces.push_back({f, offsets[f]});
   }
 }
-
-bool StillAlign::MapByPieces(std::vector<StillAlignPiece> const& pieces, int offset,
-                             uint32_t frame, uint32_t bFrames, uint32_t* bFrame) {
-  for (StillAlignPiece const& piece : pieces) {
-    if (piece.firstFrame <= frame) offset = piece.offset;
-  }
-  int64_t const mapped = int64_t(frame) + offset;
-  if (mapped < 0 || mapped >= int64_t(bFrames)) return false;
-  *bFrame = uint32_t(mapped);
-  return true;
-}

@@ -81,8 +81,17 @@ class StillAlign {
   }
   // The same from pieces alone (as another process printed them): offset where there are
   // none, or before the first.
+  // (Inline: the window maps frames without reading any.)
   static bool MapByPieces(std::vector<StillAlignPiece> const& pieces, int offset, uint32_t frame,
-                          uint32_t bFrames, uint32_t* bFrame);
+                          uint32_t bFrames, uint32_t* bFrame) {
+    for (StillAlignPiece const& piece : pieces) {
+      if (piece.firstFrame <= frame) offset = piece.offset;
+    }
+    int64_t const mapped = int64_t(frame) + offset;
+    if (mapped < 0 || mapped >= int64_t(bFrames)) return false;
+    *bFrame = uint32_t(mapped);
+    return true;
+  }
 
  private:
   // The centre of each frame, mean and contrast taken out; flat frames are all zero.
