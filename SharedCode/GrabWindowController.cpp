@@ -35,10 +35,6 @@ char const GrabWindowController::kNumberedFileFormatString[] = "Tavelo %04d";
 
 namespace {
 
-// Indexed by picture type: the save panel's required file type.
-char const* const kFileExtensions[] = {"jpg", "png", "tif"};
-
-
 // The bitmap as an image that owns a copy of its pixels.
 QImage ImageOfBitmap(NSBitmapImageRep const& bitmap) {
   QByteArray const tiff = bitmap.TIFFRepresentation();
@@ -51,7 +47,7 @@ QImage ImageOfBitmap(NSBitmapImageRep const& bitmap) {
 std::shared_ptr<NSBitmapImageRep> BitmapImageRepWithData(QByteArray const& data) {
   QImage image;
   if (data.isEmpty() || !image.loadFromData(data)) return nullptr;
-  return GrabWindowController::BitmapImageRepWithImage(image);
+  return NSBitmapImageRep::imageRepWithImage(image);
 }
 
 // Encoded image, or a null array for an image without pixels.
@@ -114,9 +110,6 @@ class GrabWindowRestorer {
 
 GrabWindowController::GrabWindowController(QObject* parent) : QObject(parent) {
   // These modules are used only through this class; keep them linked.
-  CoreMachDebugVerify(import_NSBitmapImageRep_QuickSaveFile());
-  CoreMachDebugVerify(import_NSBitmapImageRep_OpenGLCategory());
-  CoreMachDebugVerify(import_NSUISelectorGroup());
   mDefaultImageType = QuikSaveImageType_JPEG;
   mSaveImageSize = kDefaultSaveImageSize;
 }
@@ -198,7 +191,7 @@ std::shared_ptr<NSBitmapImageRep> GrabWindowController::readScreenContents(QRect
 std::shared_ptr<NSBitmapImageRep> GrabWindowController::grabViewPicture(QWidget* view) {
   if (!CoreVerify(view)) return nullptr;
   // Drawn now, at the view's size: the video with its subtitle and highlight as shown.
-  return BitmapImageRepWithImage(view->grab().toImage());
+  return NSBitmapImageRep::imageRepWithImage(view->grab().toImage());
 }
 
 void GrabWindowController::grabScreenDisplayID(CGDirectDisplayID inCGScreenDisplayID, UInt32 options) {
@@ -320,24 +313,7 @@ bool GrabWindowController::PutBitmapOnPasteboard(NSBitmapImageRep const& bitmap,
   return true;
 }
 
-std::shared_ptr<NSBitmapImageRep> GrabWindowController::BitmapImageRepWithImage(QImage const& source) {
-  if (source.isNull()) return nullptr;
-  QImage const image = source.convertToFormat(QImage::Format_RGBX8888);
-  auto bitmap = std::make_shared<NSBitmapImageRep>();
-  if (!bitmap->Construct(nullptr, image.width(), image.height(), 8, 3, false, 0, 32)) return nullptr;
-  for (int y = 0; y < image.height(); ++y) {
-    std::memcpy(bitmap->bitmapData() + std::size_t(y) * std::size_t(bitmap->bytesPerRow()),
-                image.constScanLine(y), std::size_t(image.width()) * 4);
-  }
-  return bitmap;
-}
-
 // ---- saving
-
-QString GrabWindowController::FileExtensionOfType(QuikSaveImageType type) {
-  if (type < 0 || type > 2) return QString();
-  return QString::fromLatin1(kFileExtensions[type]);
-}
 
 void GrabWindowController::saveGrabImageType(QuikSaveImageType grabImageType) {
   if (!CocoaXVerifyText(hasGrabbedImage(), "[self hasGrabbedImage]")) return;
@@ -373,7 +349,7 @@ void GrabWindowController::saveGrabImageType(QuikSaveImageType grabImageType, QS
 }
 
 void GrabWindowController::saveAsGrabImageType(QuikSaveImageType grabImageType) {
-  saveAsFileExtension(FileExtensionOfType(grabImageType), grabImageType);
+  saveAsFileExtension(NSBitmapImageRep::fileExtensionOfType(grabImageType), grabImageType);
 }
 
 void GrabWindowController::saveAsDefaultGrabImageType() { saveAsGrabImageType(mDefaultImageType); }

@@ -126,10 +126,6 @@ class GrabWindowController : public QObject {
   void copyToPasteboard(QClipboard* pasteboard);
   // Puts a bitmap on a pasteboard as TIFF and PNG; false without a pasteboard.
   static bool PutBitmapOnPasteboard(NSBitmapImageRep const& bitmap, QClipboard* pasteboard);
-  // A 32-bit R, G, B bitmap of an image's pixels; null for a null image.
-  static std::shared_ptr<NSBitmapImageRep> BitmapImageRepWithImage(QImage const& image);
-  // "jpg", "png" or "tif".
-  static QString FileExtensionOfType(QuikSaveImageType type);
 
   void saveGrabImageType(QuikSaveImageType grabImageType);
   void saveGrabImageType(QuikSaveImageType grabImageType, QString const& withNamedFilePath);

@@ -43,7 +43,7 @@ std::shared_ptr<NSBitmapImageRep> GrabWindowController::ScaledForSaving(
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.drawImage(QRectF(0, 0, pixelsWide, pixelsHigh), source);
   }
-  return BitmapImageRepWithImage(scaled);
+  return NSBitmapImageRep::imageRepWithImage(scaled);
 }
 
 void GrabWindowController::queueSave(GrabTaken taken, QuikSaveImageType grabImageType,

@@ -6,6 +6,7 @@
 extern "C" char const* CoreMachDebugLogBundleIdentifier() { return "org.tavelo.Tavelo"; }
 
 int main(int argc, char** argv) {
+  CocoaX_RegisterClasses();
   CoreMachDebugVerify(CocoaX_Init());
   return NSApplicationMain(argc, argv);
 }

@@ -17,9 +17,6 @@ extern "C" {
 
 #include "CoreMachDebugLog.h"
 #include "DVDVideoGLWindow.h"
-#include "NSClassRegistry.h"
-
-NS_REGISTER_CLASS(DVDVideoView);
 
 DVDVideoView::DVDVideoView(QWidget* parent) : NSUIOpaqueBlackView(parent) {
   if (ChosenOutput() != Output::GPU) {

@@ -36,7 +36,6 @@ void DVDVideoWindow::setDelegate(GrabDVDController* controller) { mDelegate = co
 DVDVideoWindow::DVDVideoWindow(QWidget* parent) : QMainWindow(parent) {}
 
 void DVDVideoWindow::awakeFromNib() {
-  CoreMachDebugVerify(import_NSUIColorContentView());
   watchContentView();
   setAcceptDrops(true);
   // The video area is black; the menu bar keeps the desktop's colours.

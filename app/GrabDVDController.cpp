@@ -566,7 +566,7 @@ bool GrabDVDController::validateMenuItem(QAction* item) {
     bool const visible = mControlWindow && mControlWindow->isVisible();
     item->setText(visible ? QStringLiteral("Hide Controller") : QStringLiteral("Show Controller"));
   }
-  return validateMenuItemGrab(item);
+  return validateMenuItemGrab(item) && validateMenuItemCompare(item);
 }
 
 // ---- About box and web pages
@@ -590,7 +590,6 @@ void GrabDVDController::launchAppWebPageByID(QString const& page) {
 }
 
 void GrabDVDController::orderFrontStandardAboutPanel(QObject*) {
-  CoreMachDebugVerify(import_PDFSkinWindow());
   if (!mAboutBox) return;
   mAboutBox->show();
   mAboutBox->raise();

@@ -25,6 +25,7 @@
 #include "DVDVideoWindow.h"
 #include "PlaybackTime.h"
 
+class DVDComparison;
 class DVDFullScreen;
 class DVDGrabStrip;
 class QKeyEvent;
@@ -61,6 +62,8 @@ class GrabDVDController : public GrabWindowController {
   DVDFullScreen* mFullScreen = nullptr;  // the nib's
   // The batch dialog shown (one at a time).
   QPointer<QDialog> mBatchDialog;
+  // File → Compare With...: the other disc beside this one (one at a time).
+  QPointer<DVDComparison> mComparison;
 
   // The bookmarks of the open media, in the order they were made.
   std::vector<std::unique_ptr<DVDBookmark>> mBookmarks;
@@ -130,6 +133,13 @@ class GrabDVDController : public GrabWindowController {
   void addToGrabStrip(QString const& path);
   // The batch or contact sheet dialog (a BatchGrabDialog::Mode) for the open disc.
   void showBatchDialog(int mode);
+  // Compares the open disc with the disc at otherPath; false when it cannot.
+  bool beginComparison(QString const& otherPath);
+  void endComparisonNow();
+  bool validateMenuItemCompare(QAction* item);
+  // The next quick-save name (path without extension) whose pair of files, "<name> A.<ext>"
+  // and "<name> B.<ext>", is free; empty when none is.
+  QString pairStem(QuikSaveImageType type) const;
 
   // The web address of a page on a host; empty host: the bundled offline help page.
   static QString AppWebPageAddress(QString const& page, QString const& host);
@@ -183,6 +193,11 @@ class GrabDVDController : public GrabWindowController {
   void toggleFullScreen(QObject* sender);
   void contactSheet(QObject* sender);
   void onPreviousFrame(QObject* sender);
+  // File → Compare With... and the comparison's commands.
+  void compareWith(QObject* sender);
+  void flipCompareSides(QObject* sender);
+  void grabComparePair(QObject* sender);
+  void endComparison(QObject* sender);
 
   // What grabs take from the video (GrabStillChoices).
   void selectDefault_GrabScreen(QObject* sender);
@@ -213,4 +228,6 @@ class GrabDVDController : public GrabWindowController {
  private:
   // Chooses the folder for onMediaFolder; empty when the user cancels.
   QString runOpenPanel();
+  // Chooses the disc to compare with: a folder or a disc image; empty when cancelled.
+  QString runComparePanel();
 };

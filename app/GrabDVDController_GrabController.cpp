@@ -113,7 +113,7 @@ std::shared_ptr<NSBitmapImageRep> GrabDVDController::grabVideoFrame() {
 std::shared_ptr<NSBitmapImageRep> GrabDVDController::grabViewPicture(QWidget* view) {
   if (auto* video = qobject_cast<DVDVideoView*>(view)) {
     QImage const composed = video->composedImage();
-    if (!composed.isNull()) return BitmapImageRepWithImage(composed);
+    if (!composed.isNull()) return NSBitmapImageRep::imageRepWithImage(composed);
   }
   return GrabWindowController::grabViewPicture(view);
 }

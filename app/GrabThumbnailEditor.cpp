@@ -91,7 +91,7 @@ void GrabThumbnailEditor::copy() {
 void GrabThumbnailEditor::paste() {
   QImage const image = ImageOfClipboard(QGuiApplication::clipboard());
   if (image.isNull()) return;
-  if (std::shared_ptr<NSBitmapImageRep> bitmap = GrabWindowController::BitmapImageRepWithImage(image))
+  if (std::shared_ptr<NSBitmapImageRep> bitmap = NSBitmapImageRep::imageRepWithImage(image))
     showBitmap(std::move(bitmap));
 }
 

@@ -14,8 +14,10 @@
 #include <QSignalBlocker>
 #include <QSlider>
 
+#include "CocoaX_Lib.h"
 #include "CoreMachDebugLog.h"
 #include "DVDControlWindow.h"
+#include "DVDVideoView.h"
 #include "DVDVideoWindow.h"
 #include "GrabDVDController.h"
 #include "NSApplication.h"
@@ -26,12 +28,20 @@
 #include "DVDSeekBar.h"
 #include "PlaybackTime.h"
 
-// Application classes that the nibs name.
-NS_REGISTER_CLASS(DVDVideoWindow);
-NS_REGISTER_CLASS(DVDControlWindow);
-NS_REGISTER_CLASS(PlaybackTime);
-NS_REGISTER_CLASS(DVDSeekBar);
-NS_REGISTER_CLASS(DVDGrabStrip);
+namespace {
+
+// The classes the nibs name, the kit's and the application's, registered before a nib loads.
+void RegisterClasses() {
+  CocoaX_RegisterClasses();
+  NS_REGISTER_CLASS(DVDVideoWindow);
+  NS_REGISTER_CLASS(DVDVideoView);
+  NS_REGISTER_CLASS(DVDControlWindow);
+  NS_REGISTER_CLASS(PlaybackTime);
+  NS_REGISTER_CLASS(DVDSeekBar);
+  NS_REGISTER_CLASS(DVDGrabStrip);
+}
+
+}  // namespace
 
 MainMenuNib::MainMenuNib() = default;
 
@@ -46,6 +56,7 @@ MainMenuNib::~MainMenuNib() {
 }
 
 bool MainMenuNib::Construct() {
+  RegisterClasses();
   NSNibLoader loader;
   QWidget* const root = loader.loadNibNamed(QStringLiteral("MainMenu"));
   mVideoWindow = qobject_cast<DVDVideoWindow*>(root);

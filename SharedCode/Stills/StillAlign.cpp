@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <utility>
 
 #include "CoreMachDebugLog.h"
@@ -26,26 +27,75 @@ constexpr double kPieceCost = 12.0;
 // slow pictures other offsets fit nearly as well, and the small gains add up.
 constexpr double kPieceGain = 0.25;
 
+// What a read fills, and whom to tell when its first frame comes.
+struct Collecting {
+  StillSignatures* out = nullptr;
+  std::function<void()> first;
+};
+
 void Collect(uint32_t frame, UInt8 const* luma, void* refCon) {
-  auto* const s = static_cast<StillSignatures*>(refCon);
+  auto* const c = static_cast<Collecting*>(refCon);
+  StillSignatures* const s = c->out;
+  if (c->first) {
+    c->first();
+    c->first = nullptr;
+  }
   size_t const size = size_t(s->width * s->height);
   // Frames come in order, each once; one missing is filled with its predecessor.
   if (frame < s->frames) return;
   while (s->frames < frame && s->frames > 0) {
-    s->luma.insert(s->luma.end(), s->luma.end() - std::ptrdiff_t(size), s->luma.end());
+    size_t const last = s->luma.size() - size;
+    s->luma.resize(s->luma.size() + size);
+    std::copy_n(s->luma.begin() + std::ptrdiff_t(last), size, s->luma.begin() + std::ptrdiff_t(last + size));
     ++s->frames;
   }
   s->luma.insert(s->luma.end(), luma, luma + size);
   s->frames = frame + 1;
 }
 
-}  // namespace
-
-OSStatus StillSignatures::Read(UInt16 title, StillSignatures* out) {
+OSStatus ReadSignatures(UInt16 title, StillSignatures* out, uint32_t expectedFrames,
+                        std::function<void()> first) {
   *out = StillSignatures{};
   out->width = kDVDSignatureWidth;
   out->height = kDVDSignatureHeight;
-  return CoreVerifyOSerr(DVDReadFrameSignatures(title, Collect, out));
+  // A title's signatures are tens of megabytes: no doubling on the way.
+  out->luma.reserve(size_t(expectedFrames) * size_t(out->width * out->height));
+  Collecting collecting{out, std::move(first)};
+  OSStatus const status = CoreVerifyOSerr(DVDReadFrameSignatures(title, Collect, &collecting));
+  out->luma.shrink_to_fit();
+  return status;
+}
+
+}  // namespace
+
+OSStatus StillSignatures::Read(UInt16 title, StillSignatures* out, uint32_t expectedFrames) {
+  return ReadSignatures(title, out, expectedFrames, nullptr);
+}
+
+void StillSignatureRead::Start(UInt16 title, uint32_t expectedFrames, StillSignatures* out) {
+  Finish();
+  mStarted = false;
+  auto const started = [this] {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mStarted = true;
+    mChanged.notify_all();
+  };
+  mThread = std::thread([this, title, expectedFrames, out, started] {
+    OSStatus const status = ReadSignatures(title, out, expectedFrames, started);
+    std::lock_guard<std::mutex> lock(mMutex);
+    mStatus = status;
+    mStarted = true;
+    mChanged.notify_all();
+  });
+  std::unique_lock<std::mutex> lock(mMutex);
+  mChanged.wait(lock, [this] { return mStarted; });
+}
+
+OSStatus StillSignatureRead::Finish() {
+  if (!mThread.joinable()) return mStatus;
+  mThread.join();
+  std::lock_guard<std::mutex> lock(mMutex);
+  return mStatus;
 }
 
 void StillAlign::Normalise(StillSignatures const& s, std::vector<int8_t>* out, int* size) {
@@ -247,15 +297,4 @@ void StillAlign::FindPieces(std::vector<int> const& candidates) {
   for (uint32_t f = 0; f < mAFrames; ++f) {
     if (mPieces.empty() || mPieces.back().offset != offsets[f]) mPieces.push_back({f, offsets[f]});
   }
-}
-
-bool StillAlign::MapByPieces(std::vector<StillAlignPiece> const& pieces, int offset,
-                             uint32_t frame, uint32_t bFrames, uint32_t* bFrame) {
-  for (StillAlignPiece const& piece : pieces) {
-    if (piece.firstFrame <= frame) offset = piece.offset;
-  }
-  int64_t const mapped = int64_t(frame) + offset;
-  if (mapped < 0 || mapped >= int64_t(bFrames)) return false;
-  *bFrame = uint32_t(mapped);
-  return true;
 }

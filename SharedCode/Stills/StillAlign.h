@@ -8,8 +8,11 @@
 // candidates on the whole pictures.
 #pragma once
 
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 #include "DVDPlayback.h"
@@ -21,9 +24,33 @@ struct StillSignatures {
   uint32_t frames = 0;
   std::vector<uint8_t> luma;
 
-  // Every frame of a title of the disc open in this session (the title is read through).
-  static OSStatus Read(UInt16 title, StillSignatures* out);
+  // Every frame of a title of the disc open in this session (the title is read through);
+  // room is made for expectedFrames (the title's count, 0 when not known) at once.
+  static OSStatus Read(UInt16 title, StillSignatures* out, uint32_t expectedFrames = 0);
   uint8_t const* Frame(uint32_t frame) const { return luma.data() + size_t(frame) * size_t(width * height); }
+};
+
+// Reads a title's signatures on a thread of its own. The read takes the disc open in the
+// session when it starts and has a reader of its own, so that the session can go on to open
+// another disc and read its title side by side: two titles lined up in the time of one.
+class StillSignatureRead {
+ public:
+  StillSignatureRead() = default;
+  ~StillSignatureRead() { Finish(); }
+  StillSignatureRead(StillSignatureRead const&) = delete;
+  StillSignatureRead& operator=(StillSignatureRead const&) = delete;
+
+  // Returns once the read has its disc (or has ended); out is written until Finish.
+  void Start(UInt16 title, uint32_t expectedFrames, StillSignatures* out);
+  // Waits for the read to end: its status (noErr, or kDVDErrorInvalidArgument when none was started).
+  OSStatus Finish();
+
+ private:
+  std::thread mThread;
+  std::mutex mMutex;
+  std::condition_variable mChanged;
+  bool mStarted = false;
+  OSStatus mStatus = kDVDErrorInvalidArgument;
 };
 
 // From firstFrame of a on (up to the next piece's), frame n of a matches n + offset of b.
@@ -54,8 +81,17 @@ class StillAlign {
   }
   // The same from pieces alone (as another process printed them): offset where there are
   // none, or before the first.
+  // (Inline: the window maps frames without reading any.)
   static bool MapByPieces(std::vector<StillAlignPiece> const& pieces, int offset, uint32_t frame,
-                          uint32_t bFrames, uint32_t* bFrame);
+                          uint32_t bFrames, uint32_t* bFrame) {
+    for (StillAlignPiece const& piece : pieces) {
+      if (piece.firstFrame <= frame) offset = piece.offset;
+    }
+    int64_t const mapped = int64_t(frame) + offset;
+    if (mapped < 0 || mapped >= int64_t(bFrames)) return false;
+    *bFrame = uint32_t(mapped);
+    return true;
+  }
 
  private:
   // The centre of each frame, mean and contrast taken out; flat frames are all zero.

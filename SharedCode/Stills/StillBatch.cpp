@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "GrabWindowController.h"
+#include "NSBitmapImageRep.h"
 #include "StillNames.h"
 #include "StillSheet.h"
 
@@ -17,7 +17,6 @@ QImage ImageOf(NSBitmapImageRep const& bitmap) {
   return QImage(bitmap.bitmapData(), int(bitmap.pixelsWide()), int(bitmap.pixelsHigh()),
                 qsizetype(bitmap.bytesPerRow()), QImage::Format_RGBX8888);
 }
-
 
 // The still of frame made with the choices (and, when asked, not nearly one colour: the
 // first picture within 2 s after it that is not); null when it cannot be taken.
@@ -49,7 +48,7 @@ std::shared_ptr<NSBitmapImageRep> Still(StillTaker& taker, StillTitleInfo const&
 
 std::shared_ptr<NSBitmapImageRep> Sized(std::shared_ptr<NSBitmapImageRep> bitmap, QSize size) {
   if (!bitmap || size.isEmpty()) return bitmap;
-  return GrabWindowController::BitmapImageRepWithImage(
+  return NSBitmapImageRep::imageRepWithImage(
       ImageOf(*bitmap).scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
 }
 
@@ -113,7 +112,7 @@ int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo c
       QString name;
       StillNames::Expand(options.nameTemplate, place, &name, nullptr);
       QString const path =
-          QDir(options.folder).filePath(name + QLatin1Char('.') + GrabWindowController::FileExtensionOfType(options.type));
+          QDir(options.folder).filePath(name + QLatin1Char('.') + NSBitmapImageRep::fileExtensionOfType(options.type));
       if (still->saveToPictureFileName(path, options.type, settings)) {
         if (report.written) report.written(path);
       } else {
@@ -147,9 +146,9 @@ int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo c
                              ? options.sheetPath
                              : QDir(options.folder).filePath(StillNames::Safe(discName) +
                                                              QStringLiteral(" T%1 sheet.").arg(title.number) +
-                                                             GrabWindowController::FileExtensionOfType(options.type));
+                                                             NSBitmapImageRep::fileExtensionOfType(options.type));
     std::shared_ptr<NSBitmapImageRep> const bitmap =
-        GrabWindowController::BitmapImageRepWithImage(sheet);
+        NSBitmapImageRep::imageRepWithImage(sheet);
     if (bitmap && bitmap->saveToPictureFileName(path, options.type, settings)) {
       if (report.written) report.written(path);
     } else {

@@ -1,8 +1,9 @@
 #include "CocoaX_Lib.h"
 
 #include "CocoaX_Verify.h"
-#include "NSBitmapImageRep.h"
+#include "NSAlphaWindow.h"
 #include "NSClassRegistry.h"
+#include "NSColorWell.h"
 #include "NSColorWellWithAlpha.h"
 #include "NSUIColorContentView.h"
 #include "NSUILozengeView.h"
@@ -11,18 +12,23 @@
 #include "PDFSkinView.h"
 #include "PDFSkinWindow.h"
 
-bool (*const kCocoaXModuleAnchors[kCocoaXModuleAnchorCount])() = {
-    import_NSColorWellWithAlpha, import_NSUIColorContentView,  import_NSUIRoundRectView,
-    import_NSUILozengeView,      import_NSUITransparentWindow, import_PDFSkinWindow,
-    import_PDFSkinView,          import_category_NSWindow_MouseMoveSize,
-};
+void CocoaX_RegisterClasses() {
+  NSColorWell_RegisterClasses();
+  NSColorWellWithAlpha_RegisterClasses();
+  NSUIColorContentView_RegisterClasses();
+  NSUIRoundRectView_RegisterClasses();
+  NSUILozengeView_RegisterClasses();
+  NSUITransparentWindow_RegisterClasses();
+  NSAlphaWindow_RegisterClasses();
+  PDFSkinView_RegisterClasses();
+  PDFSkinWindow_RegisterClasses();
+}
 
 // The class object of a name must exist; the logged text is the toolkit's class message.
 #define CocoaXVerifyClass(name) \
   static_cast<void>(CocoaXVerifyText(NSClassFromString(#name) != nullptr, "[" #name " class]"))
 
 bool CocoaX_Init() {
-  import_NSBitmapImageRep_QuickSaveFile();
   CocoaXVerifyClass(NSColorWellWithAlpha);
   CocoaXVerifyClass(NSColorWellWithoutAlpha);
   CocoaXVerifyClass(NSUIColorContentView);

@@ -1,10 +1,9 @@
-// Start-up of the kit: makes sure every class that user-interface files name is registered.
+// Start-up of the kit: registers the classes that user-interface files name, and checks them.
 #pragma once
+
+// Registers every class of the kit that user-interface files name; called once at start-up,
+// before a nib is loaded (again is harmless).
+void CocoaX_RegisterClasses();
 
 // Checks that each class nibs name is registered (a missing one is logged); always true.
 bool CocoaX_Init();
-
-// Anchors of the modules that register classes by name; referencing them links those
-// modules into any program that links CocoaX_Init.
-inline constexpr int kCocoaXModuleAnchorCount = 8;
-extern bool (*const kCocoaXModuleAnchors[kCocoaXModuleAnchorCount])();

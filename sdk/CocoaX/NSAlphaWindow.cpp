@@ -7,10 +7,12 @@
 
 #include <QMouseEvent>
 
-NS_REGISTER_CLASS(NSAlphaWindowWithShadow);
-NS_REGISTER_CLASS(NSAlphaWindowWithoutShadow);
-NS_REGISTER_CLASS(NSAlphaPanelWithShadow);
-NS_REGISTER_CLASS(NSAlphaPanelWithoutShadow);
+void NSAlphaWindow_RegisterClasses() {
+  NS_REGISTER_CLASS(NSAlphaWindowWithShadow);
+  NS_REGISTER_CLASS(NSAlphaWindowWithoutShadow);
+  NS_REGISTER_CLASS(NSAlphaPanelWithShadow);
+  NS_REGISTER_CLASS(NSAlphaPanelWithoutShadow);
+}
 
 namespace NSAlphaWindow {
 
@@ -59,12 +61,10 @@ void NSAlphaPanelBase::mousePressEvent(QMouseEvent* event) {
 
 void NSAlphaPanelWithShadow::initWithContentRect(QRectF const& contentRect, unsigned, unsigned,
                                                  bool) {
-  CoreMachDebugVerify(import_category_NSWindow_MouseMoveSize());
   initAlphaWindow(contentRect, true);
 }
 
 void NSAlphaPanelWithoutShadow::initWithContentRect(QRectF const& contentRect, unsigned,
                                                     unsigned, bool) {
-  CoreMachDebugVerify(import_category_NSWindow_MouseMoveSize());
   initAlphaWindow(contentRect, false);
 }

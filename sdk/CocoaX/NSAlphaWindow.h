@@ -6,6 +6,9 @@
 #include <QRectF>
 #include <QWidget>
 
+// Registers this module's classes by name (CocoaX_RegisterClasses registers the kit's).
+void NSAlphaWindow_RegisterClasses();
+
 namespace NSAlphaWindow {
 
 // Subclass step run last by NSAlphaWindow_setProperties.

@@ -277,3 +277,19 @@ QByteArray NSBitmapImageRep::TIFFRepresentation() const {
   if (!writer.write(image)) return {};
   return out;
 }
+
+unsigned char* NSBitmapImageRep::getStartOfScanLine(long row) const {
+  return bitmapData() + row * bytesPerRow();
+}
+
+std::shared_ptr<NSBitmapImageRep> NSBitmapImageRep::imageRepWithImage(QImage const& source) {
+  if (source.isNull()) return nullptr;
+  QImage const image = source.convertToFormat(QImage::Format_RGBX8888);
+  auto bitmap = std::make_shared<NSBitmapImageRep>();
+  if (!bitmap->Construct(nullptr, image.width(), image.height(), 8, 3, false, 0, 32)) return nullptr;
+  for (int y = 0; y < image.height(); ++y) {
+    std::memcpy(bitmap->bitmapData() + std::size_t(y) * std::size_t(bitmap->bytesPerRow()),
+                image.constScanLine(y), std::size_t(image.width()) * 4);
+  }
+  return bitmap;
+}

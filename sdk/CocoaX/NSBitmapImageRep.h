@@ -12,6 +12,7 @@
 #include "MacTypes.h"
 #include "NSImageRep.h"
 
+class QImage;
 class QRectF;
 class QWidget;
 class QGWorld;
@@ -74,12 +75,15 @@ class NSBitmapImageRep : public NSImageRep {
   unsigned long bitmapFormat() const { return mBitmapFormat; }
   bool isAlphaFirst() const { return (mBitmapFormat & NSAlphaFirstBitmapFormat) != 0; }
   unsigned char* bitmapData() const { return mData; }
+  unsigned char* getStartOfScanLine(long row) const;
   bool ownsData() const { return mOwned != nullptr; }
 
   // Encoded picture, or a null array when the bitmap cannot be encoded that way.
   // JPEG and PNG use libjpeg-turbo and libpng directly; TIFF goes through Qt's writer.
   QByteArray representationUsingType(NSBitmapImageFileType type, QVariantMap const& properties) const;
   QByteArray TIFFRepresentation() const;
+  // A 32-bit R, G, B bitmap of an image's pixels (copied); null for a null image.
+  static std::shared_ptr<NSBitmapImageRep> imageRepWithImage(QImage const& image);
 
   // Quick-save writer (NSBitmapImageRep_QuickSaveFile.cpp).
   bool saveAsJPEG(QString const& inOutputFileName) const;
@@ -90,6 +94,8 @@ class NSBitmapImageRep : public NSImageRep {
   QString nextNumberedFileNameString(char const* inNameFormatString, QuikSaveImageType type) const;
   bool saveToNextNumberedFileName(char const* inNameFormatString, QuikSaveImageType type) const;
   bool saveToNextNumberedFileName(char const* inNameFormatString) const;
+  // The save panel's extension of a picture type: "jpg", "png" or "tif"; empty for others.
+  static QString fileExtensionOfType(QuikSaveImageType type);
 
   // The quick-save settings at one moment: a save finished later, on another thread, is
   // written as they were when it was asked for.
@@ -139,7 +145,6 @@ class NSBitmapImageRep : public NSImageRep {
                                                                  QRectF const& rect);
   // Where no X screen can be read, grabs see this window's own pixels (null: none).
   static void setScreenFallbackWindow(QWidget* window);
-  unsigned char* getStartOfScanLine(long row) const;
   unsigned char* getStartOfScanLine(long row, long x) const;
   void flipVerticalAndSwizzle_BGRX_to_RGBA(bool flipHorizontal);
   // --- end OpenGLAdditions ---
@@ -172,6 +177,3 @@ class NSBitmapImageRep : public NSImageRep {
 // Stamps the file with the classic type of the picture type and the default creator.
 bool SetFileTypeCreatorCode(char const* in_pathname, QuikSaveImageType type);
 bool SetFileTypeCreatorCode(char const* in_pathname, QuikSaveImageType type, UInt32 creator);
-
-bool import_NSBitmapImageRep_QuickSaveFile();
-bool import_NSBitmapImageRep_OpenGLCategory();

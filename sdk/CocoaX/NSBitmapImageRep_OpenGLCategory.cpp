@@ -16,8 +16,6 @@
 #include <algorithm>
 #include <cstring>
 
-bool import_NSBitmapImageRep_OpenGLCategory() { return true; }
-
 namespace {
 
 QPointer<QWidget> sFallbackWindow;
@@ -46,10 +44,6 @@ void NSBitmapImageRep::setScreenFallbackWindow(QWidget* window) {
   sFallbackWindow = window;
   if (window) Apple_CGL::GrabContext::SetFallbackProvider(FallbackScreenPixels);
   else Apple_CGL::GrabContext::SetFallbackProvider(nullptr);
-}
-
-unsigned char* NSBitmapImageRep::getStartOfScanLine(long row) const {
-  return bitmapData() + row * bytesPerRow();
 }
 
 unsigned char* NSBitmapImageRep::getStartOfScanLine(long row, long x) const {

@@ -32,8 +32,6 @@ bool ClassInitialize() {
 
 }  // namespace
 
-bool import_NSBitmapImageRep_QuickSaveFile() { return import_NSBitmapImageRep_QGWorld(); }
-
 // ---------------------------------------------------------------------------------------
 // Settings
 
@@ -179,6 +177,13 @@ bool NSBitmapImageRep::saveToNextNumberedFileName(char const* inNameFormatString
   bool result;
   CoreVerify(result = saveToPictureFileName(withNamedFilePath, imageType));
   return result;
+}
+
+QString NSBitmapImageRep::fileExtensionOfType(QuikSaveImageType type) {
+  // Indexed by picture type.
+  static char const* const kFileExtensions[] = {"jpg", "png", "tif"};
+  if (type < 0 || type > 2) return QString();
+  return QString::fromLatin1(kFileExtensions[type]);
 }
 
 bool NSBitmapImageRep::saveToNextNumberedFileName(char const* inNameFormatString) const {

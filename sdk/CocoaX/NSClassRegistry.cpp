@@ -1,7 +1,7 @@
 #include "NSClassRegistry.h"
 
 NSClassRegistry& NSClassRegistry::Shared() {
-  // Built on first use: modules register from their static initialisers in any order.
+  // Built on first use, whoever registers first.
   static NSClassRegistry sShared;
   return sShared;
 }

@@ -1,5 +1,6 @@
-// Classes that user-interface files name: each registers a factory under its own name
-// before main, from the module that defines it.
+// Classes that user-interface files name: each module registers a factory under each class's
+// own name when its registration function is called (the kit's all at once through
+// CocoaX_RegisterClasses), before a user-interface file is loaded.
 #pragma once
 
 #include <QRect>
@@ -57,13 +58,11 @@ T* NSClassInstantiate(QWidget* parent) {
   return object;
 }
 
+// Registers T under name; false when the name is taken already (registering twice is harmless).
 template <class T>
-struct NSClassRegistration {
-  explicit NSClassRegistration(char const* name) {
-    NSClassRegistry::Shared().Register(
-        NSClass{name, [](QWidget* parent) -> QWidget* { return NSClassInstantiate<T>(parent); }});
-  }
-};
+bool NSRegisterClass(char const* name) {
+  return NSClassRegistry::Shared().Register(
+      NSClass{name, [](QWidget* parent) -> QWidget* { return NSClassInstantiate<T>(parent); }});
+}
 
-#define NS_REGISTER_CLASS(T) \
-  static NSClassRegistration<T> const sNSClassRegistration_##T(#T)
+#define NS_REGISTER_CLASS(T) NSRegisterClass<T>(#T)

@@ -7,7 +7,9 @@
 #include <QMouseEvent>
 #include <QPainter>
 
-NS_REGISTER_CLASS(NSColorWell);
+void NSColorWell_RegisterClasses() {
+  NS_REGISTER_CLASS(NSColorWell);
+}
 
 namespace {
 

@@ -11,6 +11,9 @@
 
 class QColorDialog;
 
+// Registers this module's classes by name (CocoaX_RegisterClasses registers the kit's).
+void NSColorWell_RegisterClasses();
+
 // The one colour panel of the application.
 class NSColorPanel {
  public:

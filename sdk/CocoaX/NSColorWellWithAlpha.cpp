@@ -4,10 +4,10 @@
 
 #include "CoreMachDebugLog.h"
 
-bool import_NSColorWellWithAlpha() { return true; }
-
-NS_REGISTER_CLASS(NSColorWellWithAlpha);
-NS_REGISTER_CLASS(NSColorWellWithoutAlpha);
+void NSColorWellWithAlpha_RegisterClasses() {
+  NS_REGISTER_CLASS(NSColorWellWithAlpha);
+  NS_REGISTER_CLASS(NSColorWellWithoutAlpha);
+}
 
 namespace AlphaHandling {
 

@@ -4,7 +4,8 @@
 
 #include "NSColorWell.h"
 
-bool import_NSColorWellWithAlpha();
+// Registers this module's classes by name (CocoaX_RegisterClasses registers the kit's).
+void NSColorWellWithAlpha_RegisterClasses();
 
 struct color_4D {
   float red;

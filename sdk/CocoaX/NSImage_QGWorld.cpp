@@ -9,8 +9,6 @@
 // The surface library's geometry, beside Qt's classes of the same names.
 namespace QC = QClasses;
 
-bool import_NSBitmapImageRep_QGWorld() { return true; }
-
 // --- NSBitmapImageRepGWorld ---
 
 unsigned long NSBitmapImageRepGWorld::PixelFormatFromBitmapImageRep(

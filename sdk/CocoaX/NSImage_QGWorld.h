@@ -24,5 +24,3 @@ class NSBitmapImageRepGWorld : public QGWorld {
 
   std::shared_ptr<NSBitmapImageRep> mBitmapImageRep;
 };
-
-bool import_NSBitmapImageRep_QGWorld();

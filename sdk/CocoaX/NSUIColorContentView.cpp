@@ -8,18 +8,18 @@
 #include <QPaintEvent>
 #include <QPainter>
 
-bool import_NSUIColorContentView() { return true; }
-
-NS_REGISTER_CLASS(NSUIColorContentView);
-NS_REGISTER_CLASS(NSUIWhiteOpaqueView);
-NS_REGISTER_CLASS(NSUIGreyOpaqueView);
-NS_REGISTER_CLASS(NSUIMedGreyOpaqueView);
-NS_REGISTER_CLASS(NSUIDarkGreyOpaqueView);
-NS_REGISTER_CLASS(NSUIOpaqueBlackView);
-NS_REGISTER_CLASS(NSUITransparentView);
-NS_REGISTER_CLASS(NSUIGreyCircleView);
-NS_REGISTER_CLASS(NSUIDarkGreyCircleView);
-NS_REGISTER_CLASS(NSUIBlackCircleView);
+void NSUIColorContentView_RegisterClasses() {
+  NS_REGISTER_CLASS(NSUIColorContentView);
+  NS_REGISTER_CLASS(NSUIWhiteOpaqueView);
+  NS_REGISTER_CLASS(NSUIGreyOpaqueView);
+  NS_REGISTER_CLASS(NSUIMedGreyOpaqueView);
+  NS_REGISTER_CLASS(NSUIDarkGreyOpaqueView);
+  NS_REGISTER_CLASS(NSUIOpaqueBlackView);
+  NS_REGISTER_CLASS(NSUITransparentView);
+  NS_REGISTER_CLASS(NSUIGreyCircleView);
+  NS_REGISTER_CLASS(NSUIDarkGreyCircleView);
+  NS_REGISTER_CLASS(NSUIBlackCircleView);
+}
 
 NSUIColorContentView::NSUIColorContentView(QWidget* parent) : QWidget(parent) {}
 

@@ -7,7 +7,8 @@
 
 class QPainter;
 
-bool import_NSUIColorContentView();
+// Registers this module's classes by name (CocoaX_RegisterClasses registers the kit's).
+void NSUIColorContentView_RegisterClasses();
 
 class NSUIColorContentView : public QWidget {
   Q_OBJECT

@@ -5,14 +5,14 @@
 #include <QPainter>
 #include <QPen>
 
-bool import_NSUILozengeView() { return import_NSUIColorContentView(); }
-
-NS_REGISTER_CLASS(NSUIBaseLozengeView);
-NS_REGISTER_CLASS(NSUIGreyLozengeView);
-NS_REGISTER_CLASS(NSUIMedGreyLozengeView);
-NS_REGISTER_CLASS(NSUIDarkGreyLozengeView);
-NS_REGISTER_CLASS(NSUIBlackLozengeView);
-NS_REGISTER_CLASS(NSUIAccentLozengeView);
+void NSUILozengeView_RegisterClasses() {
+  NS_REGISTER_CLASS(NSUIBaseLozengeView);
+  NS_REGISTER_CLASS(NSUIGreyLozengeView);
+  NS_REGISTER_CLASS(NSUIMedGreyLozengeView);
+  NS_REGISTER_CLASS(NSUIDarkGreyLozengeView);
+  NS_REGISTER_CLASS(NSUIBlackLozengeView);
+  NS_REGISTER_CLASS(NSUIAccentLozengeView);
+}
 
 void NSUIDrawLozenge(QPainter* context, QRectF rect, float const* rgb, float alpha) {
   auto const unit = [](float v) { return qBound(0.0f, v, 1.0f); };

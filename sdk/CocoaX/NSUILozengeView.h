@@ -5,7 +5,8 @@
 
 class QPainter;
 
-bool import_NSUILozengeView();
+// Registers this module's classes by name (CocoaX_RegisterClasses registers the kit's).
+void NSUILozengeView_RegisterClasses();
 
 // Draws a lozenge in (rgb[0], rgb[1], rgb[1], alpha), inset one pixel at top and bottom.
 void NSUIDrawLozenge(QPainter* context, QRectF rect, float const* rgb, float alpha);

@@ -8,30 +8,30 @@
 
 #include <algorithm>
 
-bool import_NSUIRoundRectView() { return import_NSUIColorContentView(); }
-
-NS_REGISTER_CLASS(NSUIWhiteRoundRectView);
-NS_REGISTER_CLASS(NSUIGreyRoundRectView);
-NS_REGISTER_CLASS(NSUIDarkGreyRoundRectView);
-NS_REGISTER_CLASS(NSUIBlackRoundRectView);
-NS_REGISTER_CLASS(NSUIWhiteRoundRectViewCorner10);
-NS_REGISTER_CLASS(NSUIGreyRoundRectViewCorner10);
-NS_REGISTER_CLASS(NSUIDarkGreyRoundRectViewCorner10);
-NS_REGISTER_CLASS(NSUIBlackRoundRectViewCorner10);
-NS_REGISTER_CLASS(NSUIMedGreyRoundRectViewCorner10);
-NS_REGISTER_CLASS(NSUIWhiteRoundRectTopViewCorner10);
-NS_REGISTER_CLASS(NSUIGreyRoundRectTopViewCorner10);
-NS_REGISTER_CLASS(NSUIMedGreyRoundRectTopViewCorner10);
-NS_REGISTER_CLASS(NSUIDarkGreyRoundRectTopViewCorner10);
-NS_REGISTER_CLASS(NSUIBlackRoundRectTopViewCorner10);
-NS_REGISTER_CLASS(NSUIWhiteRoundRectBottomViewCorner10);
-NS_REGISTER_CLASS(NSUIGreyRoundRectBottomViewCorner10);
-NS_REGISTER_CLASS(NSUIMedGreyRoundRectBottomViewCorner10);
-NS_REGISTER_CLASS(NSUIDarkGreyRoundRectBottomViewCorner10);
-NS_REGISTER_CLASS(NSUIBlackRoundRectBottomViewCorner10);
-NS_REGISTER_CLASS(NSUIAccentRoundRectView);
-NS_REGISTER_CLASS(NSUIAccentRoundRectViewCorner10);
-NS_REGISTER_CLASS(NSUIGreyStrokedRoundRectView);
+void NSUIRoundRectView_RegisterClasses() {
+  NS_REGISTER_CLASS(NSUIWhiteRoundRectView);
+  NS_REGISTER_CLASS(NSUIGreyRoundRectView);
+  NS_REGISTER_CLASS(NSUIDarkGreyRoundRectView);
+  NS_REGISTER_CLASS(NSUIBlackRoundRectView);
+  NS_REGISTER_CLASS(NSUIWhiteRoundRectViewCorner10);
+  NS_REGISTER_CLASS(NSUIGreyRoundRectViewCorner10);
+  NS_REGISTER_CLASS(NSUIDarkGreyRoundRectViewCorner10);
+  NS_REGISTER_CLASS(NSUIBlackRoundRectViewCorner10);
+  NS_REGISTER_CLASS(NSUIMedGreyRoundRectViewCorner10);
+  NS_REGISTER_CLASS(NSUIWhiteRoundRectTopViewCorner10);
+  NS_REGISTER_CLASS(NSUIGreyRoundRectTopViewCorner10);
+  NS_REGISTER_CLASS(NSUIMedGreyRoundRectTopViewCorner10);
+  NS_REGISTER_CLASS(NSUIDarkGreyRoundRectTopViewCorner10);
+  NS_REGISTER_CLASS(NSUIBlackRoundRectTopViewCorner10);
+  NS_REGISTER_CLASS(NSUIWhiteRoundRectBottomViewCorner10);
+  NS_REGISTER_CLASS(NSUIGreyRoundRectBottomViewCorner10);
+  NS_REGISTER_CLASS(NSUIMedGreyRoundRectBottomViewCorner10);
+  NS_REGISTER_CLASS(NSUIDarkGreyRoundRectBottomViewCorner10);
+  NS_REGISTER_CLASS(NSUIBlackRoundRectBottomViewCorner10);
+  NS_REGISTER_CLASS(NSUIAccentRoundRectView);
+  NS_REGISTER_CLASS(NSUIAccentRoundRectViewCorner10);
+  NS_REGISTER_CLASS(NSUIGreyStrokedRoundRectView);
+}
 
 float NSUIRoundRectRadius(QRectF const& rect, float corner) {
   if (corner < 1.0f) return corner * static_cast<float>(std::min(rect.width(), rect.height()));

@@ -5,7 +5,8 @@
 
 class QPainter;
 
-bool import_NSUIRoundRectView();
+// Registers this module's classes by name (CocoaX_RegisterClasses registers the kit's).
+void NSUIRoundRectView_RegisterClasses();
 
 // A rounded rectangle in the painter's brush (and, with a line width above 0, its pen).
 // A corner below 1.0 is a fraction of the smaller side, 1.0 and above a radius in pixels.

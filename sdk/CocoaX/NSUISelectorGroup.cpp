@@ -16,8 +16,6 @@
 #include <cstring>
 #include <memory>
 
-bool import_NSUISelectorGroup() { return true; }
-
 // ---- the tables ----
 
 namespace {

@@ -16,8 +16,6 @@ class QAction;
 class QMenu;
 class QObject;
 
-bool import_NSUISelectorGroup();
-
 struct tagNSUISelectorEntry {
   char const* name;  // e.g. "selectDefault_SaveJPEG:", what the defaults store
   SEL selector;      // interned from name at static initialisation; members compare by it

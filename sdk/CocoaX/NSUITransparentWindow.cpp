@@ -9,10 +9,10 @@
 #include <QPaintEvent>
 #include <QPainter>
 
-bool import_NSUITransparentWindow() { return true; }
-
-NS_REGISTER_CLASS(NSUITransparentWindow);
-NS_REGISTER_CLASS(NSUITransparentWindowView);
+void NSUITransparentWindow_RegisterClasses() {
+  NS_REGISTER_CLASS(NSUITransparentWindow);
+  NS_REGISTER_CLASS(NSUITransparentWindowView);
+}
 
 NSUITransparentWindow::NSUITransparentWindow(QWidget* parent)
     : QWidget(parent, Qt::Window | Qt::FramelessWindowHint) {}

@@ -8,7 +8,8 @@
 #include <QRectF>
 #include <QWidget>
 
-bool import_NSUITransparentWindow();
+// Registers this module's classes by name (CocoaX_RegisterClasses registers the kit's).
+void NSUITransparentWindow_RegisterClasses();
 
 class NSUITransparentWindowView;
 

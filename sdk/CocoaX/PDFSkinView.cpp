@@ -5,10 +5,10 @@
 #include <QPainter>
 #include <QPdfDocument>
 
-bool import_PDFSkinView() { return true; }
-
-NS_REGISTER_CLASS(PDFSkinView);
-NS_REGISTER_CLASS(PDFSkinAboutBoxView);
+void PDFSkinView_RegisterClasses() {
+  NS_REGISTER_CLASS(PDFSkinView);
+  NS_REGISTER_CLASS(PDFSkinAboutBoxView);
+}
 
 namespace {
 

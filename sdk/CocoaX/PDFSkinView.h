@@ -9,7 +9,8 @@
 
 #include <memory>
 
-bool import_PDFSkinView();
+// Registers this module's classes by name (CocoaX_RegisterClasses registers the kit's).
+void PDFSkinView_RegisterClasses();
 
 class PDFSkinView : public QWidget, public NSNibAwaking {
   Q_OBJECT

@@ -7,20 +7,16 @@
 
 #include <QMouseEvent>
 
-bool import_PDFSkinWindow() {
-  CoreMachDebugVerify(import_PDFSkinView());
-  return true;
+void PDFSkinWindow_RegisterClasses() {
+  NS_REGISTER_CLASS(PDFSkinWindow);
+  NS_REGISTER_CLASS(PDFSkinAboutBox);
 }
-
-NS_REGISTER_CLASS(PDFSkinWindow);
-NS_REGISTER_CLASS(PDFSkinAboutBox);
 
 PDFSkinWindow::PDFSkinWindow(QWidget* parent) : NSAlphaWindowWithShadow(parent) {}
 
 void PDFSkinWindow::initWithContentRect(QRectF const& contentRect, unsigned styleMask,
                                         unsigned backing, bool defer) {
   NSAlphaWindowWithShadow::initWithContentRect(contentRect, styleMask, backing, defer);
-  CoreMachDebugVerify(import_category_NSWindow_MouseMoveSize());
 }
 
 void PDFSkinWindow::mousePressEvent(QMouseEvent* event) {

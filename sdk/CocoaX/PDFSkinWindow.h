@@ -4,7 +4,8 @@
 
 #include "NSAlphaWindow.h"
 
-bool import_PDFSkinWindow();
+// Registers this module's classes by name (CocoaX_RegisterClasses registers the kit's).
+void PDFSkinWindow_RegisterClasses();
 
 class PDFSkinWindow : public NSAlphaWindowWithShadow {
   Q_OBJECT

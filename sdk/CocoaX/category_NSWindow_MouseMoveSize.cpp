@@ -4,8 +4,6 @@
 
 #include <QWidget>
 
-bool import_category_NSWindow_MouseMoveSize() { return true; }
-
 namespace category_NSWindow_MouseMoveSize {
 
 namespace {

@@ -11,8 +11,6 @@
 
 class QWidget;
 
-bool import_category_NSWindow_MouseMoveSize();
-
 namespace category_NSWindow_MouseMoveSize {
 
 enum NSWindow_HitTest : std::int32_t {

@@ -9,8 +9,6 @@
 #include <cmath>
 #include <cstring>
 
-bool import_namespace_Apple_CGL_GrabContext() { return true; }
-
 namespace {
 
 QGuiApplication* GuiApp() { return qobject_cast<QGuiApplication*>(QCoreApplication::instance()); }

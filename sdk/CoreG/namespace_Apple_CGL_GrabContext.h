@@ -20,8 +20,6 @@
 using CGDirectDisplayID = std::uint32_t;
 CGDirectDisplayID CGMainDisplayID();
 
-bool import_namespace_Apple_CGL_GrabContext();
-
 namespace Apple_CGL {
 
 namespace ReadPixels = ::OpenGL::ReadPixels;

@@ -7,8 +7,6 @@
 
 #include <algorithm>
 
-bool import_namespace_CoreGraphics_RoundRectPath() { return true; }
-
 namespace CoreGraphics {
 
 RoundRectPath::RoundRectPath(QRectF const& rect, float radiusX, float radiusY)

@@ -9,8 +9,6 @@
 
 class QPainter;
 
-bool import_namespace_CoreGraphics_RoundRectPath();
-
 namespace CoreGraphics {
 
 class RoundRectPath {

@@ -57,6 +57,32 @@ TEST(StillAlign, SignaturesCoverEveryFrameOfTheTitle) {
   EXPECT_GT(*std::max_element(bars, bars + kDVDSignatureWidth * kDVDSignatureHeight), 120);
 }
 
+// The first title read on a thread of its own while the session opens the other disc and reads
+// its title: both come out as they do one after the other.
+TEST(StillAlign, TitlesReadSideBySideGiveTheSameSignatures) {
+  StillSignatures a;
+  StillSignatures b;
+  ASSERT_TRUE(Signatures(Side("a"), &a));
+  ASSERT_TRUE(Signatures(Side("b"), &b));
+  StillTaker taker;
+  QString why;
+  ASSERT_EQ(noErr, taker.Open(Side("a"), &why)) << why.toStdString();
+  StillSignatures first;
+  StillSignatureRead read;
+  read.Start(1, taker.Titles().front().info.frames, &first);
+  ASSERT_EQ(noErr, taker.Open(Side("b"), &why)) << why.toStdString();
+  StillSignatures second;
+  ASSERT_EQ(noErr, StillSignatures::Read(1, &second, taker.Titles().front().info.frames));
+  ASSERT_EQ(noErr, read.Finish());
+  EXPECT_EQ(a.frames, first.frames);
+  EXPECT_TRUE(a.luma == first.luma);
+  EXPECT_EQ(b.frames, second.frames);
+  EXPECT_TRUE(b.luma == second.luma);
+  // Nothing started: nothing to wait for, and no status of a read.
+  StillSignatureRead none;
+  EXPECT_NE(noErr, none.Finish());
+}
+
 TEST(StillAlign, FindsTheLeadExactly) {
   StillSignatures a;
   StillSignatures b;

@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "GrabWindowController.h"
+#include "NSBitmapImageRep.h"
 #include "StillAlign.h"
 #include "StillMaker.h"
 #include "StillNames.h"
@@ -39,7 +39,7 @@ std::shared_ptr<NSBitmapImageRep> GrabCompare::Still(StillTaker& taker, uint32_t
   StillMaker::Apply(options.choices, &request);
   std::shared_ptr<NSBitmapImageRep> bitmap = StillMaker::Make(request);
   if (!bitmap || options.size.isEmpty()) return bitmap;
-  return GrabWindowController::BitmapImageRepWithImage(
+  return NSBitmapImageRep::imageRepWithImage(
       ImageOf(*bitmap).scaled(options.size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
 }
 
@@ -77,12 +77,11 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
   StillTitleInfo const title = firstTitle;
   bool const pal = title.PAL();
   std::vector<StillPlanEntry> const& entries = plan.Entries();
+  // The first title is read on a thread of its own while the other disc replaces the first in
+  // the session: its signatures side by side with the first's, then its stills.
   StillSignatures first;
-  if (!compare.offset && StillSignatures::Read(title.number, &first) != noErr) {
-    std::fprintf(err, "tavelo-grab: --compare: title %u cannot be read through\n", unsigned(title.number));
-    return -1;
-  }
-  // The other disc replaces the first in the session: its signatures, then its stills.
+  StillSignatureRead firstRead;
+  if (!compare.offset) firstRead.Start(title.number, title.info.frames, &first);
   QString why;
   if (taker.Open(compare.other, &why) != noErr) {
     std::fprintf(err, "tavelo-grab: --compare: %s: %s\n", compare.other.toLocal8Bit().constData(),
@@ -103,7 +102,12 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
   StillAlign align;
   if (!compare.offset) {
     StillSignatures second;
-    if (StillSignatures::Read(other.number, &second) != noErr || !align.Construct(first, second)) {
+    OSStatus const secondRead = StillSignatures::Read(other.number, &second, other.info.frames);
+    if (firstRead.Finish() != noErr) {
+      std::fprintf(err, "tavelo-grab: --compare: title %u cannot be read through\n", unsigned(title.number));
+      return -1;
+    }
+    if (secondRead != noErr || !align.Construct(first, second)) {
       std::fprintf(err, "tavelo-grab: --compare: the titles cannot be lined up\n");
       return -1;
     }
@@ -199,7 +203,7 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
       StillNames::Expand(QString(nameTemplate).replace(QLatin1String("{side}"), QLatin1String(side->letter)),
                          place, &name, nullptr);
       QString const path = QDir(options.folder).filePath(
-          name + QLatin1Char('.') + GrabWindowController::FileExtensionOfType(options.type));
+          name + QLatin1Char('.') + NSBitmapImageRep::fileExtensionOfType(options.type));
       if (!still->saveToPictureFileName(path, options.type, settings)) {
         fail(QStringLiteral("%1 could not be written").arg(path));
         return failures + int(entries.size() - i - 1);
@@ -225,8 +229,8 @@ int GrabCompare::Run(StillTaker& taker, QString const& discName, StillTitleInfo 
                            ? options.sheetPath
                            : QDir(options.folder).filePath(StillNames::Safe(discName) +
                                                            QStringLiteral(" T%1 compare.").arg(title.number) +
-                                                           GrabWindowController::FileExtensionOfType(options.type));
-  std::shared_ptr<NSBitmapImageRep> const bitmap = GrabWindowController::BitmapImageRepWithImage(sheet);
+                                                           NSBitmapImageRep::fileExtensionOfType(options.type));
+  std::shared_ptr<NSBitmapImageRep> const bitmap = NSBitmapImageRep::imageRepWithImage(sheet);
   if (!sheet.isNull() && bitmap && bitmap->saveToPictureFileName(path, options.type, settings)) {
     if (report.written) report.written(path);
   } else {

@@ -1,7 +1,10 @@
-// One QApplication on the offscreen platform for the whole test process.
+// One QApplication on the offscreen platform for the whole test process, and the kit's classes
+// registered as the program registers them at start.
 #include <gtest/gtest.h>
 
 #include <QApplication>
+
+#include "CocoaX_Lib.h"
 
 #include <cstdlib>
 
@@ -20,6 +23,7 @@ void DestroyApp() {
 class KitTestEnvironment : public testing::Environment {
  public:
   void SetUp() override {
+    CocoaX_RegisterClasses();
     if (QCoreApplication::instance()) return;
     qputenv("QT_QPA_PLATFORM", "offscreen");
     sApp = new QApplication(sArgc, sArgv);

@@ -38,7 +38,8 @@ class AwakeProbeView : public QWidget, public NSNibAwaking {
                         std::to_string(height()) + " in " + w->windowTitle().toStdString());
   }
 };
-NS_REGISTER_CLASS(AwakeProbeView);
+
+void RegisterProbe() { NS_REGISTER_CLASS(AwakeProbeView); }
 
 char const kCocoaXInitLine[] =
     "VERIFY FAILED:  code : \\[%s class\\] in /Code/sdk/CocoaX/CocoaX_Lib:[0-9]+ \\(CocoaX_Init\\)\n";
@@ -177,16 +178,25 @@ TEST(CocoaX_Init, ChecksTheTableInOrder) {
   EXPECT_TRUE(CocoaX_Init());
 }
 
-TEST(CocoaX_Init, ModuleAnchorsAnswerTrue) {
-  for (auto const anchor : kCocoaXModuleAnchors) EXPECT_TRUE(anchor());
-  EXPECT_TRUE(import_PDFSkinWindow());
-  EXPECT_TRUE(import_PDFSkinView());
-  EXPECT_TRUE(import_NSUITransparentWindow());
-  EXPECT_TRUE(import_NSColorWellWithAlpha());
-  EXPECT_TRUE(import_category_NSWindow_MouseMoveSize());
+TEST(CocoaX_RegisterClasses, RegistersWhatIsMissingAndKeepsOneOfEach) {
+  std::vector<std::string> const before = NSClassRegistry::Shared().Names();
+  std::vector<NSClass> removed;
+  for (char const* name : kInitTable) removed.push_back(*NSClassRegistry::Shared().Unregister(name));
+  for (char const* name : kInitTable) ASSERT_EQ(nullptr, NSClassFromString(name)) << name;
+  CocoaX_RegisterClasses();
+  CocoaX_RegisterClasses();
+  EXPECT_EQ(before, NSClassRegistry::Shared().Names());
+  for (char const* name : kInitTable) {
+    std::unique_ptr<QWidget> object(NSClassRegistry::Shared().Create(name));
+    EXPECT_NE(nullptr, object) << name;
+  }
+  tavelo_test::LogTail tail;
+  EXPECT_TRUE(CocoaX_Init());
+  EXPECT_EQ("", tail.Text());
 }
 
 TEST(NSNibLoader, CreatesRegisteredClassesAndFallsBackToQt) {
+  RegisterProbe();
   sAwakeLog.clear();
   QBuffer buffer;
   buffer.setData(kNib);
@@ -208,6 +218,7 @@ TEST(NSNibLoader, CreatesRegisteredClassesAndFallsBackToQt) {
 }
 
 TEST(NSNibLoader, LoadsNibByNameFromSearchPath) {
+  RegisterProbe();
   std::string const dir = tavelo_test::MakeTempDir("nibs");
   QFile file(QString::fromStdString(dir + "/TestBox.ui"));
   ASSERT_TRUE(file.open(QIODevice::WriteOnly));

@@ -217,8 +217,3 @@ TEST(NSImageQGWorld, ImagesForwardToTheirFirstBitmap) {
               ElementsAre(V("result = [bitmapRep copyToWorldWithSameDimensions:theWorld]",
                             "NSImage::copyToWorldWithSameDimensions")));
 }
-
-TEST(NSImageQGWorld, QuickSaveAnchorForwardsToTheSurfaceBridge) {
-  EXPECT_TRUE(import_NSBitmapImageRep_QGWorld());
-  EXPECT_TRUE(import_NSBitmapImageRep_QuickSaveFile());
-}

@@ -317,9 +317,3 @@ TEST(NSUILozengeView, LozengeColourTakesBlueFromGreen) {
   }
   EXPECT_EQ(qRgba(0, 255, 255, 255), image.pixel(20, 6));
 }
-
-TEST(NSUIColorContentView, Anchors) {
-  EXPECT_TRUE(import_NSUIColorContentView());
-  EXPECT_TRUE(import_NSUIRoundRectView());
-  EXPECT_TRUE(import_NSUILozengeView());
-}

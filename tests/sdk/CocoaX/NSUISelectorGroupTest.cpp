@@ -147,7 +147,6 @@ TEST(SelectorGroupTables, TheFiveGroups) {
   // Entries carry the selectors registered from their names.
   EXPECT_EQ(DefaultFileTypeSelectorGroup.selectors[2].selector, sel_registerName("selectDefault_SavePNG:"));
   EXPECT_EQ(DefaultFileTypeSelectorGroup.selectors[3].name, nullptr);
-  EXPECT_TRUE(import_NSUISelectorGroup());
 }
 
 TEST(SelectorGroupTables, Lookups) {

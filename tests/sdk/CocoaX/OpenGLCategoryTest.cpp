@@ -55,7 +55,6 @@ TEST(OpenGLCategory, ScanLineAddresses) {
   EXPECT_EQ(b->getStartOfScanLine(0), b->bitmapData());
   EXPECT_EQ(b->getStartOfScanLine(3), b->bitmapData() + 72);
   EXPECT_EQ(b->getStartOfScanLine(2, 5), b->bitmapData() + 48 + 20);
-  EXPECT_TRUE(import_NSBitmapImageRep_OpenGLCategory());
 }
 
 TEST(OpenGLCategory, CropAtTheBottomTakesTheBottomRows) {

@@ -124,5 +124,4 @@ TEST(RoundRectPath, EmptyRectangleHasNoPath) {
   path.mRect = QRectF(0, 0, 10, 10);
   EXPECT_TRUE(path.CreatePath());
   EXPECT_TRUE(path.mPath);
-  EXPECT_TRUE(import_namespace_CoreGraphics_RoundRectPath());
 }
