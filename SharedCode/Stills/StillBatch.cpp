@@ -106,8 +106,13 @@ int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo c
     if (!still) {
       fail(QStringLiteral("frame %1 could not be taken").arg(e.frame));
     } else if (options.sheet) {
-      tiles.push_back(StillSheetTile{ImageOf(*still).copy(),
-                                     StillNames::DurationText(place.ms)});
+      // Kept at the size it is drawn: twenty full stills would outweigh the decoder.
+      QImage const picture = ImageOf(*still);
+      QSize const cell = StillSheet::TileSize(picture, options.sheetCols, options.sheetWidth);
+      tiles.push_back(StillSheetTile{
+          cell.isEmpty() ? picture.copy()
+                         : picture.scaled(cell, Qt::IgnoreAspectRatio, Qt::SmoothTransformation),
+          StillNames::DurationText(place.ms)});
     } else {
       QString name;
       StillNames::Expand(options.nameTemplate, place, &name, nullptr);
@@ -141,14 +146,16 @@ int StillBatch::Run(StillTaker& taker, QString const& discName, StillTitleInfo c
             .arg(title.info.aspect == kDVDAspectRatio16x9 ? QStringLiteral("16:9") : QStringLiteral("4:3"))
             .arg(pal ? QStringLiteral("PAL") : QStringLiteral("NTSC")),
         QStringLiteral("Tavelo")};
-    QImage const sheet = StillSheet::Compose(header, tiles, options.sheetCols, options.sheetWidth);
+    // The sheet is let go once its bitmap holds it: one copy of the largest picture at a time.
+    QImage sheet = StillSheet::Compose(header, tiles, options.sheetCols, options.sheetWidth);
+    std::vector<StillSheetTile>().swap(tiles);
+    std::shared_ptr<NSBitmapImageRep> const bitmap = NSBitmapImageRep::imageRepWithImage(sheet);
+    sheet = QImage();
     QString const path = !options.sheetPath.isEmpty()
                              ? options.sheetPath
                              : QDir(options.folder).filePath(StillNames::Safe(discName) +
                                                              QStringLiteral(" T%1 sheet.").arg(title.number) +
                                                              NSBitmapImageRep::fileExtensionOfType(options.type));
-    std::shared_ptr<NSBitmapImageRep> const bitmap =
-        NSBitmapImageRep::imageRepWithImage(sheet);
     if (bitmap && bitmap->saveToPictureFileName(path, options.type, settings)) {
       if (report.written) report.written(path);
     } else {

@@ -14,22 +14,31 @@ int StillSheet::HeaderHeight(QStringList const& header) {
   return kMargin + int(header.size()) * kHeaderLine + kMargin / 2;
 }
 
+QSize StillSheet::TileSize(QImage const& picture, int cols, int width) {
+  if (cols < 1) return QSize();
+  int const tileW = (width - 2 * kMargin - (cols - 1) * kGap) / cols;
+  if (tileW < 16) return QSize();
+  int const tileH = picture.isNull() ? tileW * 3 / 4
+                                     : int((int64_t(tileW) * picture.height() + picture.width() / 2) /
+                                           picture.width());
+  return QSize(tileW, tileH);
+}
+
 QImage StillSheet::Compose(QStringList const& header, std::vector<StillSheetTile> const& tiles,
                            int cols, int width) {
-  if (cols < 1 || tiles.empty()) return QImage();
-  int const tileW = (width - 2 * kMargin - (cols - 1) * kGap) / cols;
-  if (tileW < 16) return QImage();
+  if (tiles.empty()) return QImage();
   // Every tile at the first picture's shape: one title, one shape.
-  QImage const& first = tiles.front().picture;
-  int const tileH = first.isNull() ? tileW * 3 / 4
-                                   : int((int64_t(tileW) * first.height() + first.width() / 2) /
-                                         first.width());
+  QSize const tile = TileSize(tiles.front().picture, cols, width);
+  if (tile.isEmpty()) return QImage();
+  int const tileW = tile.width();
+  int const tileH = tile.height();
   int const rows = int((tiles.size() + size_t(cols) - 1) / size_t(cols));
   int const top = HeaderHeight(header);
   int const height = top + rows * (tileH + kCaption) + (rows - 1) * kGap + kMargin;
-  QImage sheet(width, height, QImage::Format_RGB32);
+  // The bitmaps stills are written from hold RGBX: drawn in it, the sheet is not converted.
+  QImage sheet(width, height, QImage::Format_RGBX8888);
   if (sheet.isNull()) return sheet;
-  sheet.fill(kBackground);
+  sheet.fill(QColor::fromRgb(kBackground));
   QPainter painter(&sheet);
   painter.setRenderHint(QPainter::SmoothPixmapTransform, true);
   painter.setRenderHint(QPainter::TextAntialiasing, true);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QImage>
+#include <QSize>
 #include <QString>
 #include <QStringList>
 
@@ -27,4 +28,6 @@ class StillSheet {
   static QImage Compose(QStringList const& header, std::vector<StillSheetTile> const& tiles,
                         int cols, int width);
   static int HeaderHeight(QStringList const& header);
+  // A tile's cell for pictures shaped like `picture`; empty when the columns do not fit.
+  static QSize TileSize(QImage const& picture, int cols, int width);
 };

@@ -1,6 +1,7 @@
 #include "DVDAudioSink.h"
 
 #include "DVDNullAudioSink.h"
+#include "DVDSharedLibrary.h"
 
 #include <pulse/error.h>
 #include <pulse/simple.h>
@@ -28,7 +29,32 @@ constexpr int64_t kTrimLimit = DVDClock::kTicksPerSecond * 3 / 1000;
 // is placed again on the clock instead.
 constexpr int64_t kSteerLimit = DVDClock::kTicksPerSecond / 10;
 
+// PulseAudio, loaded when sound is first wanted: a grab never plays any.
+struct PulseLibrary {
+  decltype(&pa_simple_new) open = nullptr;
+  decltype(&pa_simple_free) free = nullptr;
+  decltype(&pa_simple_write) write = nullptr;
+  decltype(&pa_simple_drain) drain = nullptr;
+  decltype(&pa_simple_flush) flush = nullptr;
+  decltype(&pa_simple_get_latency) latency = nullptr;
+  bool loaded = false;
+};
+
+PulseLibrary const& Pulse() {
+  static PulseLibrary const library = [] {
+    PulseLibrary p;
+    static DVDSharedLibrary shared;
+    p.loaded = shared.Construct("libpulse-simple.so.0") && shared.Bind(p.open, "pa_simple_new") &&
+               shared.Bind(p.free, "pa_simple_free") && shared.Bind(p.write, "pa_simple_write") &&
+               shared.Bind(p.drain, "pa_simple_drain") && shared.Bind(p.flush, "pa_simple_flush") &&
+               shared.Bind(p.latency, "pa_simple_get_latency");
+    return p;
+  }();
+  return library;
+}
+
 pa_simple* OpenStream(int rate) {
+  if (!Pulse().loaded) return nullptr;
   pa_sample_spec spec{};
   spec.format = PA_SAMPLE_S16LE;
   spec.rate = uint32_t(rate);
@@ -41,7 +67,7 @@ pa_simple* OpenStream(int rate) {
   attr.minreq = uint32_t(-1);
   attr.fragsize = uint32_t(-1);
   int error = 0;
-  return pa_simple_new(nullptr, "Tavelo", PA_STREAM_PLAYBACK, nullptr, "DVD", &spec, nullptr,
+  return Pulse().open(nullptr, "Tavelo", PA_STREAM_PLAYBACK, nullptr, "DVD", &spec, nullptr,
                        &attr, &error);
 }
 
@@ -57,7 +83,7 @@ class DVDPulseAudioSink : public DVDAudioSink {
     }
     mWake.notify_all();
     mThread.join();
-    if (mStream) pa_simple_free(mStream);
+    if (mStream) Pulse().free(mStream);
   }
 
   void Push(int64_t at, int rate, int16_t const* samples, size_t frames) override {
@@ -110,7 +136,7 @@ class DVDPulseAudioSink : public DVDAudioSink {
         mFlushDevice = false;
         writtenUntil = -1;
         lk.unlock();
-        if (mStream) pa_simple_flush(mStream, nullptr);
+        if (mStream) Pulse().flush(mStream, nullptr);
         lk.lock();
         mClock.FollowAudio(false, 0);
         continue;
@@ -161,18 +187,18 @@ class DVDPulseAudioSink : public DVDAudioSink {
       bool const muted = mMuted;
       lk.unlock();
       if (piece.rate != rate && mStream) {
-        pa_simple_drain(mStream, nullptr);
-        pa_simple_free(mStream);
+        Pulse().drain(mStream, nullptr);
+        Pulse().free(mStream);
         rate = piece.rate;
         mStream = OpenStream(rate);
       }
       bool ok = mStream != nullptr;
       if (ok) {
         ApplyVolume(piece.samples.data(), piece.samples.size(), volume, muted);
-        ok = pa_simple_write(mStream, piece.samples.data(), piece.samples.size() * 2, nullptr) >= 0;
+        ok = Pulse().write(mStream, piece.samples.data(), piece.samples.size() * 2, nullptr) >= 0;
       }
       pa_usec_t latency = 0;
-      if (ok) latency = pa_simple_get_latency(mStream, nullptr);
+      if (ok) latency = Pulse().latency(mStream, nullptr);
       lk.lock();
       if (!ok) {
         // The server went away: the picture goes on by the system clock, the sound is
@@ -181,7 +207,7 @@ class DVDPulseAudioSink : public DVDAudioSink {
         writtenUntil = -1;
         mQueue.clear();
         lk.unlock();
-        if (mStream) pa_simple_free(mStream);
+        if (mStream) Pulse().free(mStream);
         mStream = nullptr;
         lk.lock();
         mWake.wait_for(lk, kReconnectWait, [&] { return mQuit; });

@@ -120,6 +120,7 @@ class DVDPresenter {
   static std::shared_ptr<AVFrame const> Own(AVFrame* frame);
   // Puts a queued picture on screen; the one it replaces is kept.
   void ShowQueued();
+  void ForgetFarPictures();
   void Keep(std::shared_ptr<AVFrame const> frame, DVDPicturePosition const& position);
   // Shows the target when it is at hand; true when it was.
   bool ShowTarget();

@@ -3,6 +3,7 @@
 #include "DVDPresenter.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -113,6 +114,15 @@ void DVDPresenter::ShowQueued() {
   mShown = Own(f.frame);
   mShownDue = f.due;
   mShownPosition = f.position;
+  ForgetFarPictures();
+}
+
+// Pictures kept from before a seek serve no step from the picture now shown and only hold
+// memory: a batch of stills seeks twenty times.
+void DVDPresenter::ForgetFarPictures() {
+  std::erase_if(mKept, [&](Kept const& k) {
+    return std::abs(k.position.frameInTitle - mShownPosition.frameInTitle) > int64_t(kMaxKept);
+  });
 }
 
 bool DVDPresenter::ShowTarget() {
@@ -128,6 +138,7 @@ bool DVDPresenter::ShowTarget() {
     if (mShown) Keep(mShown, mShownPosition);
     mShown = k.frame;
     mShownPosition = k.position;
+    ForgetFarPictures();
     mShownDue = mClock.Now();
     mTarget = -1;
     return true;

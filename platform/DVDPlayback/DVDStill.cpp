@@ -2,6 +2,7 @@
 
 #include "DVDFieldMatch.h"
 #include "DVDPicture.h"
+#include "DVDSharedLibrary.h"
 
 #include <algorithm>
 #include <array>
@@ -36,8 +37,44 @@ struct FrameFree {
   void operator()(AVFrame* f) const { av_frame_free(&f); }
 };
 using Frame = std::unique_ptr<AVFrame, FrameFree>;
+
+// libavfilter, loaded with the first picture bwdif is wanted for.
+struct FilterLibrary {
+  decltype(&avfilter_graph_alloc) graphAlloc = nullptr;
+  decltype(&avfilter_graph_free) graphFree = nullptr;
+  decltype(&avfilter_get_by_name) getByName = nullptr;
+  decltype(&avfilter_graph_create_filter) createFilter = nullptr;
+  decltype(&avfilter_link) link = nullptr;
+  decltype(&avfilter_graph_config) config = nullptr;
+  decltype(&av_buffersrc_write_frame) write = nullptr;
+  decltype(&av_buffersrc_add_frame) add = nullptr;
+  decltype(&av_buffersink_get_frame) get = nullptr;
+  decltype(&av_buffersink_get_time_base) timeBase = nullptr;
+  bool loaded = false;
+};
+
+FilterLibrary const& Filters() {
+  static FilterLibrary const library = [] {
+    FilterLibrary f;
+    static dvd::DVDSharedLibrary shared;
+    f.loaded = shared.Construct("libavfilter.so." AV_STRINGIFY(LIBAVFILTER_VERSION_MAJOR)) &&
+               shared.Bind(f.graphAlloc, "avfilter_graph_alloc") &&
+               shared.Bind(f.graphFree, "avfilter_graph_free") &&
+               shared.Bind(f.getByName, "avfilter_get_by_name") &&
+               shared.Bind(f.createFilter, "avfilter_graph_create_filter") &&
+               shared.Bind(f.link, "avfilter_link") &&
+               shared.Bind(f.config, "avfilter_graph_config") &&
+               shared.Bind(f.write, "av_buffersrc_write_frame") &&
+               shared.Bind(f.add, "av_buffersrc_add_frame") &&
+               shared.Bind(f.get, "av_buffersink_get_frame") &&
+               shared.Bind(f.timeBase, "av_buffersink_get_time_base");
+    return f;
+  }();
+  return library;
+}
+
 struct GraphFree {
-  void operator()(AVFilterGraph* g) const { avfilter_graph_free(&g); }
+  void operator()(AVFilterGraph* g) const { Filters().graphFree(&g); }
 };
 
 // One planar 4:2:0 picture's planes: in a request's pixels or in a decoded picture held.
@@ -133,7 +170,9 @@ constexpr AVRational kTimeBase{1, 25};
 
 // The picture (pts 1) deinterlaced by bwdif with the neighbours at hand; null on failure.
 Frame Bwdif(DVDDecodedFrameInfo const& info, Source const& pictures) {
-  std::unique_ptr<AVFilterGraph, GraphFree> graph(avfilter_graph_alloc());
+  FilterLibrary const& av = Filters();
+  if (!av.loaded) return nullptr;
+  std::unique_ptr<AVFilterGraph, GraphFree> graph(av.graphAlloc());
   if (!graph) return nullptr;
   char source[160];
   std::snprintf(source, sizeof source,
@@ -145,31 +184,29 @@ Frame Bwdif(DVDDecodedFrameInfo const& info, Source const& pictures) {
   AVFilterContext* in = nullptr;
   AVFilterContext* bwdif = nullptr;
   AVFilterContext* out = nullptr;
-  if (avfilter_graph_create_filter(&in, avfilter_get_by_name("buffer"), "in", source, nullptr,
-                                   graph.get()) < 0 ||
-      avfilter_graph_create_filter(&bwdif, avfilter_get_by_name("bwdif"), "bwdif", mode,
-                                   nullptr, graph.get()) < 0 ||
-      avfilter_graph_create_filter(&out, avfilter_get_by_name("buffersink"), "out", nullptr,
-                                   nullptr, graph.get()) < 0 ||
-      avfilter_link(in, 0, bwdif, 0) < 0 || avfilter_link(bwdif, 0, out, 0) < 0 ||
-      avfilter_graph_config(graph.get(), nullptr) < 0) {
+  auto const make = [&](AVFilterContext** c, char const* filter, char const* args) {
+    return av.createFilter(c, av.getByName(filter), filter, args, nullptr, graph.get()) >= 0;
+  };
+  if (!make(&in, "buffer", source) || !make(&bwdif, "bwdif", mode) ||
+      !make(&out, "buffersink", nullptr) || av.link(in, 0, bwdif, 0) < 0 ||
+      av.link(bwdif, 0, out, 0) < 0 || av.config(graph.get(), nullptr) < 0) {
     return nullptr;
   }
   auto const feed = [&](Planes const& planes, int64_t pts) {
     Frame f = PictureAt(info, planes, pts);
     // Not reference counted: the source copies it.
-    return f && av_buffersrc_write_frame(in, f.get()) >= 0;
+    return f && av.write(in, f.get()) >= 0;
   };
   bool fed = true;
   if (info.neighbours & kDVDDecodedBefore) fed = feed(pictures.before, 0);
   fed = fed && feed(pictures.picture, 1);
   if (fed && (info.neighbours & kDVDDecodedAfter)) fed = feed(pictures.after, 2);
-  if (!fed || av_buffersrc_add_frame(in, nullptr) < 0) return nullptr;
+  if (!fed || av.add(in, nullptr) < 0) return nullptr;
   for (;;) {
     Frame f(av_frame_alloc());
-    if (!f || av_buffersink_get_frame(out, f.get()) < 0) return nullptr;
+    if (!f || av.get(out, f.get()) < 0) return nullptr;
     // The filter counts time in fields.
-    if (av_rescale_q(f->pts, av_buffersink_get_time_base(out), kTimeBase) == 1) return f;
+    if (av_rescale_q(f->pts, av.timeBase(out), kTimeBase) == 1) return f;
   }
 }
 
