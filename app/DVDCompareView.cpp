@@ -7,7 +7,7 @@
 #include <QScreen>
 
 #include "DVDVideoWindow.h"
-#include "GrabDVDController.h"
+#include "DVDWindowDelegate.h"
 
 namespace {
 
@@ -23,9 +23,11 @@ QRect PictureRect(QWidget* videoWindow) {
 
 }  // namespace
 
-DVDCompareView::DVDCompareView(QWidget* videoWindow, GrabDVDController* controller,
+DVDCompareView::DVDCompareView(QWidget* videoWindow, DVDWindowDelegate* delegate,
                                QString const& otherName)
-    : QWidget(videoWindow, Qt::Tool), mVideoWindow(videoWindow), mController(controller) {
+    : QWidget(videoWindow, Qt::Tool),
+      mVideoWindow(videoWindow),
+      mDelegate(delegate ? delegate->delegateObject() : nullptr) {
   setObjectName(QStringLiteral("DVDCompareView"));
   setWindowTitle(tr("Compare: %1").arg(otherName));
   setAttribute(Qt::WA_OpaquePaintEvent);
@@ -88,7 +90,7 @@ bool DVDCompareView::event(QEvent* event) {
 }
 
 void DVDCompareView::keyPressEvent(QKeyEvent* event) {
-  if (DVDWindowKeyDown(this, mController, event)) return;
+  if (DVDWindowKeyDown(this, qobject_cast<DVDWindowDelegate*>(mDelegate.data()), event)) return;
   // Escape closes the view, and with it the comparison.
   if (event->key() == Qt::Key_Escape) {
     close();

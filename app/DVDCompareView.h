@@ -9,14 +9,14 @@
 #include <QString>
 #include <QWidget>
 
-class GrabDVDController;
+class DVDWindowDelegate;
 
 class DVDCompareView : public QWidget {
   Q_OBJECT
 
  public:
   // A tool window of videoWindow: it stays above it.
-  DVDCompareView(QWidget* videoWindow, GrabDVDController* controller, QString const& otherName);
+  DVDCompareView(QWidget* videoWindow, DVDWindowDelegate* delegate, QString const& otherName);
 
   // The other side's picture (null: none matches the frame on screen).
   void setPicture(QImage const& picture);
@@ -43,7 +43,7 @@ class DVDCompareView : public QWidget {
 
  private:
   QPointer<QWidget> mVideoWindow;
-  QPointer<GrabDVDController> mController;
+  QPointer<QObject> mDelegate;  // the controller
   QImage mPicture;
   bool mOver = false;
 };

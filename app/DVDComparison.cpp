@@ -86,12 +86,13 @@ DVDComparison::~DVDComparison() {
   delete mView.data();
 }
 
-bool DVDComparison::Construct(Setup const& setup, QWidget* videoWindow, GrabDVDController* controller) {
+bool DVDComparison::Construct(Setup const& setup, QWidget* videoWindow,
+                              DVDWindowDelegate* delegate) {
   mSetup = setup;
   QString const program = BatchGrabDialog::GrabProgram();
   bool const grabProgram = !program.isEmpty();
   if (!CoreVerify(grabProgram) || !CoreVerify(mFrames.isValid())) return false;
-  mView = new DVDCompareView(videoWindow, controller, StillNames::DiscName(setup.other));
+  mView = new DVDCompareView(videoWindow, delegate, StillNames::DiscName(setup.other));
   connect(mView, &DVDCompareView::closed, this, &DVDComparison::ended);
   mView->place();
   mView->show();

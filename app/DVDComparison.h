@@ -25,7 +25,7 @@
 #include "StillAlign.h"
 
 class DVDCompareView;
-class GrabDVDController;
+class DVDWindowDelegate;
 
 // An alignment as tavelo-grab --compare --json prints it.
 struct DVDCompareAlignment {
@@ -54,7 +54,7 @@ class DVDComparison : public QObject {
 
   // Starts both children and shows the view beside videoWindow; false when tavelo-grab is
   // not there.
-  bool Construct(Setup const& setup, QWidget* videoWindow, GrabDVDController* controller);
+  bool Construct(Setup const& setup, QWidget* videoWindow, DVDWindowDelegate* delegate);
 
   QString const& First() const { return mSetup.first; }
   QString const& Other() const { return mSetup.other; }

@@ -5,14 +5,16 @@
 #include <QKeyEvent>
 
 #include "DVDVideoWindow.h"
-#include "GrabDVDController.h"
+#include "DVDWindowDelegate.h"
 
-void DVDControlWindow::setDelegate(GrabDVDController* controller) { mDelegate = controller; }
+void DVDControlWindow::setDelegate(DVDWindowDelegate* delegate) {
+  mDelegate = delegate ? delegate->delegateObject() : nullptr;
+}
 
 DVDControlWindow::DVDControlWindow(QWidget* parent) : QWidget(parent) {}
 
 void DVDControlWindow::keyPressEvent(QKeyEvent* event) {
-  if (DVDWindowKeyDown(this, qobject_cast<GrabDVDController*>(mDelegate.data()), event)) return;
+  if (DVDWindowKeyDown(this, qobject_cast<DVDWindowDelegate*>(mDelegate.data()), event)) return;
   QWidget::keyPressEvent(event);
 }
 

@@ -7,7 +7,7 @@
 
 #include "NSClassRegistry.h"
 
-class GrabDVDController;
+class DVDWindowDelegate;
 
 class DVDControlWindow : public QWidget, public NSNibAwaking {
   Q_OBJECT
@@ -15,7 +15,7 @@ class DVDControlWindow : public QWidget, public NSNibAwaking {
  public:
   explicit DVDControlWindow(QWidget* parent = nullptr);
 
-  void setDelegate(GrabDVDController* controller);
+  void setDelegate(DVDWindowDelegate* delegate);
   // Icons on the buttons: the desktop theme's, else the ones that come with the program; the
   // tooltips name the keys.
   void setButtonIcons();

@@ -18,7 +18,7 @@
 
 #include "CoreMachDebugLog.h"
 #include "DVDVideoView.h"
-#include "GrabDVDController.h"
+#include "DVDWindowDelegate.h"
 #include "NSScreenNumber.h"
 #include "NSUIColorContentView.h"
 
@@ -31,7 +31,9 @@ SInt16 Truncate16(double value) { return static_cast<SInt16>(static_cast<long>(v
 
 }  // namespace
 
-void DVDVideoWindow::setDelegate(GrabDVDController* controller) { mDelegate = controller; }
+void DVDVideoWindow::setDelegate(DVDWindowDelegate* delegate) {
+  mDelegate = delegate ? delegate->delegateObject() : nullptr;
+}
 
 DVDVideoWindow::DVDVideoWindow(QWidget* parent) : QMainWindow(parent) {}
 
@@ -247,8 +249,8 @@ bool DVDVideoWindow::eventFilter(QObject* watched, QEvent* event) {
   return QMainWindow::eventFilter(watched, event);
 }
 
-bool DVDWindowKeyDown(QWidget* window, GrabDVDController* controller, QKeyEvent* event) {
-  if (!controller || !controller->onKeyDown(event)) return false;
+bool DVDWindowKeyDown(QWidget* window, DVDWindowDelegate* delegate, QKeyEvent* event) {
+  if (!delegate || !delegate->onKeyDown(event)) return false;
   // Key presses that piled up while this one was handled (a held-down arrow) are dropped.
   QCoreApplication::removePostedEvents(window, QEvent::KeyPress);
   if (QWidget* focus = window->focusWidget()) QCoreApplication::removePostedEvents(focus, QEvent::KeyPress);
@@ -258,7 +260,7 @@ bool DVDWindowKeyDown(QWidget* window, GrabDVDController* controller, QKeyEvent*
 }
 
 void DVDVideoWindow::keyPressEvent(QKeyEvent* event) {
-  if (DVDWindowKeyDown(this, qobject_cast<GrabDVDController*>(mDelegate.data()), event)) return;
+  if (DVDWindowKeyDown(this, qobject_cast<DVDWindowDelegate*>(mDelegate.data()), event)) return;
   QMainWindow::keyPressEvent(event);
 }
 

@@ -12,7 +12,7 @@
 #include "DVDPlayback.h"
 #include "NSClassRegistry.h"
 
-class GrabDVDController;
+class DVDWindowDelegate;
 
 class DVDVideoWindow : public QMainWindow, public NSNibAwaking {
   Q_OBJECT
@@ -40,7 +40,7 @@ class DVDVideoWindow : public QMainWindow, public NSNibAwaking {
   static void SwitchToDisplay(SInt32 newDisplay);
   static SInt32 CurrentDisplay();
 
-  void setDelegate(GrabDVDController* controller);
+  void setDelegate(DVDWindowDelegate* delegate);
   void awakeFromNib() override;
 
   float titleAspectRatio() const;
@@ -89,4 +89,4 @@ class DVDVideoWindow : public QMainWindow, public NSNibAwaking {
 
 // Key presses of the video and controller windows: ask the controller first; when it
 // handled the key, drop key presses already queued for the window.
-bool DVDWindowKeyDown(QWidget* window, GrabDVDController* controller, QKeyEvent* event);
+bool DVDWindowKeyDown(QWidget* window, DVDWindowDelegate* delegate, QKeyEvent* event);

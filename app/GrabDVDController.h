@@ -23,6 +23,7 @@
 #include <QWidget>
 
 #include "DVDVideoWindow.h"
+#include "DVDWindowDelegate.h"
 #include "PlaybackTime.h"
 
 class DVDComparison;
@@ -31,8 +32,9 @@ class DVDGrabStrip;
 class QKeyEvent;
 class QTimer;
 
-class GrabDVDController : public GrabWindowController {
+class GrabDVDController : public GrabWindowController, public DVDWindowDelegate {
   Q_OBJECT
+  Q_INTERFACES(DVDWindowDelegate)
 
  public:
   explicit GrabDVDController(QObject* parent = nullptr);
@@ -84,7 +86,7 @@ class GrabDVDController : public GrabWindowController {
   void awakeFromNib();
   void awakeFromNibGrab();
   void applicationDidFinishLaunching();
-  bool applicationShouldTerminate() const { return true; }
+  bool applicationShouldTerminate() const override { return true; }
   void applicationWillTerminate();
 
   void beginSession();
@@ -101,7 +103,8 @@ class GrabDVDController : public GrabWindowController {
   void handleDVDError(SInt32 error);
 
   UInt16 setAudioVolume(bool up);
-  bool onKeyDown(QKeyEvent* event);
+  bool onKeyDown(QKeyEvent* event) override;
+  QObject* delegateObject() override { return this; }
   void launchAppWebPageByID(QString const& page);
 
   bool validateMenuItem(QAction* item) override;

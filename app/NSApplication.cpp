@@ -6,7 +6,7 @@
 #include <cstdio>
 
 #include "CoreMachDebugLog.h"
-#include "GrabDVDController.h"
+#include "DVDWindowDelegate.h"
 
 void NSAssertionFailure(char const* method, char const* file, int line, char const* format, ...) {
   char description[512];
@@ -28,10 +28,12 @@ NSApplication* NSApplication::sharedApplication() {
   return qobject_cast<NSApplication*>(QCoreApplication::instance());
 }
 
-void NSApplication::setDelegate(GrabDVDController* delegate) { mDelegate = delegate; }
+void NSApplication::setDelegate(DVDWindowDelegate* delegate) {
+  mDelegate = delegate ? delegate->delegateObject() : nullptr;
+}
 
-GrabDVDController* NSApplication::delegate() const {
-  return qobject_cast<GrabDVDController*>(mDelegate.data());
+DVDWindowDelegate* NSApplication::delegate() const {
+  return qobject_cast<DVDWindowDelegate*>(mDelegate.data());
 }
 
 void NSApplication::terminate(QObject* sender) {

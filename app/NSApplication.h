@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-class GrabDVDController;
+class DVDWindowDelegate;
 
 // The assertion handler's exception for internal-consistency failures.
 class NSInternalInconsistencyException : public std::runtime_error {
@@ -30,8 +30,8 @@ class NSApplication : public QApplication {
 
   static NSApplication* sharedApplication();
 
-  void setDelegate(GrabDVDController* delegate);
-  GrabDVDController* delegate() const;
+  void setDelegate(DVDWindowDelegate* delegate);
+  DVDWindowDelegate* delegate() const;
 
   int terminateRequests() const { return mTerminateRequests; }
 

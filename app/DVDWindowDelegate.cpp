@@ -1,0 +1,4 @@
+#include "DVDWindowDelegate.h"
+
+// Out of line, so that the interface's vtable has one home.
+DVDWindowDelegate::~DVDWindowDelegate() = default;

@@ -1,0 +1,5 @@
+#pragma once
+
+#include "Player.h"
+
+class Menu {};

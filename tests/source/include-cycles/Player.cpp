@@ -1,0 +1,5 @@
+#include "Player.h"
+
+#include "Window.h"
+#include "NotHere.h"
+// #include "Tool.h"

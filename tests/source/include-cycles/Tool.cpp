@@ -1,0 +1,3 @@
+// A source without a header of its own.
+#include "Player.h"
+#include "Window.h"

@@ -1,0 +1,4 @@
+#include "Window.h"
+
+#include "Clock.h"
+#include "Player.h"
