@@ -25,9 +25,10 @@ constexpr int64_t kMaxVobuSpan = 2 * DVDClock::kTicksPerSecond;
 
 }  // namespace
 
-DVDNavigator::DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPipeline* pipeline,
-                           std::shared_ptr<DVDReadFaults> faults)
+DVDNavigator::DVDNavigator(DVDClock& clock, DVDClockMap& map, DVDEventQueue& events,
+                           DVDPipeline* pipeline, std::shared_ptr<DVDReadFaults> faults)
     : mClock(clock),
+      mClockMap(map),
       mEvents(events),
       mPipeline(pipeline),
       mBlocks(std::move(faults)),
@@ -397,9 +398,7 @@ void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
   mTime.mReadUntil = mTime.mReverse ? start + kReverseStep : start + e.vobuSpan / mTime.mSpeed;
   if (!mPipeline || !hasPci) return;
   DVDVobuTiming timing;
-  timing.clockStart = start;
-  timing.ptsStart = e.vobuStart;
-  timing.speed = mTime.mReverse ? 1 : mTime.mSpeed;
+  timing.place = {start, e.vobuStart, mTime.mReverse ? 1 : mTime.mSpeed, mClockMap.Epoch()};
   timing.keyFramesOnly = mTime.mReverse || mTime.mSpeed > 2;
   timing.title = e.position.inTitle ? e.position.title : 0;
   timing.chapter = e.position.inTitle ? e.position.part : 0;
