@@ -28,7 +28,9 @@ int64_t DVDClockMap::Carry(int64_t t, uint32_t from, uint32_t to) const {
 int DVDClockMap::SpeedIn(int speed, uint32_t from, uint32_t to) const {
   std::lock_guard<std::mutex> g(mMutex);
   to = std::min<uint32_t>(to, uint32_t(mChanges.size()));
-  for (uint32_t e = from; e < to; ++e) speed = std::max(1, speed * mChanges[e].den / mChanges[e].num);
+  for (uint32_t e = from; e < to; ++e) {
+    speed = std::max(1, speed * mChanges[e].den / mChanges[e].num);
+  }
   return speed;
 }
 
@@ -39,25 +41,23 @@ int64_t DVDClockMap::ClockOf(DVDPlacement const& group, int64_t pts, uint32_t to
 
 int64_t DVDClockMap::TicksInto(DVDPlacement const& group, int64_t t, uint32_t to) const {
   std::lock_guard<std::mutex> g(mMutex);
-  to = std::min<uint32_t>(to, uint32_t(mChanges.size()));
-  // Back through the changes since the group was placed, each segment at the speed it ran.
-  int64_t ticks = 0;
-  int64_t speed = group.speed > 0 ? group.speed : 1;
-  std::vector<int64_t> speeds;
-  for (uint32_t e = group.epoch; e < to; ++e) {
-    speeds.push_back(speed);
-    speed = std::max<int64_t>(1, speed * mChanges[e].den / mChanges[e].num);
+  uint32_t const first = std::min<uint32_t>(group.epoch, uint32_t(mChanges.size()));
+  to = std::max(first, std::min<uint32_t>(to, uint32_t(mChanges.size())));
+  // The group's rate in each epoch since it was placed.
+  std::vector<int64_t> speeds{group.speed > 0 ? group.speed : 1};
+  for (uint32_t e = first; e < to; ++e) {
+    speeds.push_back(std::max<int64_t>(1, speeds.back() * mChanges[e].den / mChanges[e].num));
   }
-  for (uint32_t e = to; e > group.epoch; --e) {
+  // Back from t through the changes since, each stretch at the rate it ran at.
+  int64_t ticks = 0;
+  for (uint32_t e = to; e > first; --e) {
     Change const& c = mChanges[e - 1];
-    int64_t const before = speeds[e - 1 - group.epoch];
     if (t > c.from) {
-      ticks += (t - c.from) * speed;
+      ticks += (t - c.from) * speeds[e - first];
       t = c.from;
     }
-    speed = before;
   }
-  return ticks + (t - group.clockStart) * speed;
+  return ticks + (t - group.clockStart) * speeds.front();
 }
 
 }  // namespace dvd

@@ -435,14 +435,14 @@ bool DVDNavigator::WaitPresented(std::unique_lock<std::mutex>& lk) {
   }
 }
 
-int64_t DVDNavigator::PresentedTitleTime() { return mTime.PresentedTitleTime(mClock.Now()); }
+int64_t DVDNavigator::PresentedTitleTime() { return mTime.PresentedTitleTime(mClock.Now(), mClockMap); }
 
 bool DVDNavigator::TimeEventsDue() const { return mTime.TimeEventsDue(mAnnounced.mTitle > 0); }
 
 void DVDNavigator::EmitDueTimeEvents(int64_t upTo) {
   if (!TimeEventsDue()) return;
   while (mTime.mNextTimeEvent <= upTo) {
-    int64_t const elapsed = mTime.TitleTimeAt(mTime.mNextTimeEvent);
+    int64_t const elapsed = mTime.TitleTimeAt(mTime.mNextTimeEvent, mClockMap);
     mEvents.Post(kDVDEventTitleTime, DVDEventValue(elapsed / DVDClock::kTicksPerMs),
                  DVDEventValue(mTime.mTitleLength / DVDClock::kTicksPerMs));
     mTime.mNextTimeEvent += mTime.mTimeRate;
@@ -498,7 +498,7 @@ void DVDNavigator::HandleNavPacket(ReadEvent const& e) {
   // On the real clock a late reader catches up instead of rushing through the backlog.
   if (!mClock.IsManual() && now - start > DVDClock::kTicksPerSecond / 2) start = now;
   start -= e.seekOffset;
-  mTime.mVobuClockStart = start;
+  mTime.mVobu = {start, 0, mTime.mReverse ? 1 : mTime.mSpeed, mClockMap.Epoch()};
   mTime.mVobuTitleTime = e.titleTime;
   mTime.mVobuSpan = e.vobuSpan;
   if (mTime.mReverse) {

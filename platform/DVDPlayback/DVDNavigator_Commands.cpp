@@ -54,7 +54,7 @@ OSStatus DVDNavigator::Play() {
       int const oldSpeed = mTime.mSpeed;
       bool const wasReverse = mTime.mReverse;
       EndScan();
-      mTime.mPresentedUntil = std::min(mTime.mPresentedUntil, mTime.mVobuClockStart + mTime.mVobuSpan);
+      mTime.mPresentedUntil = std::min(mTime.mPresentedUntil, mTime.mVobu.clockStart + mTime.mVobuSpan);
       if (wasReverse) {
         // What was read ahead was placed for stepping back.
         mReadAhead.clear();
