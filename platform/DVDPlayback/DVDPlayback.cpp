@@ -126,7 +126,7 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
       return status;
     }
     auto pipeline = std::make_unique<dvd::DVDPipeline>(
-        s.mClock, s.mStillsOnly ? std::make_unique<dvd::DVDNullAudioSink>(s.mClock)
+        s.mClock, s.mClockMap, s.mStillsOnly ? std::make_unique<dvd::DVDNullAudioSink>(s.mClock)
                                 : dvd::DVDAudioSink::Create(s.mClock));
     if (!pipeline->Construct()) return kDVDErrorReadFailed;
     pipeline->SetCaptionSource(media->OpenPath());
@@ -134,7 +134,8 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
     pipeline->SetVolume(s.mVolume, s.mMuted);
     pipeline->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
     auto navigator =
-        std::make_unique<dvd::DVDNavigator>(s.mClock, s.mEvents, pipeline.get(), s.mReadFaults);
+        std::make_unique<dvd::DVDNavigator>(s.mClock, s.mClockMap, s.mEvents, pipeline.get(),
+                                           s.mReadFaults);
     if (OSStatus const status =
             navigator->Open(media->OpenPath(), media->UniqueID(), media->Titles());
         status != noErr) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "DVDClock.h"
+#include "DVDClockMap.h"
 #include "DVDEventQueue.h"
 #include "DVDMedia.h"
 #include "DVDNavigator.h"
@@ -21,6 +22,8 @@ struct DVDService {
 
   DVDServiceLock mLock;
   DVDClock mClock;
+  // Where stream time lands on the clock: the navigator places, the pipeline asks.
+  DVDClockMap mClockMap;
   DVDEventQueue mEvents;
   std::unique_ptr<DVDMedia> mMedia;
   // Declared before the navigator, which feeds it, so that it goes after it.
