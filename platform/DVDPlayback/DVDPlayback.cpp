@@ -132,7 +132,7 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
     pipeline->SetCaptionSource(media->OpenPath());
     pipeline->ShowCaptions(s.mCaptionsShown);
     pipeline->SetVolume(s.mVolume, s.mMuted);
-    pipeline->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
+    pipeline->SetFrameReadyCallBack(s.mOutput.frameReadyProc, s.mOutput.frameReadyRefCon);
     auto navigator =
         std::make_unique<dvd::DVDNavigator>(s.mClock, s.mClockMap, s.mEvents, pipeline.get(),
                                            s.mReadFaults);
@@ -397,7 +397,7 @@ OSStatus DVDGotoBookmark(void const* inBookmarkData, UInt32 inBookmarkDataSize) 
 
 OSStatus DVDSetVideoWindowID(UInt32 inWindowID) {
   return WithService([&](DVDService& s) -> OSStatus {
-    s.mWindowID = inWindowID;
+    s.mOutput.windowID = inWindowID;
     return noErr;
   });
 }
@@ -407,7 +407,7 @@ OSStatus DVDSetVideoBounds(Rect const* inRect) {
     return kDVDErrorInvalidArgument;
   }
   return WithService([&](DVDService& s) -> OSStatus {
-    s.mBounds = *inRect;
+    s.mOutput.bounds = *inRect;
     return noErr;
   });
 }
@@ -416,7 +416,7 @@ OSStatus DVDSwitchToDisplay(UInt32 inDisplay, Boolean* outSupported) {
   if (!outSupported) return kDVDErrorInvalidArgument;
   return WithService([&](DVDService& s) -> OSStatus {
     // Pictures are drawn by the window's own toolkit, which reaches every display.
-    s.mDisplay = inDisplay;
+    s.mOutput.display = inDisplay;
     *outSupported = true;
     return noErr;
   });
@@ -457,7 +457,7 @@ OSStatus MenuPoint(Point pt, SInt32* outIndex, bool activate) {
     n.NativeSize(&width, &height);
     int x = pt.h;
     int y = pt.v;
-    Rect const& b = s.mBounds;
+    Rect const& b = s.mOutput.bounds;
     int const bw = b.right - b.left;
     int const bh = b.bottom - b.top;
     if (bw > 0 && bh > 0) {
@@ -501,8 +501,8 @@ OSStatus DVDCopyPresentedFrame(DVDPresentedFrameInfo* outInfo, void* outPixels,
 OSStatus DVDSetFrameReadyCallBack(DVDFrameReadyCallBackFunctionPtr inCallBackProc,
                                   void* inRefCon) {
   return WithService([&](DVDService& s) -> OSStatus {
-    s.mFrameReadyProc = inCallBackProc;
-    s.mFrameReadyRefCon = inRefCon;
+    s.mOutput.frameReadyProc = inCallBackProc;
+    s.mOutput.frameReadyRefCon = inRefCon;
     if (s.mPipeline) s.mPipeline->SetFrameReadyCallBack(inCallBackProc, inRefCon);
     return noErr;
   });

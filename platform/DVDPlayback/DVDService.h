@@ -17,6 +17,16 @@
 
 namespace dvd {
 
+// Where the application shows the pictures: its window, the video area in it, the display,
+// and the call told of each new picture (kept for every disc opened).
+struct DVDOutput {
+  UInt32 windowID = 0;
+  Rect bounds{0, 0, 0, 0};
+  UInt32 display = 0;
+  DVDFrameReadyCallBackFunctionPtr frameReadyProc = nullptr;
+  void* frameReadyRefCon = nullptr;
+};
+
 struct DVDService {
   explicit DVDService(bool manualClock) : mClock(manualClock) {}
 
@@ -36,11 +46,7 @@ struct DVDService {
   Boolean mMuted = false;
   bool mCaptionsShown = false;  // closed captions drawn, for every disc opened
   UInt16 mVolume = 255;
-  UInt32 mWindowID = 0;
-  Rect mBounds{0, 0, 0, 0};
-  UInt32 mDisplay = 0;
-  DVDFrameReadyCallBackFunctionPtr mFrameReadyProc = nullptr;
-  void* mFrameReadyRefCon = nullptr;
+  DVDOutput mOutput;
   std::shared_ptr<DVDReadFaults> mReadFaults;  // the drive's, for every disc opened; may be null
   DVDProbeOptions mProbeOptions;               // how every disc opened is probed
 };
