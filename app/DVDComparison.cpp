@@ -12,12 +12,11 @@
 #include "BatchGrabDialog.h"
 #include "CoreMachDebugLog.h"
 #include "DVDCompareView.h"
+#include "DVDVideoView.h"
 #include "StillNames.h"
 
 namespace {
 
-// How often the frame on screen is looked at: more often than frames change.
-constexpr int kLookMs = 15;
 
 // The first line of a child's complaint, without the program's name.
 QString Complaint(QProcess& process) {
@@ -54,8 +53,6 @@ bool DVDCompareAlignment::Construct(QByteArray const& json) {
 }
 
 DVDComparison::DVDComparison(QObject* parent) : QObject(parent) {
-  mLook.setInterval(kLookMs);
-  connect(&mLook, &QTimer::timeout, this, &DVDComparison::look);
   connect(&mFollow, &QProcess::readyReadStandardOutput, this, &DVDComparison::readFollow);
   connect(&mFollow, &QProcess::finished, this, &DVDComparison::followEnded);
   connect(&mFollow, &QProcess::errorOccurred, this, [this](QProcess::ProcessError e) {
@@ -69,7 +66,6 @@ DVDComparison::DVDComparison(QObject* parent) : QObject(parent) {
 
 DVDComparison::~DVDComparison() {
   mEnding = true;
-  mLook.stop();
   // The follower ends at the end of its input, after the frame it is taking; the alignment
   // is only reading and can stop at once.
   if (mAlign.state() != QProcess::NotRunning) {
@@ -105,7 +101,11 @@ bool DVDComparison::Construct(Setup const& setup, QWidget* videoWindow,
   align << setup.first;
   mAlign.start(program, align);
   emit status(tr("Lining up…"), 0);
-  mLook.start();
+  if (auto* const view = videoWindow->findChild<DVDVideoView*>()) {
+    connect(view, &DVDVideoView::framePresented, this, &DVDComparison::look);
+  }
+  videoWindow->installEventFilter(this);
+  look();
   return true;
 }
 
@@ -124,8 +124,21 @@ void DVDComparison::TakeOther(uint32_t frame, std::function<void(QImage const&)>
   ask();
 }
 
+bool DVDComparison::eventFilter(QObject* watched, QEvent* event) {
+  switch (event->type()) {
+    case QEvent::Move:
+    case QEvent::Resize:
+    case QEvent::Show:
+    case QEvent::WindowStateChange:
+      if (mView) mView->place();
+      break;
+    default:
+      break;
+  }
+  return QObject::eventFilter(watched, event);
+}
+
 void DVDComparison::look() {
-  if (mView) mView->place();
   DVDPresentedFrameInfo info{};
   UInt32 size = 0;
   if (DVDCopyPresentedFrame(&info, nullptr, &size) != noErr) return;

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QEvent>
 #include <QImage>
 #include <QObject>
 #include <QPointer>
@@ -14,7 +15,6 @@
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <cstdint>
 #include <functional>
@@ -75,7 +75,10 @@ class DVDComparison : public QObject {
 
  private:
   // The frame on screen, looked at often: a new one asks for its match.
+  // The frame on screen, looked at as each new picture is presented.
   void look();
+  // The other side follows the video window as it moves and changes size.
+  bool eventFilter(QObject* watched, QEvent* event) override;
   // Asks the follower for the match of the frame wanted, when none is on its way.
   void ask();
   void readFollow();
@@ -90,7 +93,6 @@ class DVDComparison : public QObject {
   QProcess mAlign;
   QProcess mFollow;
   QTemporaryDir mFrames;  // where the follower writes
-  QTimer mLook;
   QByteArray mPending;  // the follower's output short of a line
   bool mReady = false;  // the follower has the other title open
   bool mEnding = false;

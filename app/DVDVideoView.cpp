@@ -88,7 +88,7 @@ void DVDVideoView::FrameReadyCallBack(UInt32, void* refCon) {
       view,
       [view] {
         view->mFramePending = false;
-        view->copyPresentedFrame();
+        if (view->copyPresentedFrame()) emit view->framePresented();
       },
       Qt::QueuedConnection);
 }

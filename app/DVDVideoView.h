@@ -40,6 +40,10 @@ class DVDVideoView : public NSUIOpaqueBlackView {
   // The service's presentation thread: hand on to the main thread, at most one pending.
   static void FrameReadyCallBack(UInt32 frameNumber, void* refCon);
 
+ signals:
+  // A new picture from the service is in the view (on the UI thread).
+  void framePresented();
+
  protected:
   void paintEvent(QPaintEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;

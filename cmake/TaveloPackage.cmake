@@ -18,7 +18,8 @@ set(CPACK_DEBIAN_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Debugging information stays in the build tree.
 set(CPACK_STRIP_FILES ON)
-# Plugins Qt loads at run time rather than linked libraries: TIFF pictures, SVG icons.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-image-formats-plugins, libqt6svg6")
+# Loaded at run time rather than linked, so dpkg-shlibdeps cannot see them: Qt's plugins for
+# TIFF pictures and SVG icons; libavfilter (bwdif) and PulseAudio, opened when first needed.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-image-formats-plugins, libqt6svg6, libavfilter8, libpulse0")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libdvd-pkg, pulseaudio | pipewire-pulse")
 include(CPack)

@@ -15,10 +15,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <poll.h>
 #include <spawn.h>
@@ -32,8 +34,6 @@ namespace dvd {
 
 namespace {
 
-std::atomic<int> sTimeLimitMs{5000};
-std::atomic<int> sChildStallMs{0};
 std::mutex sCacheLock;  // DVDLockOrder.h: a leaf (8)
 // By unique ID and path: an overlay links to one copy's files.
 using CacheKey = std::pair<std::array<UInt8, 8>, std::string>;
@@ -103,8 +103,8 @@ std::string const& HelperPath() {
 // The helper's verdict comes through a pipe, one byte; a helper that ends without one died on
 // the way (by a signal, or by a sanitizer's report under the test builds).
 // Waits for the verdict and the helper's end within the time limit; a helper past it is killed.
-Health Reap(pid_t pid, int verdictFd) {
-  long long const deadline = NowMs() + sTimeLimitMs.load();
+Health Reap(pid_t pid, int verdictFd, int timeLimitMs) {
+  long long const deadline = NowMs() + timeLimitMs;
   char verdict = 0;
   bool spoke = false, closed = false;
   while (!closed) {
@@ -145,7 +145,8 @@ std::atomic<long> sChildren{0};
 
 // Starts the helper on one part of the disc: its verdict on descriptor 3, nothing else open,
 // its own output (the parser's, a sanitizer's) thrown away.
-pid_t SpawnHelper(std::string const& helper, std::string const& discPath, int title, int verdictFd) {
+pid_t SpawnHelper(std::string const& helper, std::string const& discPath, int title, int verdictFd,
+                  int stallMs) {
   posix_spawn_file_actions_t actions;
   if (::posix_spawn_file_actions_init(&actions) != 0) return -1;
   ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
@@ -160,7 +161,7 @@ pid_t SpawnHelper(std::string const& helper, std::string const& discPath, int ti
   ::posix_spawnattr_setsigmask(&attributes, &none);
   ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
   std::string const titleText = std::to_string(title);
-  std::string const stallText = std::to_string(sChildStallMs.load());
+  std::string const stallText = std::to_string(stallMs);
   char* const argv[] = {const_cast<char*>(helper.c_str()), const_cast<char*>(discPath.c_str()),
                         const_cast<char*>(titleText.c_str()), const_cast<char*>(stallText.c_str()),
                         nullptr};
@@ -175,25 +176,40 @@ pid_t SpawnHelper(std::string const& helper, std::string const& discPath, int ti
   return pid;
 }
 
-Health ParseInHelper(std::string const& discPath, int title) {
+// A helper started on one part of a disc: pid -1 when it could not be.
+struct Helper {
+  pid_t pid = -1;
+  int verdictFd = -1;
+};
+
+Helper StartHelper(std::string const& discPath, int title, DVDProbeOptions const& options) {
   int fds[2];
-  if (::pipe2(fds, O_CLOEXEC) != 0) return Health::Unparsable;
+  if (::pipe2(fds, O_CLOEXEC) != 0) return {};
   // Kept clear of 3 so that the helper's descriptor 3 is always a fresh copy (one without
   // close-on-exec).
   int const writeFd = ::fcntl(fds[1], F_DUPFD_CLOEXEC, 10);
   ::close(fds[1]);
   if (writeFd < 0) {
     ::close(fds[0]);
-    return Health::Unparsable;
+    return {};
   }
   ++sChildren;
-  pid_t const pid = SpawnHelper(HelperPath(), discPath, title, writeFd);
+  pid_t const pid = SpawnHelper(HelperPath(), discPath, title, writeFd, options.childStallMs);
   ::close(writeFd);
   if (pid < 0) {
     ::close(fds[0]);
-    return Health::Unparsable;
+    return {};
   }
-  return Reap(pid, fds[0]);
+  return {pid, fds[0]};
+}
+
+Health Finish(Helper const& helper, DVDProbeOptions const& options) {
+  if (helper.pid < 0) return Health::Unparsable;
+  return Reap(helper.pid, helper.verdictFd, options.childTimeLimitMs);
+}
+
+Health ParseInHelper(std::string const& discPath, int title, DVDProbeOptions const& options) {
+  return Finish(StartHelper(discPath, title, options), options);
 }
 
 // The information files of a VIDEO_TS folder by title (0: VIDEO_TS), as the folder names them.
@@ -229,7 +245,7 @@ std::string TempRoot() {
 // A scratch folder holding VIDEO_TS with one link at a time: one file parsed on its own.
 class ScratchDisc {
  public:
-  ScratchDisc() {
+  explicit ScratchDisc(DVDProbeOptions const& options) : mOptions(options) {
     std::string pattern = TempRoot() + "/tavelo-probe-XXXXXX";
     if (::mkdtemp(pattern.data())) {
       mRoot = pattern;
@@ -241,18 +257,59 @@ class ScratchDisc {
     if (!mRoot.empty()) std::filesystem::remove_all(mRoot, ec);
   }
   bool Valid() const { return !mRoot.empty(); }
+  std::string const& Root() const { return mRoot; }
+  // The file target, alone in the folder under name.
+  bool Link(std::string const& target, std::string const& name) {
+    if (!mLink.empty()) ::unlink(mLink.c_str());
+    mLink = mRoot + "/VIDEO_TS/" + name;
+    ::unlink(mLink.c_str());
+    return ::symlink(target.c_str(), mLink.c_str()) == 0;
+  }
   Health Parse(std::string const& target, std::string const& name, int title) {
-    std::string const link = mRoot + "/VIDEO_TS/" + name;
-    ::unlink(link.c_str());
-    if (::symlink(target.c_str(), link.c_str()) != 0) return Health::Unparsable;
-    Health const h = ParseInHelper(mRoot, title);
-    ::unlink(link.c_str());
-    return h;
+    if (!Link(target, name)) return Health::Unparsable;
+    return ParseInHelper(mRoot, title, mOptions);
   }
 
  private:
+  DVDProbeOptions mOptions;
   std::string mRoot;
+  std::string mLink;
 };
+
+// Helpers checking a disc's files side by side, at most this many at once.
+constexpr size_t kHelpersAtOnce = 8;
+
+// Every IFO listed, each alone in a scratch folder and checked by a helper of its own, the
+// helpers run side by side: a disc of many title sets opens in about the time of its slowest
+// file rather than of all of them.
+std::map<int, Health> ParseInfoFiles(std::string const& videoTS,
+                                     std::map<int, InfoFiles> const& listed,
+                                     DVDProbeOptions const& options) {
+  struct Check {
+    int title;
+    std::unique_ptr<ScratchDisc> scratch;
+    Helper helper;
+  };
+  std::map<int, Health> health;
+  std::deque<Check> running;
+  auto const finishFirst = [&] {
+    health[running.front().title] = Finish(running.front().helper, options);
+    running.pop_front();
+  };
+  for (auto const& [title, files] : listed) {
+    if (files.ifo.empty()) continue;
+    if (running.size() == kHelpersAtOnce) finishFirst();
+    auto scratch = std::make_unique<ScratchDisc>(options);
+    if (!scratch->Valid() || !scratch->Link(videoTS + "/" + files.ifo, files.ifo)) {
+      health[title] = Health::Unparsable;
+      continue;
+    }
+    Helper const helper = StartHelper(scratch->Root(), title, options);
+    running.push_back({title, std::move(scratch), helper});
+  }
+  while (!running.empty()) finishFirst();
+  return health;
+}
 
 std::string Upper(std::string s) {
   for (char& c : s) c = char(std::toupper(UInt8(c)));
@@ -278,16 +335,19 @@ bool Harmful(Health h) {
 // and the disc behaves as one missing them (unplayable titles end in an error event). A
 // damaged file can read past its buffers without crashing one process and crash the next, so
 // "did not parse" is not trusted either.
-DVDProbeResult ProbeFolder(std::string const& discPath, std::string const& videoTS) {
+DVDProbeResult ProbeFolder(std::string const& discPath, std::string const& videoTS,
+                           DVDProbeOptions const& options) {
   DVDProbeResult result;
   result.openPath = discPath;
-  ScratchDisc scratch;
+  ScratchDisc scratch(options);
   if (!scratch.Valid()) return result;  // nowhere to probe: open as before
   std::vector<std::string> hidden;
   std::map<std::string, std::string> swapped;  // an IFO name -> the BUP read in its place
-  for (auto const& [title, files] : ListInfoFiles(videoTS)) {
-    Health const ifo = files.ifo.empty() ? Health::Unparsable
-                                         : scratch.Parse(videoTS + "/" + files.ifo, files.ifo, title);
+  std::map<int, InfoFiles> const listed = ListInfoFiles(videoTS);
+  std::map<int, Health> const ifos = ParseInfoFiles(videoTS, listed, options);
+  for (auto const& [title, files] : listed) {
+    auto const checked = ifos.find(title);
+    Health const ifo = checked == ifos.end() ? Health::Unparsable : checked->second;
     if (ifo == Health::Good) continue;  // its backup is never read
     Health const bup = files.bup.empty() ? Health::Unparsable
                                          : scratch.Parse(videoTS + "/" + files.bup, files.bup, title);
@@ -328,13 +388,13 @@ DVDProbeResult ProbeFolder(std::string const& discPath, std::string const& video
 
 // Images and devices: the whole disc parsed in order; a title that takes the child down is the
 // culprit. Their files cannot be swapped, so any damage refuses the disc.
-DVDProbeResult ProbeWhole(std::string const& discPath) {
+DVDProbeResult ProbeWhole(std::string const& discPath, DVDProbeOptions const& options) {
   DVDProbeResult result;
   result.openPath = discPath;
   int titles = 0;
   {
     // The manager first, on its own: its title-set count bounds the rest.
-    Health const vmg = ParseInHelper(discPath, 0);
+    Health const vmg = ParseInHelper(discPath, 0, options);
     if (Harmful(vmg)) {
       PlatformLog("DVD information file VIDEO_TS.IFO of %s %s", discPath.c_str(), Describe(vmg));
       result.damaged.push_back("VIDEO_TS.IFO");
@@ -350,7 +410,7 @@ DVDProbeResult ProbeWhole(std::string const& discPath) {
     ::DVDClose(reader);
   }
   for (int title = 1; title <= titles; ++title) {
-    Health const h = ParseInHelper(discPath, title);
+    Health const h = ParseInHelper(discPath, title, options);
     if (Harmful(h)) {
       char name[32];
       std::snprintf(name, sizeof name, "VTS_%02d_0.IFO", title);
@@ -370,7 +430,8 @@ DVDOverlayFolder::~DVDOverlayFolder() {
 }
 
 DVDProbeResult DVDIFOProbe::Probe(std::string const& discPath, std::string const& videoTS,
-                                  std::array<UInt8, 8> const& uniqueID) {
+                                  std::array<UInt8, 8> const& uniqueID,
+                                  DVDProbeOptions const& options) {
   {
     std::lock_guard<std::mutex> lock(sCacheLock);
     auto const known = Cache().find(CacheKey(uniqueID, discPath));
@@ -384,14 +445,12 @@ DVDProbeResult DVDIFOProbe::Probe(std::string const& discPath, std::string const
     unprobed.openPath = discPath;
     return unprobed;
   }
-  DVDProbeResult result = videoTS.empty() ? ProbeWhole(discPath) : ProbeFolder(discPath, videoTS);
+  DVDProbeResult result = videoTS.empty() ? ProbeWhole(discPath, options)
+                                          : ProbeFolder(discPath, videoTS, options);
   std::lock_guard<std::mutex> lock(sCacheLock);
   Cache()[CacheKey(uniqueID, discPath)] = result;
   return result;
 }
-
-void DVDIFOProbe::SetChildTimeLimitMilliseconds(int milliseconds) { sTimeLimitMs = milliseconds; }
-void DVDIFOProbe::SetChildStallMillisecondsForTesting(int milliseconds) { sChildStallMs = milliseconds; }
 
 long DVDIFOProbe::ChildrenStarted() { return sChildren.load(); }
 

@@ -28,6 +28,12 @@ struct DVDProbeResult {
   std::shared_ptr<DVDOverlayFolder> overlay;
 };
 
+// How the probe runs its helpers; tests shorten the limit and make every helper stall.
+struct DVDProbeOptions {
+  int childTimeLimitMs = 5000;  // a helper that runs longer is taken as hung
+  int childStallMs = 0;         // helpers wait this long before they parse: a parser that hangs
+};
+
 class DVDIFOProbe {
  public:
   // discPath: what the user opened. videoTS: its VIDEO_TS folder (folders and mounted volumes),
@@ -35,12 +41,9 @@ class DVDIFOProbe {
   // remembered for the process, keyed by the disc's unique ID (and path: an overlay links to one
   // copy's files).
   static DVDProbeResult Probe(std::string const& discPath, std::string const& videoTS,
-                              std::array<UInt8, 8> const& uniqueID);
+                              std::array<UInt8, 8> const& uniqueID,
+                              DVDProbeOptions const& options = {});
 
-  // A helper that runs longer than this is taken as hung (5 s unless a test shortens it).
-  static void SetChildTimeLimitMilliseconds(int milliseconds);
-  // Helpers wait this long before they parse: a parser that hangs, for tests.
-  static void SetChildStallMillisecondsForTesting(int milliseconds);
   static void ForgetResults();
   // How many probing helpers this process has started.
   static long ChildrenStarted();

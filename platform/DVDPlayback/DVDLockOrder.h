@@ -26,8 +26,9 @@
 //  8. Leaves, which take no other lock but the clock's: the frame callback's
 //     (DVDFrameCallBack), the closed caption track's (DVDCaptionTrack), the latest picture's
 //     (DVDPresenter.cpp), the audio sinks' (DVDAudioSink.cpp, DVDNullAudioSink), the event
-//     queue's (DVDEventQueue), the drive faults' (DVDReadFaults) and the probe cache's
-//     (DVDIFOProbe.cpp).
+//     queue's (DVDEventQueue), the drive faults' (DVDReadFaults), the probe cache's
+//     (DVDIFOProbe.cpp) and the clock map's (DVDClockMap), asked by the navigator, the
+//     presenter and the layer under theirs.
 //  9. The clock's (DVDClock): taken last of all, by anything that asks the time.
 //
 // Listeners and callbacks are copied under their owner's lock and called after it is let

@@ -100,7 +100,7 @@ bool HashInformationFiles(dvd_reader_t* reader, int titlesets, std::array<UInt8,
 
 }  // namespace
 
-OSStatus DVDMedia::Construct(std::string const& path) {
+OSStatus DVDMedia::Construct(std::string const& path, DVDProbeOptions const& probeOptions) {
   mPath.clear();
   mOpenPath.clear();
   mOverlay.reset();
@@ -145,7 +145,7 @@ OSStatus DVDMedia::Construct(std::string const& path) {
     return kDVDErrorMediaNotDVD;
   }
   // Only what parses in a child process is parsed here.
-  DVDProbeResult probe = DVDIFOProbe::Probe(path, videoTS, mUniqueID);
+  DVDProbeResult probe = DVDIFOProbe::Probe(path, videoTS, mUniqueID, probeOptions);
   if (probe.status != noErr) return probe.status;
   if (probe.openPath != path) {
     reader.reset(::DVDOpen2(nullptr, DVDReadLogger(), probe.openPath.c_str()));

@@ -17,8 +17,9 @@ class DVDMedia {
   enum class Kind { Folder, Volume, Device, Image };
 
   // Checks that path is DVD-Video (a VIDEO_TS folder, the folder or volume holding one, a
-  // block device or an image file) and reads its identity and region.
-  OSStatus Construct(std::string const& path);
+  // block device or an image file) and reads its identity and region. Its information files
+  // are probed as probeOptions say.
+  OSStatus Construct(std::string const& path, DVDProbeOptions const& probeOptions);
 
   std::string const& Path() const { return mPath; }
   // Where the disc is read from: its path, or a private folder in which damaged information

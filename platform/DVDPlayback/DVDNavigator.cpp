@@ -25,9 +25,10 @@ constexpr int64_t kMaxVobuSpan = 2 * DVDClock::kTicksPerSecond;
 
 }  // namespace
 
-DVDNavigator::DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPipeline* pipeline,
-                           std::shared_ptr<DVDReadFaults> faults)
+DVDNavigator::DVDNavigator(DVDClock& clock, DVDClockMap& map, DVDEventQueue& events,
+                           DVDPipeline* pipeline, std::shared_ptr<DVDReadFaults> faults)
     : mClock(clock),
+      mClockMap(map),
       mEvents(events),
       mPipeline(pipeline),
       mBlocks(std::move(faults)),
@@ -397,9 +398,7 @@ void DVDNavigator::PlaceVobu(ReadEvent const& e, bool hasPci) {
   mTime.mReadUntil = mTime.mReverse ? start + kReverseStep : start + e.vobuSpan / mTime.mSpeed;
   if (!mPipeline || !hasPci) return;
   DVDVobuTiming timing;
-  timing.clockStart = start;
-  timing.ptsStart = e.vobuStart;
-  timing.speed = mTime.mReverse ? 1 : mTime.mSpeed;
+  timing.place = {start, e.vobuStart, mTime.mReverse ? 1 : mTime.mSpeed, mClockMap.Epoch()};
   timing.keyFramesOnly = mTime.mReverse || mTime.mSpeed > 2;
   timing.title = e.position.inTitle ? e.position.title : 0;
   timing.chapter = e.position.inTitle ? e.position.part : 0;
@@ -436,14 +435,14 @@ bool DVDNavigator::WaitPresented(std::unique_lock<std::mutex>& lk) {
   }
 }
 
-int64_t DVDNavigator::PresentedTitleTime() { return mTime.PresentedTitleTime(mClock.Now()); }
+int64_t DVDNavigator::PresentedTitleTime() { return mTime.PresentedTitleTime(mClock.Now(), mClockMap); }
 
 bool DVDNavigator::TimeEventsDue() const { return mTime.TimeEventsDue(mAnnounced.mTitle > 0); }
 
 void DVDNavigator::EmitDueTimeEvents(int64_t upTo) {
   if (!TimeEventsDue()) return;
   while (mTime.mNextTimeEvent <= upTo) {
-    int64_t const elapsed = mTime.TitleTimeAt(mTime.mNextTimeEvent);
+    int64_t const elapsed = mTime.TitleTimeAt(mTime.mNextTimeEvent, mClockMap);
     mEvents.Post(kDVDEventTitleTime, DVDEventValue(elapsed / DVDClock::kTicksPerMs),
                  DVDEventValue(mTime.mTitleLength / DVDClock::kTicksPerMs));
     mTime.mNextTimeEvent += mTime.mTimeRate;
@@ -499,7 +498,7 @@ void DVDNavigator::HandleNavPacket(ReadEvent const& e) {
   // On the real clock a late reader catches up instead of rushing through the backlog.
   if (!mClock.IsManual() && now - start > DVDClock::kTicksPerSecond / 2) start = now;
   start -= e.seekOffset;
-  mTime.mVobuClockStart = start;
+  mTime.mVobu = {start, 0, mTime.mReverse ? 1 : mTime.mSpeed, mClockMap.Epoch()};
   mTime.mVobuTitleTime = e.titleTime;
   mTime.mVobuSpan = e.vobuSpan;
   if (mTime.mReverse) {

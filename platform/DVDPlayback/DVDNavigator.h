@@ -12,6 +12,7 @@
 #include "DVDAnnouncer.h"
 #include "DVDBlockSource.h"
 #include "DVDClock.h"
+#include "DVDClockMap.h"
 #include "DVDDiscMachine.h"
 #include "DVDEventQueue.h"
 #include "DVDPlayback.h"
@@ -43,8 +44,9 @@ class DVDNavigator {
  public:
   // pipeline (may be null) receives what is read, in order, with its place on the clock;
   // faults (may be null) are the drive's, for the block reads.
-  DVDNavigator(DVDClock& clock, DVDEventQueue& events, DVDPipeline* pipeline = nullptr,
-               std::shared_ptr<DVDReadFaults> faults = nullptr);
+  // map: where stream time lands on the clock, shared with the pipeline.
+  DVDNavigator(DVDClock& clock, DVDClockMap& map, DVDEventQueue& events,
+               DVDPipeline* pipeline = nullptr, std::shared_ptr<DVDReadFaults> faults = nullptr);
   ~DVDNavigator();
   DVDNavigator(DVDNavigator const&) = delete;
   DVDNavigator& operator=(DVDNavigator const&) = delete;
@@ -157,6 +159,9 @@ class DVDNavigator {
   bool InTitle() const { return mDisc.InTitle(); }
   // Forward at normal speed again.
   void EndScan() { mTime.EndScan(); }
+  // The speed goes from num to den at clock time from: made in the clock map, which what was
+  // read and shown so far and everything queued are carried through.
+  void ChangeSpeed(int64_t from, int num, int den, bool keyFramesOnly);
   // In a title that plays, pauses or scans: where chapters and bookmarks make sense.
   bool TitleUnderway();
   OSStatus SearchChapter(bool previous);
@@ -192,6 +197,7 @@ class DVDNavigator {
   void ApplyStreams();
 
   DVDClock& mClock;
+  DVDClockMap& mClockMap;
   DVDEventQueue& mEvents;
   DVDPipeline* mPipeline;
   int mListener = 0;

@@ -54,7 +54,7 @@ OSStatus DVDNavigator::Play() {
       int const oldSpeed = mTime.mSpeed;
       bool const wasReverse = mTime.mReverse;
       EndScan();
-      mTime.mPresentedUntil = std::min(mTime.mPresentedUntil, mTime.mVobuClockStart + mTime.mVobuSpan);
+      mTime.mPresentedUntil = std::min(mTime.mPresentedUntil, mTime.mVobu.clockStart + mTime.mVobuSpan);
       if (wasReverse) {
         // What was read ahead was placed for stepping back.
         mReadAhead.clear();
@@ -63,8 +63,7 @@ OSStatus DVDNavigator::Play() {
         if (mPipeline) mPipeline->Discontinuity();
       } else if (mTime.mReadUntil > mTime.mPresentedUntil) {
         // What was read ahead plays at normal speed after the group on screen.
-        mTime.mReadUntil = mTime.mPresentedUntil + (mTime.mReadUntil - mTime.mPresentedUntil) * oldSpeed;
-        if (mPipeline) mPipeline->Retime(mTime.mPresentedUntil, oldSpeed, 1, false);
+        ChangeSpeed(mTime.mPresentedUntil, oldSpeed, 1, false);
       }
       SetState(kDVDStatePlaying);
       break;
@@ -141,16 +140,19 @@ OSStatus DVDNavigator::Scan(DVDScanRate rate, DVDScanDirection direction) {
     if (mPipeline) mPipeline->Discontinuity();
   } else {
     // From now on everything read, shown or not, runs at the new speed.
-    auto const retime = [&](int64_t t) {
-      return t > now ? now + (t - now) * oldSpeed / rate : t;
-    };
-    mTime.mPresentedUntil = retime(mTime.mPresentedUntil);
-    mTime.mReadUntil = retime(mTime.mReadUntil);
-    if (mPipeline) mPipeline->Retime(now, oldSpeed, rate, rate > 2);
+    ChangeSpeed(now, oldSpeed, rate, rate > 2);
   }
   SetState(kDVDStateScanning);
   Poke();
   return noErr;
+}
+
+void DVDNavigator::ChangeSpeed(int64_t from, int num, int den, bool keyFramesOnly) {
+  uint32_t const before = mClockMap.Epoch();
+  uint32_t const epoch = mClockMap.ChangeSpeed(from, num, den);
+  mTime.mPresentedUntil = mClockMap.Carry(mTime.mPresentedUntil, before, epoch);
+  mTime.mReadUntil = mClockMap.Carry(mTime.mReadUntil, before, epoch);
+  if (mPipeline) mPipeline->Retime(epoch, keyFramesOnly);
 }
 
 OSStatus DVDNavigator::NextChapter() { return SearchChapter(false); }

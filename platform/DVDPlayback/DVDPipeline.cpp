@@ -17,11 +17,15 @@ constexpr size_t kMaxPlaced = 64;
 
 }  // namespace
 
-DVDPipeline::DVDPipeline(DVDClock& clock, std::unique_ptr<DVDAudioSink> sink)
+DVDPipeline::DVDPipeline(DVDClock& clock, DVDClockMap& map, std::unique_ptr<DVDAudioSink> sink)
     : mClock(clock),
+      mMap(map),
       mSink(std::move(sink)),
-      mPresenter(clock, mLayer),
-      mDemuxer([this](DVDPayload const& p) { Payload(p); }) {}
+      mLayer(map),
+      mPresenter(clock, map, mLayer),
+      mDemuxer([this](DVDPayload const& p) { Payload(p); }),
+      mEpoch(map.Epoch()),
+      mVideoEpoch(mEpoch) {}
 
 DVDPipeline::~DVDPipeline() {
   // The stages stop first, in the order they feed each other: what they would hand on has
@@ -74,9 +78,8 @@ void DVDPipeline::SetPalette(std::array<uint32_t, 16> const& clut) {
   mFeed.Post(DVDDecodeFeed::Kind::Other, [this, clut] { DoSetPalette(clut); });
 }
 
-void DVDPipeline::Retime(int64_t from, int num, int den, bool keyFramesOnly) {
-  mFeed.Post(DVDDecodeFeed::Kind::Other,
-             [=, this] { DoRetime(from, num, den, keyFramesOnly); });
+void DVDPipeline::Retime(uint32_t epoch, bool keyFramesOnly) {
+  mFeed.Post(DVDDecodeFeed::Kind::Other, [=, this] { DoRetime(epoch, keyFramesOnly); });
 }
 
 void DVDPipeline::SetTarget(int64_t frame) {
@@ -147,16 +150,12 @@ bool DVDPipeline::IsQuiet() {
 
 // ---- the demultiplexer's stage
 
-int64_t DVDPipeline::Map(int64_t pts) const {
-  return mTiming.clockStart + (pts - mTiming.ptsStart) / mTiming.speed;
-}
-
 void DVDPipeline::DoBlock(uint8_t const* data, size_t size) {
   if (mHaveTiming) mDemuxer.Block(data, size);
 }
 
 void DVDPipeline::Payload(DVDPayload const& p) {
-  int64_t const at = p.pts != kNoTime ? Map(p.pts) : kNoTime;
+  int64_t const at = p.pts != kNoTime ? mMap.ClockOf(mTiming.place, p.pts, mEpoch) : kNoTime;
   std::vector<uint8_t> bytes(p.data, p.data + p.size);
   switch (p.kind) {
     case DVDStreamKind::Video:
@@ -172,7 +171,8 @@ void DVDPipeline::Payload(DVDPayload const& p) {
         bool const shown = p.index == mTiming.subpictureStream;
         mSubpictureWork.WaitForRoom();
         mSubpictureWork.Post(DVDDecodeFeed::Kind::Block,
-                             [this, bytes = std::move(bytes), at, index = p.index, shown] {
+                             [this, bytes = std::move(bytes), at = DVDClockTime{at, mEpoch},
+                              index = p.index, shown] {
                                mLayer.Decode(index, bytes.data(), bytes.size(), at);
                                if (shown) mPresenter.Recompose();
                              });
@@ -180,7 +180,7 @@ void DVDPipeline::Payload(DVDPayload const& p) {
       break;
     default:
       // Sound plays at normal speed only.
-      if (p.index != mTiming.audioStream || mTiming.speed != 1 || mTiming.keyFramesOnly) break;
+      if (p.index != mTiming.audioStream || Speed(mTiming) != 1 || mTiming.keyFramesOnly) break;
       mAudioWork.WaitForRoom();
       mAudioWork.Post(DVDDecodeFeed::Kind::Block,
                       [this, bytes = std::move(bytes), at, kind = p.kind, index = p.index] {
@@ -191,8 +191,8 @@ void DVDPipeline::Payload(DVDPayload const& p) {
 }
 
 void DVDPipeline::DoStartVobu(DVDVobuTiming const& timing) {
-  if (mHaveTiming && mTiming.speed == 1 && !mTiming.keyFramesOnly &&
-      (timing.speed != 1 || timing.keyFramesOnly)) {
+  if (mHaveTiming && Speed(mTiming) == 1 && !mTiming.keyFramesOnly &&
+      (Speed(timing) != 1 || timing.keyFramesOnly)) {
     FlushAudio();
   }
   bool const titleChanged = mHaveTiming && timing.title != mTiming.title;
@@ -201,13 +201,15 @@ void DVDPipeline::DoStartVobu(DVDVobuTiming const& timing) {
   if (mFlushSubpictures || titleChanged) {
     // What the menu or title before showed ends where this one starts.
     mSubpictureWork.Post(DVDDecodeFeed::Kind::Other,
-                         [this, end = timing.clockStart] { mLayer.EndAt(end); });
+                         [this, end = DVDClockTime{timing.place.clockStart, timing.place.epoch}] {
+                           mLayer.EndAt(end);
+                         });
   }
   mFlushSubpictures = false;
-  mVideoWork.Post(DVDDecodeFeed::Kind::Other, [this, timing] {
+  mVideoWork.Post(DVDDecodeFeed::Kind::Other, [this, timing, speed = Speed(timing)] {
     mVideo.SetKeyFramesOnly(timing.keyFramesOnly);
-    mVideo.SetSpeed(timing.speed);
-    mPlaced.push_back({timing.clockStart, timing, -1, 0});
+    mVideo.SetSpeed(speed);
+    mPlaced.push_back({timing, -1});
     while (mPlaced.size() > kMaxPlaced) mPlaced.pop_front();
   });
 }
@@ -235,34 +237,25 @@ void DVDPipeline::DoSetPalette(std::array<uint32_t, 16> const& clut) {
   });
 }
 
-void DVDPipeline::DoRetime(int64_t from, int num, int den, bool keyFramesOnly) {
-  if (num <= 0 || den <= 0) return;
-  std::function<int64_t(int64_t)> const f = [=](int64_t t) {
-    return t > from ? from + (t - from) * num / den : t;
-  };
+int DVDPipeline::Speed(DVDVobuTiming const& timing) const {
+  return mMap.SpeedIn(timing.place.speed, timing.place.epoch, mEpoch);
+}
+
+void DVDPipeline::DoRetime(uint32_t epoch, bool keyFramesOnly) {
   // Sound plays at normal speed only, and what is queued was for the old one.
   FlushAudio();
-  if (mHaveTiming) {
-    int64_t const start = mTiming.clockStart;
-    if (start < from) {
-      mTiming.ptsStart += (from - start) * mTiming.speed;
-      mTiming.clockStart = from;
-    } else {
-      mTiming.clockStart = f(start);
-    }
-    mTiming.speed = std::max(1, mTiming.speed * den / num);
-  }
+  mEpoch = epoch;
   mTiming.keyFramesOnly = keyFramesOnly;
-  mVideoWork.Post(DVDDecodeFeed::Kind::Other, [=, this, speed = mTiming.speed,
+  mVideoWork.Post(DVDDecodeFeed::Kind::Other, [=, this, speed = Speed(mTiming),
                                                haveTiming = mHaveTiming] {
     // Reading stops between picture groups, so the pictures the decoder holds for
-    // reordering can come out now and be placed again with the rest.
+    // reordering come out now, in the epoch they were decoded in; the queue and the layer
+    // carry their times through the map when they need them.
     mVideo.Drain();
+    mVideoEpoch = epoch;
     if (haveTiming) mVideo.SetSpeed(speed);
     mVideo.SetKeyFramesOnly(keyFramesOnly);
-    PlaceAgain(from, f, num, den);
-    mLayer.Retime(f);
-    mPresenter.Retime(f);
+    mPresenter.Recheck();
   });
 }
 
@@ -317,7 +310,7 @@ void DVDPipeline::VideoFrame(AVFrame* frame) {
   AVFrame* const copy = av_frame_clone(frame);
   if (!copy) return;
   int64_t const due = frame->pts;
-  mPresenter.Take({copy, due, PositionAt(due, copy)});
+  mPresenter.Take({copy, {due, mVideoEpoch}, PositionAt(due, copy)});
 }
 
 }  // namespace dvd

@@ -11,6 +11,7 @@
 #include "DVDAudioSink.h"
 #include "DVDCaptionTrack.h"
 #include "DVDClock.h"
+#include "DVDClockMap.h"
 #include "DVDDecodeFeed.h"
 #include "DVDDemuxer.h"
 #include "DVDPlayback.h"
@@ -33,13 +34,11 @@ namespace dvd {
 
 // Where a picture group sits on the clock and on the disc.
 struct DVDVobuTiming {
-  int64_t clockStart = 0;  // clock time its first picture is due
-  int64_t ptsStart = 0;    // that picture's time stamp
-  int speed = 1;           // scan rate (1: normal play)
+  DVDPlacement place;  // where its first picture is due on the clock
   bool keyFramesOnly = false;
   int title = 0;           // 0 on a menu
   int chapter = 0;
-  int64_t titleTime = 0;   // 90 kHz, at clockStart
+  int64_t titleTime = 0;   // 90 kHz, at its first picture
   int audioStream = 0;     // -1: none
   int subpictureStream = -1;
   bool forcedSubpicturesOnly = true;
@@ -58,7 +57,8 @@ class DVDPipeline {
   static constexpr size_t kAudioPackets = 256;
   static constexpr size_t kSubpicturePackets = 64;
 
-  DVDPipeline(DVDClock& clock, std::unique_ptr<DVDAudioSink> sink);
+  // map: where stream time lands on the clock (outlives the pipeline).
+  DVDPipeline(DVDClock& clock, DVDClockMap& map, std::unique_ptr<DVDAudioSink> sink);
   ~DVDPipeline();
   DVDPipeline(DVDPipeline const&) = delete;
   DVDPipeline& operator=(DVDPipeline const&) = delete;
@@ -79,9 +79,9 @@ class DVDPipeline {
   void SetPalette(std::array<uint32_t, 16> const& clut);
   void SetHighlight(DVDHighlight const& highlight);
   void Hold(bool hold);
-  // The speed changed at clock time from by num / den: everything after it, queued or still
-  // to be read, is placed again; keyFramesOnly as the new speed decodes.
-  void Retime(int64_t from, int num, int den, bool keyFramesOnly);
+  // The map's speed changed, starting epoch: what is decoded from now on is worked out in it
+  // and the sound queued for the old speed goes; keyFramesOnly as the new speed decodes.
+  void Retime(uint32_t epoch, bool keyFramesOnly);
   // From the navigator (its lock held): the streams decoded and shown from now on, queued
   // pictures included; forcedOnly shows the pictures the disc forces only.
   void SelectStreams(int audio, int subpicture, bool forcedOnly);
@@ -130,12 +130,10 @@ class DVDPipeline {
  private:
   // A picture group as placed on the clock, for the pictures decoded from it.
   struct Placed {
-    int64_t clockStart;
     DVDVobuTiming timing;
     // Whether the group starts halfway through a frame (a film picture after a repeated
     // field), told by its first picture; -1 until that is decoded.
     int halfway = -1;
-    int64_t ticksIn = 0;  // of the group, before clockStart (placed again after a retime)
   };
 
   // The demultiplexer's stage.
@@ -144,23 +142,24 @@ class DVDPipeline {
   void DoEndOfStream();
   void DoDiscontinuity();
   void DoSetPalette(std::array<uint32_t, 16> const& clut);
-  void DoRetime(int64_t from, int num, int den, bool keyFramesOnly);
+  void DoRetime(uint32_t epoch, bool keyFramesOnly);
   void DoSetTarget(int64_t frame);
   void DoSelectStreams(int audio, int subpicture, bool forcedOnly);
   void Payload(DVDPayload const& payload);
-  // A time stamp on the decoders' time line: the clock less the pauses since.
-  int64_t Map(int64_t pts) const;
+  // A group's scan rate in the demultiplexer's epoch.
+  int Speed(DVDVobuTiming const& timing) const;
   // Sound queued so far goes (decoder and sink), in order with what comes before it.
   void FlushAudio();
   // The sound stage.
   void DecodeAudio(DVDStreamKind kind, int index, std::vector<uint8_t> const& bytes, int64_t at);
   // The picture stage: a decoded picture placed in its title and handed to the presenter.
   void VideoFrame(AVFrame* frame);
-  // Where a picture due then belongs; picture (may be null) tells how long it is shown.
+  // Where a picture due then (in the picture stage's epoch) belongs; picture (may be null)
+  // tells how long it is shown.
   DVDPicturePosition PositionAt(int64_t due, AVFrame const* picture);
-  void PlaceAgain(int64_t from, std::function<int64_t(int64_t)> const& f, int num, int den);
 
   DVDClock& mClock;
+  DVDClockMap& mMap;
   std::unique_ptr<DVDAudioSink> mSink;
   // Drawn over the pictures; decoded by the subpicture stage, read by the presenter.
   DVDSubpictureLayer mLayer;
@@ -170,9 +169,11 @@ class DVDPipeline {
   bool mHaveTiming = false;
   bool mFlushSubpictures = false;
   DVDVobuTiming mTiming;  // the group being demultiplexed
+  uint32_t mEpoch = 0;    // of the map, that its times are worked out in
   // The picture stage's own.
   DVDVideoDecoder mVideo;
   std::deque<Placed> mPlaced;
+  uint32_t mVideoEpoch = 0;  // of the pictures the decoder gives out
   // The sound stage's own.
   std::unique_ptr<DVDAudioDecoder> mAudio;
   std::atomic<int> mDecodedAudio{-1};

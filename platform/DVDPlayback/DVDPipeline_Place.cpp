@@ -1,6 +1,6 @@
 // The picture stage's placing: which picture group a decoded picture belongs to, and so its
-// title, chapter and frame, and the groups placed again when the speed changes. The groups
-// are the picture stage's own, touched on its thread only.
+// title, chapter and frame. The groups are the picture stage's own, touched on its thread
+// only; where they stand after a change of speed is the clock map's to say.
 #include "DVDPipeline.h"
 
 #include <algorithm>
@@ -40,9 +40,9 @@ bool StartsHalfway(AVFrame const* f) {
 DVDPicturePosition DVDPipeline::PositionAt(int64_t due, AVFrame const* picture) {
   DVDPicturePosition position;
   for (auto it = mPlaced.rbegin(); it != mPlaced.rend(); ++it) {
-    if (it->clockStart > due) continue;
     DVDVobuTiming const& t = it->timing;
-    int64_t const into = (due - it->clockStart) * t.speed;
+    if (mMap.StartIn(t.place, mVideoEpoch) > due) continue;
+    int64_t const into = mMap.TicksInto(t.place, due, mVideoEpoch);
     position.title = t.title;
     position.chapter = t.chapter;
     position.forcedSubpicturesOnly = t.forcedSubpicturesOnly;
@@ -52,7 +52,7 @@ DVDPicturePosition DVDPipeline::PositionAt(int64_t due, AVFrame const* picture) 
       int64_t const ft = t.frameTicks;
       if (t.firstFrame >= 0 && ft > 0) {
         // The group's time code names the first frame its first picture is on screen for.
-        int64_t const ticks = it->ticksIn + into;
+        int64_t const ticks = into;
         if (it->halfway < 0 && picture) {
           // Told by the first picture decoded of it (after a jump, the group's first ones
           // may not be): half frames into the group, and which field the picture starts on.
@@ -61,7 +61,7 @@ DVDPicturePosition DVDPipeline::PositionAt(int64_t due, AVFrame const* picture) 
         }
         int64_t const start = t.firstFrame * ft - (it->halfway == 1 ? ft / 2 : 0) + ticks;
         position.frameInTitle = FirstFrameFrom(start, ft);
-        if (t.speed == 1 && !t.keyFramesOnly) {
+        if (mMap.SpeedIn(t.place.speed, t.place.epoch, mVideoEpoch) == 1 && !t.keyFramesOnly) {
           int64_t const end = FirstFrameFrom(start + PictureTicks(picture, ft), ft);
           position.framesShown = std::max<int64_t>(1, end - position.frameInTitle);
         }
@@ -71,25 +71,6 @@ DVDPicturePosition DVDPipeline::PositionAt(int64_t due, AVFrame const* picture) 
   }
   // Placed before anything still known: where the last picture was.
   return mPresenter.LastShown();
-}
-
-void DVDPipeline::PlaceAgain(int64_t from, std::function<int64_t(int64_t)> const& f, int num,
-                             int den) {
-  // The group on screen at the change goes on from there at the new speed.
-  auto const on = std::find_if(mPlaced.rbegin(), mPlaced.rend(),
-                               [&](Placed const& p) { return p.clockStart < from; });
-  if (on != mPlaced.rend()) {
-    Placed rest = *on;
-    rest.timing.titleTime += (from - rest.clockStart) * rest.timing.speed;
-    rest.ticksIn += (from - rest.clockStart) * rest.timing.speed;
-    rest.clockStart = from;
-    mPlaced.insert(on.base(), rest);
-  }
-  for (auto& p : mPlaced) {
-    if (p.clockStart < from) continue;
-    p.clockStart = f(p.clockStart);
-    p.timing.speed = std::max(1, p.timing.speed * den / num);
-  }
 }
 
 }  // namespace dvd

@@ -31,6 +31,11 @@ void UseReadFaults(std::shared_ptr<DVDReadFaults> faults) {
   if (gService) gService->mReadFaults = std::move(faults);
 }
 
+void UseProbeOptions(DVDProbeOptions const& options) {
+  std::lock_guard<std::mutex> g(gMutex);
+  if (gService) gService->mProbeOptions = options;
+}
+
 void AdvanceManualClock(UInt32 milliseconds) {
   std::lock_guard<std::mutex> g(gMutex);
   if (gService && gService->mClock.IsManual()) {
@@ -98,7 +103,9 @@ namespace {
 OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
   if (!ref) return kDVDErrorInvalidArgument;
   if (FSRefValidate(ref) != noErr) return kDVDErrorInvalidArgument;
-  if (OSStatus const status = WithService([](DVDService& s) -> OSStatus {
+  dvd::DVDProbeOptions probeOptions;
+  if (OSStatus const status = WithService([&](DVDService& s) -> OSStatus {
+        probeOptions = s.mProbeOptions;
         return s.mMedia ? kDVDErrorMediaAlreadyOpen : noErr;
       });
       status != noErr) {
@@ -108,7 +115,9 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
   // seconds on a damaged disc: done without the service's lock, which the playing threads'
   // callers need meanwhile.
   auto media = std::make_unique<dvd::DVDMedia>();
-  if (OSStatus const status = media->Construct(ref->path); status != noErr) return status;
+  if (OSStatus const status = media->Construct(ref->path, probeOptions); status != noErr) {
+    return status;
+  }
   return WithService([&](DVDService& s) -> OSStatus {
     if (s.mMedia) return kDVDErrorMediaAlreadyOpen;  // another open came first
     DVDRegionCode code = 0;
@@ -117,7 +126,7 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
       return status;
     }
     auto pipeline = std::make_unique<dvd::DVDPipeline>(
-        s.mClock, s.mStillsOnly ? std::make_unique<dvd::DVDNullAudioSink>(s.mClock)
+        s.mClock, s.mClockMap, s.mStillsOnly ? std::make_unique<dvd::DVDNullAudioSink>(s.mClock)
                                 : dvd::DVDAudioSink::Create(s.mClock));
     if (!pipeline->Construct()) return kDVDErrorReadFailed;
     pipeline->SetCaptionSource(media->OpenPath());
@@ -125,7 +134,8 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
     pipeline->SetVolume(s.mVolume, s.mMuted);
     pipeline->SetFrameReadyCallBack(s.mFrameReadyProc, s.mFrameReadyRefCon);
     auto navigator =
-        std::make_unique<dvd::DVDNavigator>(s.mClock, s.mEvents, pipeline.get(), s.mReadFaults);
+        std::make_unique<dvd::DVDNavigator>(s.mClock, s.mClockMap, s.mEvents, pipeline.get(),
+                                           s.mReadFaults);
     if (OSStatus const status =
             navigator->Open(media->OpenPath(), media->UniqueID(), media->Titles());
         status != noErr) {

@@ -30,8 +30,8 @@ void Publish(std::shared_ptr<DVDPicture const> picture) {
 
 }  // namespace
 
-DVDPresenter::DVDPresenter(DVDClock& clock, DVDSubpictureLayer& layer)
-    : mClock(clock), mLayer(layer) {}
+DVDPresenter::DVDPresenter(DVDClock& clock, DVDClockMap& map, DVDSubpictureLayer& layer)
+    : mClock(clock), mMap(map), mLayer(layer) {}
 
 DVDPresenter::~DVDPresenter() {
   if (mThread.joinable()) {
@@ -81,8 +81,9 @@ void DVDPresenter::ShowCaptions(bool shown) {
 void DVDPresenter::Take(DVDDecodedPicture item) {
   std::lock_guard<std::mutex> g(mMutex);
   // In time order: a picture held over a change of speed may come out of turn.
-  auto const at = std::upper_bound(mQueue.begin(), mQueue.end(), item.due,
-                                   [](int64_t d, DVDDecodedPicture const& f) { return d < f.due; });
+  auto const at = std::upper_bound(
+      mQueue.begin(), mQueue.end(), Due(item),
+      [this](int64_t d, DVDDecodedPicture const& f) { return d < Due(f); });
   mQueue.insert(at, item);
   while (mQueue.size() > kMaxQueue) {
     av_frame_free(&mQueue.front().frame);
@@ -109,9 +110,8 @@ void DVDPresenter::Clear() {
   mWake.notify_all();
 }
 
-void DVDPresenter::Retime(std::function<int64_t(int64_t)> const& f) {
+void DVDPresenter::Recheck() {
   std::lock_guard<std::mutex> g(mMutex);
-  for (auto& frame : mQueue) frame.due = f(frame.due);
   mWake.notify_all();
 }
 
@@ -139,7 +139,7 @@ bool DVDPresenter::IsQuiet() {
   if (mRecompose) return false;
   if (mTarget >= 0 && mTargetCheck) return false;
   if (mHeld || mQueue.empty()) return true;
-  return mQueue.front().due > mClock.Now();
+  return Due(mQueue.front()) > mClock.Now();
 }
 
 std::shared_ptr<DVDPicture const> DVDPresenter::LatestPicture() {
@@ -167,10 +167,10 @@ void DVDPresenter::Run() {
     }
     if (!mHeld && !mQueue.empty()) {
       int64_t const now = mClock.Now();
-      int64_t const due = mQueue.front().due;
+      int64_t const due = Due(mQueue.front());
       if (due <= now) {
         // The newest picture that is due; any before it are late and dropped.
-        while (mQueue.size() > 1 && mQueue[1].due <= now) {
+        while (mQueue.size() > 1 && Due(mQueue[1]) <= now) {
           Keep(Own(mQueue.front().frame), mQueue.front().position);
           mQueue.pop_front();
         }
@@ -184,7 +184,7 @@ void DVDPresenter::Run() {
       }
       mClock.WaitUntil(lk, mWake, due, [&] {
         return mQuit || mHeld || mRecompose || mTarget >= 0 || mQueue.empty() ||
-               mQueue.front().due != due;
+               Due(mQueue.front()) != due;
       });
       continue;
     }
@@ -223,7 +223,9 @@ void DVDPresenter::Compose(std::unique_lock<std::mutex>& lk) {
     picture->aspect = dar > 1.55 ? kDVDAspectRatio16x9 : kDVDAspectRatio4x3;
   }
 
-  int64_t const at = std::max(mShownDue, mClock.Now());
+  uint32_t const epoch = mMap.Epoch();
+  DVDClockTime const at{std::max(mMap.Carry(mShownDue.at, mShownDue.epoch, epoch), mClock.Now()),
+                        epoch};
   mLayer.Overlay(position.subpictureStream, position.forcedSubpicturesOnly, at, picture.get());
   if (mCaptions) {
     mCaptions->Follow(position.title);

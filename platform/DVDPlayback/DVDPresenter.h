@@ -8,6 +8,7 @@
 
 #include "DVDCaptionTrack.h"
 #include "DVDClock.h"
+#include "DVDClockMap.h"
 #include "DVDFrameCallBack.h"
 #include "DVDPicture.h"
 #include "DVDPlayback.h"
@@ -44,17 +45,19 @@ struct DVDPicturePosition {
   }
 };
 
-// A decoded picture with its due time on the clock and its place in its title.
+// A decoded picture with its due time on the clock (in the epoch it was decoded in) and its
+// place in its title.
 struct DVDDecodedPicture {
   AVFrame* frame = nullptr;  // owned by whoever holds the item
-  int64_t due = 0;
+  DVDClockTime due;
   DVDPicturePosition position;
 };
 
 class DVDPresenter {
  public:
-  // layer: what is drawn over the pictures (outlives the presenter).
-  DVDPresenter(DVDClock& clock, DVDSubpictureLayer& layer);
+  // map: where due times stand now; layer: what is drawn over the pictures (both outlive
+  // the presenter).
+  DVDPresenter(DVDClock& clock, DVDClockMap& map, DVDSubpictureLayer& layer);
   ~DVDPresenter();
   DVDPresenter(DVDPresenter const&) = delete;
   DVDPresenter& operator=(DVDPresenter const&) = delete;
@@ -66,8 +69,8 @@ class DVDPresenter {
   void Take(DVDDecodedPicture item);
   // A jump: nothing queued counts.
   void Clear();
-  // A change of speed: every due time queued is mapped through f.
-  void Retime(std::function<int64_t(int64_t)> const& f);
+  // A change of speed: the due times are looked at again.
+  void Recheck();
   // The streams shown from now on, over queued and kept pictures too.
   void SetStreams(int subpicture, bool forcedOnly);
   // Shows the picture of the current title with this frame number as soon as it is at
@@ -112,6 +115,8 @@ class DVDPresenter {
   };
 
   void Run();
+  // When a queued picture is due now.
+  int64_t Due(DVDDecodedPicture const& picture) const { return mMap.Now(picture.due); }
   void Compose(std::unique_lock<std::mutex>& lk);
   void ClearQueue();
   // A picture at hand that shows frame of title: shown, kept or queued.
@@ -128,6 +133,7 @@ class DVDPresenter {
   std::shared_ptr<AVFrame const> Neighbour(DVDPicturePosition const& position, int delta) const;
 
   DVDClock& mClock;
+  DVDClockMap& mMap;
   DVDSubpictureLayer& mLayer;
   int mListener = 0;
   std::mutex mMutex;  // DVDLockOrder.h: the presenter's (5)
@@ -137,7 +143,7 @@ class DVDPresenter {
   bool mRecompose = false;
   std::deque<DVDDecodedPicture> mQueue;
   std::shared_ptr<AVFrame const> mShown;
-  int64_t mShownDue = 0;
+  DVDClockTime mShownDue;
   DVDPicturePosition mShownPosition;
   std::deque<Kept> mKept;
   int64_t mTarget = -1;

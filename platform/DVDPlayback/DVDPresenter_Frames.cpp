@@ -139,7 +139,7 @@ bool DVDPresenter::ShowTarget() {
     mShown = k.frame;
     mShownPosition = k.position;
     ForgetFarPictures();
-    mShownDue = mClock.Now();
+    mShownDue = {mClock.Now(), mMap.Epoch()};
     mTarget = -1;
     return true;
   }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "DVDClock.h"
+#include "DVDClockMap.h"
 #include "DVDEventQueue.h"
 #include "DVDMedia.h"
 #include "DVDNavigator.h"
@@ -21,6 +22,8 @@ struct DVDService {
 
   DVDServiceLock mLock;
   DVDClock mClock;
+  // Where stream time lands on the clock: the navigator places, the pipeline asks.
+  DVDClockMap mClockMap;
   DVDEventQueue mEvents;
   std::unique_ptr<DVDMedia> mMedia;
   // Declared before the navigator, which feeds it, so that it goes after it.
@@ -39,6 +42,7 @@ struct DVDService {
   DVDFrameReadyCallBackFunctionPtr mFrameReadyProc = nullptr;
   void* mFrameReadyRefCon = nullptr;
   std::shared_ptr<DVDReadFaults> mReadFaults;  // the drive's, for every disc opened; may be null
+  DVDProbeOptions mProbeOptions;               // how every disc opened is probed
 };
 
 // The session, or null before DVDInitialize; callers hold ServiceMutex().
@@ -85,6 +89,9 @@ int64_t AudioFramesDelivered(bool* isDevice = nullptr);
 // The drive's faults that the block reads of discs opened from now on go through (null:
 // none), as on a damaged disc or a slow drive.
 void UseReadFaults(std::shared_ptr<DVDReadFaults> faults);
+// How the information files of discs opened from now on are probed: a shorter limit, or
+// helpers that stall as on files that hang the parser.
+void UseProbeOptions(DVDProbeOptions const& options);
 // The disc's number of the sound stream decoded last; -1 before any or without media.
 int DecodedAudioStream();
 

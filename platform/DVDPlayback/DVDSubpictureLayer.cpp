@@ -15,22 +15,30 @@ std::array<uint32_t, 16> DefaultClut() {
 
 }  // namespace
 
-DVDSubpictureLayer::DVDSubpictureLayer() : mClut(DefaultClut()) {}
+DVDSubpictureLayer::DVDSubpictureLayer(DVDClockMap& map)
+    : mMap(map), mEpoch(map.Epoch()), mClut(DefaultClut()) {}
 
-void DVDSubpictureLayer::Decode(int stream, uint8_t const* data, size_t size, int64_t at) {
+int64_t DVDSubpictureLayer::CatchUp(DVDClockTime t) {
+  uint32_t const latest = mMap.Epoch();
+  if (latest != mEpoch) {
+    for (auto& stream : mStreams) {
+      stream.Retime([&](int64_t held) { return mMap.Carry(held, mEpoch, latest); });
+    }
+    mEpoch = latest;
+  }
+  return t.at == kNoTime ? kNoTime : mMap.Carry(t.at, t.epoch, latest);
+}
+
+void DVDSubpictureLayer::Decode(int stream, uint8_t const* data, size_t size, DVDClockTime at) {
   if (stream < 0 || size_t(stream) >= kStreams) return;
   std::lock_guard<std::mutex> g(mMutex);
-  mStreams[size_t(stream)].Decode(data, size, at);
+  mStreams[size_t(stream)].Decode(data, size, CatchUp(at));
 }
 
-void DVDSubpictureLayer::EndAt(int64_t t) {
+void DVDSubpictureLayer::EndAt(DVDClockTime t) {
   std::lock_guard<std::mutex> g(mMutex);
-  for (auto& stream : mStreams) stream.EndAt(t);
-}
-
-void DVDSubpictureLayer::Retime(std::function<int64_t(int64_t)> const& f) {
-  std::lock_guard<std::mutex> g(mMutex);
-  for (auto& stream : mStreams) stream.Retime(f);
+  int64_t const end = CatchUp(t);
+  for (auto& stream : mStreams) stream.EndAt(end);
 }
 
 bool DVDSubpictureLayer::SetPalette(std::array<uint32_t, 16> const& clut) {
@@ -51,8 +59,10 @@ bool DVDSubpictureLayer::SetHighlight(DVDHighlight const& h) {
   return true;
 }
 
-void DVDSubpictureLayer::Overlay(int stream, bool forcedOnly, int64_t at, DVDPicture* picture) {
+void DVDSubpictureLayer::Overlay(int stream, bool forcedOnly, DVDClockTime when,
+                                 DVDPicture* picture) {
   std::lock_guard<std::mutex> g(mMutex);
+  int64_t const at = CatchUp(when);
   for (auto& s : mStreams) s.At(at, false);  // forgets what has been replaced
   if (DVDSubpicture const* const sub =
           mStreams[size_t(stream) % kStreams].At(at, forcedOnly)) {

@@ -19,14 +19,14 @@ void DVDTimeline::Restart(int64_t now) {
   mNextTimeEvent = -1;
 }
 
-int64_t DVDTimeline::TitleTimeAt(int64_t t) const {
-  int64_t delta = mReverse ? 0 : (t - mVobuClockStart) * mSpeed;
+int64_t DVDTimeline::TitleTimeAt(int64_t t, DVDClockMap const& map) const {
+  int64_t delta = mReverse ? 0 : map.TicksInto(mVobu, t, map.Epoch());
   delta = std::clamp<int64_t>(delta, 0, mVobuSpan);
   return mVobuTitleTime + delta;
 }
 
-int64_t DVDTimeline::PresentedTitleTime(int64_t now) const {
-  return TitleTimeAt(std::min(now, mPresentedUntil));
+int64_t DVDTimeline::PresentedTitleTime(int64_t now, DVDClockMap const& map) const {
+  return TitleTimeAt(std::min(now, mPresentedUntil), map);
 }
 
 bool DVDTimeline::TimeEventsDue(bool inTitle) const {

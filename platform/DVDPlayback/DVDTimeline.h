@@ -4,6 +4,8 @@
 // the service clock, title times in 90 kHz ticks. Guarded by its owner's lock.
 #pragma once
 
+#include "DVDClockMap.h"
+
 #include <cstdint>
 
 namespace dvd {
@@ -14,10 +16,11 @@ class DVDTimeline {
   void EndScan();
   // Everything placed goes; times start from now.
   void Restart(int64_t now);
-  // The title time shown at clock time t (within the group on screen).
-  int64_t TitleTimeAt(int64_t t) const;
+  // The title time shown at clock time t (within the group on screen), where the map has
+  // the group's pictures now.
+  int64_t TitleTimeAt(int64_t t, DVDClockMap const& map) const;
   // The title time on screen now.
-  int64_t PresentedTitleTime(int64_t now) const;
+  int64_t PresentedTitleTime(int64_t now, DVDClockMap const& map) const;
   bool TimeEventsDue(bool inTitle) const;
   // A still ends at the time of its length after what was shown before it; 0xFF: never.
   void StartStill(int seconds, uint64_t serial);
@@ -25,7 +28,7 @@ class DVDTimeline {
 
   int64_t mReadUntil = 0;       // clock time the groups read so far run to
   int64_t mPresentedUntil = 0;  // and the groups handled
-  int64_t mVobuClockStart = 0;  // the group on screen
+  DVDPlacement mVobu;  // the group on screen: its clock start, scan rate and epoch
   int64_t mVobuTitleTime = 0;
   int64_t mVobuSpan = 0;
   int mSpeed = 1;

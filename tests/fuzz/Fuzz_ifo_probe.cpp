@@ -21,7 +21,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   sFolder = pattern + "/VIDEO_TS";
   std::filesystem::create_directory(sFolder);
   if (disc) std::filesystem::copy_file(std::string(disc) + "/VIDEO_TS.IFO", sFolder + "/VIDEO_TS.IFO");
-  dvd::DVDIFOProbe::SetChildTimeLimitMilliseconds(2000);
   return 0;
 }
 
@@ -29,7 +28,8 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   std::ofstream(sFolder + "/VTS_01_0.IFO", std::ios::binary | std::ios::trunc)
       .write(reinterpret_cast<char const*>(data), std::streamsize(size));
   dvd::DVDIFOProbe::ForgetResults();
-  dvd::DVDProbeResult const r = dvd::DVDIFOProbe::Probe(sFolder, sFolder, {});
+  dvd::DVDProbeResult const r =
+      dvd::DVDIFOProbe::Probe(sFolder, sFolder, {}, {.childTimeLimitMs = 2000});
   // A clean answer: opened as it is, from an overlay without the file, or refused.
   if (r.status == 0 && r.openPath.empty()) std::abort();
   if (r.overlay && !std::filesystem::exists(r.openPath + "/VIDEO_TS/VIDEO_TS.IFO")) std::abort();

@@ -19,9 +19,10 @@ deb=${debs[0]}
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 [ "$(dpkg-deb -f "$deb" Version)" = "$version" ] || fail "version is not $version"
 
-# Run-time dependencies as dpkg-shlibdeps reads them from the linked libraries.
+# Run-time dependencies as dpkg-shlibdeps reads them from the linked libraries, and those
+# opened at run time.
 depends=$(dpkg-deb -f "$deb" Depends)
-for library in libc6 libqt6widgets6 libqt6gui6 libavcodec libswscale libdvdnav4 libdvdread8 libpulse0 libx11-6; do
+for library in libc6 libqt6widgets6 libqt6gui6 libavcodec libswscale libdvdnav4 libdvdread8 libpulse0 libavfilter libx11-6; do
   grep -q "\b$library" <<<"$depends" || fail "Depends lacks $library: $depends"
 done
 

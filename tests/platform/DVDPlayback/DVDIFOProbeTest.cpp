@@ -2,6 +2,7 @@
 // the disc then opens from its backups, or is refused with a log line naming the file.
 #include "DVDIFOProbe.h"
 #include "DVDLibraryLog.h"
+#include "DVDService.h"
 #include "DVDTestSession.h"
 
 #include "TestLog.h"
@@ -77,11 +78,6 @@ class DVDIFOProbeTest : public DVDSessionTest {
     DVDSessionTest::SetUp();
     dvd::DVDIFOProbe::ForgetResults();
   }
-  void TearDown() override {
-    dvd::DVDIFOProbe::SetChildTimeLimitMilliseconds(5000);
-    dvd::DVDIFOProbe::SetChildStallMillisecondsForTesting(0);
-    DVDSessionTest::TearDown();
-  }
   std::string CopyDisc(char const* name = "ntsc43") {
     std::string const dir = MakeTempDir("probe");
     std::string const command =
@@ -149,8 +145,7 @@ TEST_F(DVDIFOProbeTest, ATitlesetWithNoSafeCopyOpensAndEndsInAnError) {
 TEST_F(DVDIFOProbeTest, AHungManagerIsRefusedNamingTheFile) {
   std::string const disc = CopyDisc();
   // Every child stalls far past the limit: each file counts as hanging the parser.
-  dvd::DVDIFOProbe::SetChildStallMillisecondsForTesting(60000);
-  dvd::DVDIFOProbe::SetChildTimeLimitMilliseconds(100);
+  dvd::UseProbeOptions({.childTimeLimitMs = 100, .childStallMs = 60000});
   LogTail tail;
   EXPECT_EQ(kDVDErrorMediaNotDVD, Open(disc));
   EXPECT_TRUE(LogHas(tail, "VIDEO_TS.IFO of " + disc + " hangs the parser")) << tail.Text();
@@ -294,8 +289,7 @@ TEST_F(DVDIFOProbeTest, OpensWhileOtherThreadsHoldTheAllocatorAndTheReader) {
 // The helpers run without the service's lock: the service answers while a disc is probed.
 TEST_F(DVDIFOProbeTest, TheServiceAnswersWhileADiscIsProbed) {
   std::string const disc = CopyDisc();
-  dvd::DVDIFOProbe::SetChildTimeLimitMilliseconds(120000);
-  dvd::DVDIFOProbe::SetChildStallMillisecondsForTesting(2000);
+  dvd::UseProbeOptions({.childTimeLimitMs = 120000, .childStallMs = 2000});
   long const before = dvd::DVDIFOProbe::ChildrenStarted();
   std::atomic<bool> done{false};
   auto opening = std::async(std::launch::async, [&] {

@@ -228,6 +228,32 @@ TEST_F(DVDPictureTest, ScanAtTwiceShowsEveryPictureAboveOnlyIntraPictures) {
   EXPECT_GT(times.back() - times.front(), 4000u);
 }
 
+TEST_F(DVDPictureTest, PlayAfterAScanGoesOnFromThePictureOnScreen) {
+  OpenFile(DiscPath("ntsc43"));
+  ASSERT_EQ(noErr, DVDPlay());
+  Advance(500);
+  ASSERT_EQ(noErr, DVDScan(kDVDScanRate8x, kDVDScanDirectionForward));
+  Advance(500);
+  UInt32 const scanned = Presented().info.elapsedMs;
+  EXPECT_GT(scanned, 2500u);
+  ASSERT_EQ(noErr, DVDPlay());
+  // What was read ahead at the scan's speed plays at normal speed: the pictures go on from
+  // where the scan got to, in order, and after it every picture shows, a frame apart.
+  std::vector<UInt32> times;
+  Watch(2500, 5, [&](Picture const& p) {
+    times.push_back(p.info.elapsedMs);
+    EXPECT_EQ(1, p.info.title);
+  });
+  ASSERT_GE(times.size(), 40u);
+  EXPECT_GE(times.front(), scanned);
+  EXPECT_LT(times.front(), scanned + 1500);
+  for (size_t i = 1; i < times.size(); ++i) EXPECT_GT(times[i], times[i - 1]) << i;
+  for (size_t i = times.size() - 20; i < times.size(); ++i) {
+    EXPECT_LT(times[i] - times[i - 1], 40u) << i;
+  }
+  EXPECT_NEAR(double(times.front()) + 2500.0, double(times.back()), 1100.0);
+}
+
 TEST_F(DVDPictureTest, AfterATimedStillTheNextTitlePlaysEveryPicture) {
   OpenFile(DiscPath("chain"));
   ASSERT_EQ(noErr, DVDPlay());
