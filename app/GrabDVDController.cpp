@@ -58,12 +58,6 @@ QString OfflineHelpPagePath() {
   return dir + QStringLiteral("/help/index.html");
 }
 
-// A disc image file may be opened as a volume.
-bool IsDiscImageFile(QString const& path) {
-  QFileInfo const info(path);
-  return info.isFile() && info.suffix().compare(QLatin1String("iso"), Qt::CaseInsensitive) == 0;
-}
-
 }  // namespace
 
 GrabDVDController::GrabDVDController(QObject* parent) : GrabWindowController(parent) {
@@ -77,6 +71,7 @@ GrabDVDController::GrabDVDController(QObject* parent) : GrabWindowController(par
 }
 
 GrabDVDController::~GrabDVDController() {
+  abandonOpen();
   mBookmarks.clear();
   disconnect(NSWorkspace::sharedWorkspace(), nullptr, this, nullptr);
 }
@@ -137,6 +132,8 @@ void GrabDVDController::beginSession() {
 }
 
 void GrabDVDController::endSession() {
+  // The service cannot be disposed of under an open; what it opened goes with the service.
+  abandonOpen();
   if (mEventCallBackID == 0) return;
   closeMedia();
   DVDUnregisterEventCallBack(mEventCallBackID);
@@ -150,45 +147,6 @@ bool GrabDVDController::isValidMedia(QString const& path, FSRef* folder) const {
   QByteArray const utf8 = path.toUtf8();
   Boolean isDirectory = false;
   return FSPathMakeRef(reinterpret_cast<UInt8 const*>(utf8.constData()), folder, &isDirectory) == noErr;
-}
-
-bool GrabDVDController::openMedia(QString const& path, bool isVolume) {
-  FSRef fileRef{};
-  bool valid = isValidMedia(path, &fileRef);
-  if (!valid && isVolume && IsDiscImageFile(path)) {
-    // A disc image stands for a volume.
-    QByteArray const utf8 = path.toUtf8();
-    valid = FSPathMakeRef(reinterpret_cast<UInt8 const*>(utf8.constData()), &fileRef, nullptr) == noErr;
-  }
-  if (!valid) {
-    reportOpenFailure(path, kDVDErrorMediaNotDVD);
-    return false;
-  }
-  if (hasMedia()) closeMedia();
-
-  OSStatus result = noErr;
-  if (isVolume) {
-    CoreMachDebugVerifyOSerr(result = DVDOpenMediaVolume (&fileRef));
-    if (result == noErr) mVolumePath = path;
-  } else {
-    CoreMachDebugVerifyOSerr(result=DVDOpenMediaFile (&fileRef));
-  }
-  bool fOk = false;
-  if (result != noErr) {
-    CoreMachDebugVerifyOSerr(result);
-    if (result != kDVDErrorRegionCodeUninitialized) reportOpenFailure(path, result);
-  } else {
-    mMediaPath = path;
-    logMediaInfo();
-    onPlay(mPlayPauseButton);
-    fOk = true;
-  }
-  emit mediaChanged();
-  if (result == kDVDErrorRegionCodeUninitialized) {
-    displayAlertWithMessage(QStringLiteral("noRegionCode"), QStringLiteral("noRegionCodeInfo"));
-    if (NSApp) NSApp->terminate(this);
-  }
-  return fOk;
 }
 
 void GrabDVDController::closeMedia() {
@@ -206,6 +164,9 @@ void GrabDVDController::closeMedia() {
 }
 
 bool GrabDVDController::hasMedia() const {
+  // Not until an open has come back: meanwhile the service holds its lock while it starts
+  // libdvdnav, and the UI thread must not wait for it.
+  if (isOpening()) return false;
   Boolean hasMedia = false;
   if (CoreVerifyOSerr(DVDHasMedia (&hasMedia)) != noErr) return false;
   return hasMedia;

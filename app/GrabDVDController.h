@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include "DVDBookmark.h"
@@ -72,6 +73,14 @@ class GrabDVDController : public GrabWindowController, public DVDWindowDelegate 
   QString mVolumePath;  // null when a folder or nothing is open
   QString mMediaPath;   // what is open (folder, volume or image); null when nothing is
   SInt32 mDVDState = 0;
+  // The open in flight (null when none), and the last disc chosen meanwhile.
+  QString mOpeningPath;
+  bool mOpeningIsVolume = false;
+  QString mNextOpenPath;
+  bool mNextOpenIsVolume = false;
+  unsigned mOpenSerial = 0;  // results of abandoned opens are ignored
+  unsigned mOpeningStatusSerial = 0;
+  std::thread mOpenThread;
   DVDEventCallBackRef mEventCallBackID = 0;
   GrabStillChoices mStillChoices;
 
@@ -93,7 +102,14 @@ class GrabDVDController : public GrabWindowController, public DVDWindowDelegate 
   void endSession();
   bool searchMountedDVDDisc() { return false; }
   bool isValidMedia(QString const& path, FSRef* folder) const;
+  // Starts opening path; false when it is refused at once (not a folder or disc image). The
+  // service's open runs on mOpenThread and openFinished takes its result on this thread;
+  // mediaOpenFinished tells the end of each open.
   bool openMedia(QString const& path, bool isVolume);
+  bool isOpening() const { return !mOpeningPath.isNull(); }
+  void openFinished(unsigned serial, QString const& path, bool isVolume, OSStatus result);
+  // Forgets an open still running (the session ends): waits for its thread.
+  void abandonOpen();
   void closeMedia();
   bool hasMedia() const;
   void resetUI();
@@ -227,6 +243,8 @@ class GrabDVDController : public GrabWindowController, public DVDWindowDelegate 
  signals:
   // Media were opened or closed: menu items and their key equivalents change.
   void mediaChanged();
+  // An open of path came back, after all that follows it; opened: the disc is open.
+  void mediaOpenFinished(QString const& path, bool opened);
 
  private:
   // Chooses the folder for onMediaFolder; empty when the user cancels.

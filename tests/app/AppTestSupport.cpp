@@ -1,15 +1,21 @@
 #include "AppTestSupport.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QFile>
+#include <QSignalSpy>
 #include <QTimer>
 #include <QWidget>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
+#include <thread>
 
+#include "GrabDVDController.h"
 #include "NSApplication.h"
 #include "TestLog.h"
+#include "TestTime.h"
 
 namespace {
 
@@ -50,6 +56,36 @@ void WhenModal(std::function<void(QWidget*)> fn) {
     }
   });
   timer->start();
+}
+
+bool OpenMedia(GrabDVDController* controller, QString const& path, bool isVolume) {
+  QSignalSpy finished(controller, &GrabDVDController::mediaOpenFinished);
+  if (!controller->openMedia(path, isVolume)) return false;
+  QDeadlineTimer const limit(tavelo_test::ScaledMilliseconds(10000));
+  for (;;) {
+    for (QList<QVariant> const& arguments : finished) {
+      if (arguments.at(0).toString() == path) {
+        ProcessEvents();  // what the open queued (a title event, a refit) runs too
+        return arguments.at(1).toBool();
+      }
+    }
+    if (limit.hasExpired()) {
+      ADD_FAILURE() << "the open of " << path.toStdString() << " did not come back";
+      return false;
+    }
+    finished.wait(50);
+  }
+}
+
+bool WaitForOpen(GrabDVDController* controller) {
+  QDeadlineTimer const limit(tavelo_test::ScaledMilliseconds(10000));
+  while (controller->isOpening()) {
+    if (limit.hasExpired()) return false;
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));  // the opening thread's turn
+  }
+  ProcessEvents();
+  return true;
 }
 
 QString NewFolder(char const* tag) { return QString::fromStdString(tavelo_test::MakeTempDir(tag)); }

@@ -90,7 +90,7 @@ TEST(BatchGrabMenu, BothItemsWaitForADisc) {
     ASSERT_NE(item, nullptr) << action;
     EXPECT_FALSE(c->validateMenuItem(item)) << action;
   }
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   for (char const* action : {"batchGrab:", "contactSheet:"}) {
     EXPECT_TRUE(c->validateMenuItem(nib.menuItemWithAction(action))) << action;
   }

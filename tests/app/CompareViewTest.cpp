@@ -76,7 +76,7 @@ TEST_F(CompareMenuTest, ItemsAreInTheFileMenuAndEnabledAsTheyCanBeUsed) {
   EXPECT_EQ(QKeySequence(QStringLiteral("Ctrl+Shift+P")), pair->shortcut());
   // Without a disc nothing can be compared; without a comparison, nothing flipped or grabbed.
   for (QAction* item : {compare, flip, pair, end}) EXPECT_FALSE(item->isEnabled()) << item->text().toStdString();
-  ASSERT_TRUE(mNib.controller()->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(mNib.controller(), tavelo_app_test::NewFolder("disc"), false));
   mNib.validateMenuItems();
   EXPECT_TRUE(compare->isEnabled());
   EXPECT_FALSE(flip->isEnabled());
@@ -95,7 +95,7 @@ TEST_F(CompareMenuTest, ItemsAreInTheFileMenuAndEnabledAsTheyCanBeUsed) {
 // once with the reason in the status line, its tavelo-grab children gone.
 TEST_F(CompareMenuTest, PanelTakesADiscImageAndABadOneIsToldOf) {
   GrabDVDController* c = mNib.controller();
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   QString const image = tavelo_app_test::NewFolder("other") + QStringLiteral("/other.iso");
   {
     QFile file(image);

@@ -40,7 +40,7 @@ class DVDGoMenuTest : public testing::Test {
   // title 1 at frame 400, with sound in English and French and subtitles in German.
   void TwoTitles() {
     fake_dvd::State& s = fake_dvd::S();
-    ASSERT_TRUE(mNib.controller()->openMedia(tavelo_app_test::NewFolder("disc"), false));
+    ASSERT_TRUE(tavelo_app_test::OpenMedia(mNib.controller(), tavelo_app_test::NewFolder("disc"), false));
     fake_dvd::State::Title first;
     first.info.frames = 900;
     first.info.durationMs = 30030;

@@ -86,7 +86,7 @@ TEST_F(DVDGrabTest, GrabCurrentFrameQuickSavesAndShowsTheThumbnail) {
   QAction* item = mNib.menuItemWithAction("grabCurrentFrame:");
   ASSERT_NE(item, nullptr);
   EXPECT_FALSE(mNib.performMenuItem(item));  // no media
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   EXPECT_TRUE(mNib.performMenuItem(item));
   EXPECT_EQ(Files(), QStringList{"Tavelo 0000.jpg"});
   ASSERT_TRUE(c->hasGrabbedImage());
@@ -100,7 +100,7 @@ TEST_F(DVDGrabTest, GrabCurrentFrameQuickSavesAndShowsTheThumbnail) {
 
 TEST_F(DVDGrabTest, GrabCurrentFrameSaveNumberedFileOnlyGrabs) {
   GrabDVDController* c = mNib.controller();
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   c->mLastGrabImageView->clear();
   c->grabCurrentFrameSaveNumberedFile(nullptr);
   EXPECT_TRUE(c->hasGrabbedImage());
@@ -141,7 +141,7 @@ TEST_F(ThumbnailTest, ItsContextMenuOffersCutCopyAndPaste) {
 
 TEST_F(ThumbnailTest, CopyPutsTheShownGrabOnTheClipboardAsPNGAndTIFF) {
   GrabDVDController* c = mNib.controller();
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   c->grabCurrentFrameSaveNumberedFile(nullptr);
   ASSERT_TRUE(c->hasGrabbedImage());
   EXPECT_EQ(mEditor->shownBitmap(), c->grabbedBitmapImageRep());
@@ -161,7 +161,7 @@ TEST_F(ThumbnailTest, CopyPutsTheShownGrabOnTheClipboardAsPNGAndTIFF) {
 
 TEST_F(ThumbnailTest, CutCopiesAndTheThumbnailKeepsShowingTheGrab) {
   GrabDVDController* c = mNib.controller();
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   c->grabCurrentFrameSaveNumberedFile(nullptr);
   auto const grab = c->grabbedBitmapImageRep();
   ASSERT_TRUE(grab);
@@ -179,7 +179,7 @@ TEST_F(ThumbnailTest, CutCopiesAndTheThumbnailKeepsShowingTheGrab) {
 
 TEST_F(ThumbnailTest, PasteShowsTheClipboardPictureAndCopyGivesItBack) {
   GrabDVDController* c = mNib.controller();
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   c->grabCurrentFrameSaveNumberedFile(nullptr);
   auto const grab = c->grabbedBitmapImageRep();
   QImage pasted(30, 20, QImage::Format_RGB32);

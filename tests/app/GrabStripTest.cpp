@@ -68,7 +68,7 @@ TEST(GrabStrip, QuickSavesOfTheControllerJoinIt) {
   GrabDVDController* c = nib.controller();
   ASSERT_NE(c->mGrabStrip, nullptr);
   ASSERT_TRUE(NSBitmapImageRep::setQuickSaveFolderUnixPath(tavelo_app_test::NewFolder("pictures")));
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   fake_dvd::S().hasFrame = true;
   nib.videoWindow()->show();
   tavelo_app_test::ProcessEvents();

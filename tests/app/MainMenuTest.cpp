@@ -88,7 +88,7 @@ TEST_F(MainMenuTest, GrabMenuItemsValidateOnMediaAndAPicture) {
   // The controller's own answer, whatever the target can do.
   EXPECT_FALSE(c->validateMenuItem(grab));
   EXPECT_FALSE(c->validateMenuItem(copy));
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   EXPECT_TRUE(c->validateMenuItem(grab));
   EXPECT_FALSE(c->validateMenuItem(copy));
   c->setGrabbedBitmapImageRep(std::make_shared<NSBitmapImageRep>(nullptr, 4, 4, 8, 3, false, 0, 24));
@@ -161,7 +161,7 @@ TEST_F(MainMenuTest, OutletsAreConnected) {
 
 TEST_F(MainMenuTest, ControllerButtonsPerformTheirActions) {
   GrabDVDController* c = mNib.controller();
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   fake_dvd::S().calls.clear();
   c->mDVDState = kDVDStatePlaying;
   c->mPlayPauseButton->click();

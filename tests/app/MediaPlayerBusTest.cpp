@@ -192,7 +192,7 @@ class MediaPlayerBusTest : public testing::Test {
     S().presentedTitle = 1;
     S().presentedChapter = 2;
     S().frameInTitle = 300;
-    ASSERT_TRUE(c->openMedia(NewFolder("Holiday"), false));
+    ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("Holiday"), false));
   }
   void StartPlayer() {
     mPlayer = std::make_unique<DVDMediaPlayerBus>();

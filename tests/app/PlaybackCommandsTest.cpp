@@ -32,7 +32,7 @@ class CommandTest : public testing::Test {
     c->applicationDidFinishLaunching();
   }
   void OpenMedia() {
-    ASSERT_TRUE(c->openMedia(NewFolder("disc"), false));
+    ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("disc"), false));
     // Opening sends play; the commands are counted from here.
     fake_dvd::S().calls.clear();
   }
@@ -271,7 +271,7 @@ TEST_F(CommandTest, BookmarksCycleAndTheCursorIsSharedAcrossMedia) {
   EXPECT_EQ(GrabDVDController::sBookmarkCursor, 3);
 
   // New media: the list is empty, the cursor keeps its value.
-  ASSERT_TRUE(c->openMedia(NewFolder("other"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("other"), false));
   EXPECT_TRUE(c->mBookmarks.empty());
   EXPECT_EQ(GrabDVDController::sBookmarkCursor, 3);
   c->onNextBookmark(nullptr);  // no bookmarks: nothing
@@ -345,7 +345,7 @@ TEST_F(CommandTest, EjectWithAFolderOpenDoesNothing) {
 TEST_F(CommandTest, EjectClosesTheVolumeAndAsksTheWorkspace) {
   // The test process has no system bus: the unmount is logged and nothing else happens.
   qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/tavelo-test-bus");
-  ASSERT_TRUE(c->openMedia(NewFolder("vol"), true));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("vol"), true));
   c->onEject(nullptr);
   EXPECT_EQ(fake_dvd::Calls("DVDCloseMediaVolume"), 1);
   EXPECT_FALSE(c->hasMedia());

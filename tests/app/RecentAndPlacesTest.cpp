@@ -44,12 +44,12 @@ TEST_F(RecentMenuTest, TheLastEightDiscsOpenedNewestFirst) {
   QStringList opened;
   for (int i = 0; i < 10; ++i) {
     QString const folder = tavelo_app_test::NewFolder(("disc" + std::to_string(i)).c_str());
-    ASSERT_TRUE(c->openMedia(folder, false));
+    ASSERT_TRUE(tavelo_app_test::OpenMedia(c, folder, false));
     opened.prepend(folder);
   }
   // A disc that does not open is not remembered.
   fake_dvd::S().status["DVDOpenMediaFile"] = kDVDErrorMediaNotDVD;
-  EXPECT_FALSE(c->openMedia(tavelo_app_test::NewFolder("notadisc"), false));
+  EXPECT_FALSE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("notadisc"), false));
   fake_dvd::S().status.erase("DVDOpenMediaFile");
   QStringList const kept = DVDRecentMenu::Discs();
   ASSERT_EQ(8, kept.size());
@@ -61,6 +61,7 @@ TEST_F(RecentMenuTest, TheLastEightDiscsOpenedNewestFirst) {
   EXPECT_TRUE(items[0]->text().startsWith(QStringLiteral("disc9")));
   // Choosing one opens it again, and it comes first.
   items[3]->trigger();
+  ASSERT_TRUE(tavelo_app_test::WaitForOpen(c));
   EXPECT_EQ(kept[3].toStdString(), fake_dvd::S().openedPath);
   EXPECT_EQ(kept[3], DVDRecentMenu::Discs().first());
   EXPECT_EQ(8, DVDRecentMenu::Discs().size());

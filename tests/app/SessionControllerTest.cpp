@@ -121,7 +121,7 @@ TEST_F(SessionTest, MediaFolderItemTitleAndKeyFollowTheMedia) {
   mNib.validateMenuItems();
   EXPECT_EQ(item->text(), QStringLiteral("Open DVD/VIDEO_TS Folder..."));
   EXPECT_EQ(item->shortcut(), QKeySequence(QStringLiteral("Ctrl+O")));
-  ASSERT_TRUE(c->openMedia(NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("disc"), false));
   // Opening revalidates the menu by itself.
   EXPECT_EQ(item->text(), QStringLiteral("Close DVD/VIDEO_TS Folder"));
   EXPECT_EQ(item->shortcut(), QKeySequence(QStringLiteral("Ctrl+W")));
@@ -147,6 +147,7 @@ TEST_F(SessionTest, OpenPanelChoosesDirectoriesAndOpensTheChosenFolder) {
     static_cast<QDialog*>(panel)->accept();
   });
   c->onMediaFolder(nullptr);
+  ASSERT_TRUE(tavelo_app_test::WaitForOpen(c));
   EXPECT_EQ(mode, QFileDialog::Directory);
   EXPECT_TRUE(dirsOnly);
   EXPECT_EQ(fake_dvd::Calls("DVDOpenMediaFile"), 1);
@@ -159,17 +160,18 @@ TEST_F(SessionTest, CancelledPanelOpensNothing) {
   Launch();
   tavelo_app_test::WhenModal([](QWidget* modal) { static_cast<QDialog*>(modal)->reject(); });
   c->onMediaFolder(nullptr);
+  EXPECT_FALSE(c->isOpening());
   EXPECT_EQ(fake_dvd::Calls("DVDOpenMediaFile"), 0);
 }
 
 TEST_F(SessionTest, PlainFileOrMissingPathOpensNothingAndKeepsTheState) {
   Launch();
-  ASSERT_TRUE(c->openMedia(NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("disc"), false));
   SendEvent(kDVDEventTitle, 3);
   ProcessEvents();
   int const closes = fake_dvd::Calls("DVDCloseMediaFile");
-  EXPECT_FALSE(c->openMedia(NewPlainFile("file"), false));
-  EXPECT_FALSE(c->openMedia(QStringLiteral("/nonexistent/tavelo/disc"), false));
+  EXPECT_FALSE(tavelo_app_test::OpenMedia(c, NewPlainFile("file"), false));
+  EXPECT_FALSE(tavelo_app_test::OpenMedia(c, QStringLiteral("/nonexistent/tavelo/disc"), false));
   EXPECT_EQ(fake_dvd::Calls("DVDOpenMediaFile"), 1);
   EXPECT_EQ(fake_dvd::Calls("DVDCloseMediaFile"), closes);
   EXPECT_TRUE(c->hasMedia());
@@ -178,7 +180,7 @@ TEST_F(SessionTest, PlainFileOrMissingPathOpensNothingAndKeepsTheState) {
 
 TEST_F(SessionTest, OpeningNewMediaClosesTheOldOnesFirst) {
   Launch();
-  ASSERT_TRUE(c->openMedia(NewFolder("first"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("first"), false));
   fake_dvd::S().status.erase("DVDGetBookmark");
   c->mDVDState = kDVDStatePlaying;
   c->onNewBookmark(nullptr);
@@ -189,7 +191,7 @@ TEST_F(SessionTest, OpeningNewMediaClosesTheOldOnesFirst) {
   SendEvent(kDVDEventTitleTime, 61000, 3600000);
   ProcessEvents();
   ASSERT_EQ(Scene(), QStringLiteral("5"));
-  ASSERT_TRUE(c->openMedia(NewFolder("second"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("second"), false));
   EXPECT_EQ(fake_dvd::Calls("DVDCloseMediaFile"), 1);
   EXPECT_EQ(fake_dvd::Calls("DVDOpenMediaFile"), 2);
   EXPECT_TRUE(c->mBookmarks.empty());
@@ -201,7 +203,7 @@ TEST_F(SessionTest, OpeningNewMediaClosesTheOldOnesFirst) {
 TEST_F(SessionTest, VolumeOpensAndClosesAsAVolume) {
   Launch();
   QString const volume = NewFolder("volume");
-  ASSERT_TRUE(c->openMedia(volume, true));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, volume, true));
   EXPECT_EQ(fake_dvd::Calls("DVDOpenMediaVolume"), 1);
   EXPECT_EQ(c->mVolumePath, volume);
   c->closeMedia();
@@ -212,19 +214,20 @@ TEST_F(SessionTest, VolumeOpensAndClosesAsAVolume) {
 
 TEST_F(SessionTest, FailedOpenLeavesNoMediaAndLogsTwoLines) {
   Launch();
-  ASSERT_TRUE(c->openMedia(NewFolder("old"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("old"), false));
   fake_dvd::S().status["DVDOpenMediaFile"] = kDVDErrorMediaNotDVD;
   tavelo_test::LogTail tail;
-  EXPECT_FALSE(c->openMedia(NewFolder("notadvd"), false));
+  EXPECT_FALSE(tavelo_app_test::OpenMedia(c, NewFolder("notadvd"), false));
   EXPECT_FALSE(c->hasMedia());
   EXPECT_EQ(fake_dvd::Calls("DVDCloseMediaFile"), 1);
   // The status is logged as the 16-bit value the log takes.
   EXPECT_THAT(tail.Lines(),
-              ElementsAre(MatchesRegex("VERIFY_ERR FAILED: OSErr:-4479  code : result=DVDOpenMediaFile "
-                                       "\\(&fileRef\\) in GrabDVDController:[0-9]+ "
-                                       "\\(GrabDVDController::openMedia\\)"),
+              ElementsAre(MatchesRegex("VERIFY_ERR FAILED: OSErr:-4479  code : result = DVDOpenMediaFile"
+                                       "\\(&fileRef\\) in GrabDVDController_Open:[0-9]+ "
+                                       "\\(OpenInService\\)"),
                           MatchesRegex("VERIFY_ERR FAILED: OSErr:-4479  code : result in "
-                                       "GrabDVDController:[0-9]+ \\(GrabDVDController::openMedia\\)")));
+                                       "GrabDVDController_Open:[0-9]+ "
+                                       "\\(GrabDVDController::openFinished\\)")));
 }
 
 TEST_F(SessionTest, UnsetRegionShowsTheAlertAndTerminates) {
@@ -236,7 +239,7 @@ TEST_F(SessionTest, UnsetRegionShowsTheAlertAndTerminates) {
     static_cast<QMessageBox*>(modal)->accept();
   });
   int const before = NSApp->terminateRequests();
-  EXPECT_FALSE(c->openMedia(NewFolder("region"), true));
+  EXPECT_FALSE(tavelo_app_test::OpenMedia(c, NewFolder("region"), true));
   LocalizedStringTable table;
   ASSERT_TRUE(table.Construct(LocalizedStringTable::PathForTable(QStringLiteral("Localizable"))));
   EXPECT_EQ(message, table.localizedStringForKey(QStringLiteral("noRegionCode")));
@@ -316,7 +319,7 @@ TEST_F(SessionTest, EventTableUpdatesFieldsAndState) {
   EXPECT_EQ(Scene(), QStringLiteral("9"));
   EXPECT_EQ(c->mDVDState, kDVDStatePlayingStill);
   // The playback state is not reset by closing media.
-  ASSERT_TRUE(c->openMedia(NewFolder("m"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("m"), false));
   c->closeMedia();
   EXPECT_EQ(c->mDVDState, kDVDStatePlayingStill);
 }
@@ -358,7 +361,7 @@ TEST_F(SessionTest, EndingTheSessionTwiceOrWithoutOneDoesNothingMore) {
   c->endSession();
   EXPECT_EQ(fake_dvd::Calls("DVDDispose"), 0);
   Launch();
-  ASSERT_TRUE(c->openMedia(NewFolder("m"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, NewFolder("m"), false));
   c->endSession();
   EXPECT_EQ(fake_dvd::Calls("DVDCloseMediaFile"), 1);
   EXPECT_EQ(fake_dvd::Calls("DVDUnregisterEventCallBack"), 1);

@@ -36,7 +36,7 @@ TEST_F(StatusLineTest, AFolderThatIsNotADiscIsNamedAndTheProgramGoesOn) {
   GrabDVDController* c = mNib.controller();
   QString const folder = tavelo_app_test::NewFolder("holiday snaps");
   fake_dvd::S().status["DVDOpenMediaFile"] = kDVDErrorMediaNotDVD;
-  EXPECT_FALSE(c->openMedia(folder, false));
+  EXPECT_FALSE(tavelo_app_test::OpenMedia(c, folder, false));
   EXPECT_TRUE(Status().contains(folder.toHtmlEscaped())) << Status().toStdString();
   EXPECT_TRUE(Status().contains(QStringLiteral("is not a DVD")));
   ASSERT_NE(Notice(), nullptr);
@@ -45,12 +45,12 @@ TEST_F(StatusLineTest, AFolderThatIsNotADiscIsNamedAndTheProgramGoesOn) {
   EXPECT_TRUE(Notice()->text().contains(folder));
   // It goes on: a disc opens next.
   fake_dvd::S().status.erase("DVDOpenMediaFile");
-  EXPECT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  EXPECT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
 }
 
 TEST_F(StatusLineTest, APathThatDoesNotExistIsSaidSo) {
   QString const missing = tavelo_app_test::NewFolder("x") + QStringLiteral("/no such disc");
-  EXPECT_FALSE(mNib.controller()->openMedia(missing, false));
+  EXPECT_FALSE(tavelo_app_test::OpenMedia(mNib.controller(), missing, false));
   EXPECT_EQ(0, fake_dvd::Calls("DVDOpenMediaFile"));
   EXPECT_TRUE(Status().contains(QStringLiteral("does not exist"))) << Status().toStdString();
   EXPECT_TRUE(Status().contains(QStringLiteral("no such disc")));
@@ -59,7 +59,7 @@ TEST_F(StatusLineTest, APathThatDoesNotExistIsSaidSo) {
 
 TEST_F(StatusLineTest, AnEncryptedDiscNamesLibdvdcssAndItsDebianPackage) {
   fake_dvd::S().status["DVDOpenMediaFile"] = kDVDErrorMediaScrambled;
-  EXPECT_FALSE(mNib.controller()->openMedia(tavelo_app_test::NewFolder("film"), false));
+  EXPECT_FALSE(tavelo_app_test::OpenMedia(mNib.controller(), tavelo_app_test::NewFolder("film"), false));
   EXPECT_TRUE(Status().contains(QStringLiteral("libdvdcss"))) << Status().toStdString();
   EXPECT_TRUE(Status().contains(QStringLiteral("libdvd-pkg")));
   EXPECT_TRUE(GrabDVDController::OpenFailureText(tavelo_app_test::NewFolder("film"),
@@ -70,14 +70,14 @@ TEST_F(StatusLineTest, AnEncryptedDiscNamesLibdvdcssAndItsDebianPackage) {
 
 TEST_F(StatusLineTest, AnUnreadableDiscSaysSo) {
   fake_dvd::S().status["DVDOpenMediaFile"] = kDVDErrorReadFailed;
-  EXPECT_FALSE(mNib.controller()->openMedia(tavelo_app_test::NewFolder("scratched"), false));
+  EXPECT_FALSE(tavelo_app_test::OpenMedia(mNib.controller(), tavelo_app_test::NewFolder("scratched"), false));
   EXPECT_TRUE(Status().contains(QStringLiteral("cannot be read"))) << Status().toStdString();
 }
 
 TEST_F(StatusLineTest, AQuickSaveShowsItsNameForAFewSecondsAndLinksItsFolder) {
   GrabDVDController* c = mNib.controller();
   ASSERT_TRUE(NSBitmapImageRep::setQuickSaveFolderUnixPath(tavelo_app_test::NewFolder("pictures")));
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   fake_dvd::S().hasFrame = true;
   mNib.videoWindow()->show();
   tavelo_app_test::ProcessEvents();

@@ -91,7 +91,7 @@ TEST_F(VideoFrameGrabTest, TheScreenStaysTheDefault) {
   EXPECT_TRUE(Checked("selectDefault_DeinterlaceAuto:"));
   EXPECT_TRUE(Checked("toggleGrabIncludeSubtitles:"));
   EXPECT_FALSE(Checked("toggleGrabCropBorders:"));
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   fake_dvd::S().hasFrame = true;
   QWidget* view = mNib.videoWindow()->grabThisViewContentRect();
   EXPECT_EQ(view->size(), Grab());
@@ -100,7 +100,7 @@ TEST_F(VideoFrameGrabTest, TheScreenStaysTheDefault) {
 
 TEST_F(VideoFrameGrabTest, VideoFrameGrabsTakeTheDecodedPictureAtTheChosenShape) {
   GrabDVDController* c = mNib.controller();
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   fake_dvd::S().hasFrame = true;
   ASSERT_TRUE(Choose("selectDefault_GrabVideoFrame:"));
   EXPECT_TRUE(Checked("selectDefault_GrabVideoFrame:"));
@@ -133,7 +133,7 @@ TEST_F(VideoFrameGrabTest, VideoFrameGrabsTakeTheDecodedPictureAtTheChosenShape)
 
 TEST_F(VideoFrameGrabTest, WithoutAPictureOnScreenNothingIsGrabbed) {
   GrabDVDController* c = mNib.controller();
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   ASSERT_TRUE(Choose("selectDefault_GrabVideoFrame:"));
   fake_dvd::S().hasFrame = false;
   c->grabCurrentFrame(nullptr);
@@ -186,7 +186,7 @@ TEST_F(VideoFrameGrabTest, TheChoicesAreSavedAtQuitAndRestoredAtLaunch) {
 TEST_F(VideoFrameGrabTest, WhilePausedTheControllerShowsTheFrameOnScreen) {
   GrabDVDController* c = mNib.controller();
   ASSERT_NE(c->mFrameText, nullptr);
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   fake_dvd::S().hasFrame = true;
   fake_dvd::S().frameInTitle = 123;
   c->handleDVDEvent(DVDEvent::initWithData(kDVDEventPlayback, kDVDStatePaused, 0));
@@ -203,7 +203,7 @@ TEST_F(VideoFrameGrabTest, QuickSavesCanBeNamedAfterTheDiscAndThePicturesPlace) 
   GrabDVDController* c = mNib.controller();
   EXPECT_TRUE(Checked("selectDefault_NamesNumbered:"));
   QString const disc = tavelo_app_test::NewFolder("My: Film");
-  ASSERT_TRUE(c->openMedia(disc, false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, disc, false));
   fake_dvd::S().hasFrame = true;
   fake_dvd::S().presentedTitle = 3;
   fake_dvd::S().presentedChapter = 2;
@@ -227,7 +227,7 @@ TEST_F(VideoFrameGrabTest, QuickSavesCanBeNamedAfterTheDiscAndThePicturesPlace) 
 
 TEST_F(VideoFrameGrabTest, QuickSavesOfVideoFramesAreWrittenInOrderWithThePictureOfTheirCommand) {
   GrabDVDController* c = mNib.controller();
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   fake_dvd::S().hasFrame = true;
   ASSERT_TRUE(Choose("selectDefault_GrabVideoFrame:"));
   // Nothing is written until the queue gets to it; each command keeps its own picture.
@@ -255,7 +255,7 @@ TEST_F(VideoFrameGrabTest, QuickSavesOfVideoFramesAreWrittenInOrderWithThePictur
 TEST_F(VideoFrameGrabTest, DiscTimeNamesOfQueuedSavesNeverCollide) {
   GrabDVDController* c = mNib.controller();
   QString const disc = tavelo_app_test::NewFolder("Film");
-  ASSERT_TRUE(c->openMedia(disc, false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, disc, false));
   fake_dvd::S().hasFrame = true;
   fake_dvd::S().presentedTitle = 1;
   fake_dvd::S().presentedChapter = 1;
@@ -276,7 +276,7 @@ TEST_F(VideoFrameGrabTest, DiscTimeNamesOfQueuedSavesNeverCollide) {
 
 TEST_F(VideoFrameGrabTest, AQueuedSaveWhoseFolderIsGoneIsLoggedAndWritesNothing) {
   GrabDVDController* c = mNib.controller();
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   fake_dvd::S().hasFrame = true;
   ASSERT_TRUE(Choose("selectDefault_GrabVideoFrame:"));
   c->saveQueue().HoldForTesting(true);
@@ -309,7 +309,7 @@ TEST_F(VideoFrameGrabTest, PeriodAndCommaStepAFrameEachWay) {
   ASSERT_NE(previous, nullptr);
   EXPECT_EQ(QKeySequence(QStringLiteral(".")), next->shortcut());
   EXPECT_EQ(QKeySequence(QStringLiteral(",")), previous->shortcut());
-  ASSERT_TRUE(c->openMedia(tavelo_app_test::NewFolder("disc"), false));
+  ASSERT_TRUE(tavelo_app_test::OpenMedia(c, tavelo_app_test::NewFolder("disc"), false));
   EXPECT_TRUE(mNib.performMenuItem(next));
   EXPECT_TRUE(mNib.performMenuItem(previous));
   EXPECT_TRUE(mNib.performMenuItem(previous));

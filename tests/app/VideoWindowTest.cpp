@@ -333,6 +333,7 @@ TEST_F(WindowTest, DroppedFolderOrDiscImageOpens) {
   QMimeData folderData;
   folderData.setUrls({QUrl::fromLocalFile(folder)});
   DragAndDrop(w, &folderData);
+  ASSERT_TRUE(tavelo_app_test::WaitForOpen(c));
   EXPECT_EQ(fake_dvd::Calls("DVDOpenMediaFile"), 1);
 
   QString const image = tavelo_app_test::NewFolder("image") + QStringLiteral("/disc.iso");
@@ -342,6 +343,7 @@ TEST_F(WindowTest, DroppedFolderOrDiscImageOpens) {
   QMimeData imageData;
   imageData.setUrls({QUrl::fromLocalFile(image)});
   DragAndDrop(w, &imageData);
+  ASSERT_TRUE(tavelo_app_test::WaitForOpen(c));
   EXPECT_EQ(fake_dvd::Calls("DVDOpenMediaVolume"), 1);
   EXPECT_EQ(c->mVolumePath, image);
 
@@ -349,6 +351,7 @@ TEST_F(WindowTest, DroppedFolderOrDiscImageOpens) {
   QMimeData textData;
   textData.setUrls({QUrl::fromLocalFile(tavelo_app_test::NewPlainFile("text"))});
   DragAndDrop(w, &textData);
+  EXPECT_FALSE(c->isOpening());
   EXPECT_EQ(fake_dvd::Calls("DVDOpenMediaFile") + fake_dvd::Calls("DVDOpenMediaVolume"), 2);
   EXPECT_TRUE(c->hasMedia());
 }

@@ -1,21 +1,72 @@
 #include "FakeDVDPlayback.h"
 
+#include "TestTime.h"
+
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
 
 namespace fake_dvd {
+
+namespace {
+std::mutex gMutex;
+std::condition_variable gReleased;
+bool gHold = false;
+bool gHeld = false;
+std::thread::id gOpenThread;
+}  // namespace
 
 State& S() {
   static State state;
   return state;
 }
 
-void Reset() { S() = State(); }
+void Reset() {
+  std::lock_guard<std::mutex> g(gMutex);
+  S() = State();
+  gHold = false;
+  gHeld = false;
+  gOpenThread = std::thread::id();
+}
 
 int Calls(char const* name) {
+  std::lock_guard<std::mutex> g(gMutex);
   auto const it = S().calls.find(name);
   return it == S().calls.end() ? 0 : it->second;
+}
+
+void HoldOpens() {
+  std::lock_guard<std::mutex> g(gMutex);
+  gHold = true;
+}
+
+void ReleaseOpens() {
+  std::lock_guard<std::mutex> g(gMutex);
+  gHold = false;
+  gReleased.notify_all();
+}
+
+bool OpenIsHeld() {
+  std::lock_guard<std::mutex> g(gMutex);
+  return gHeld;
+}
+
+void WaitWhileHeld() {
+  std::unique_lock<std::mutex> lk(gMutex);
+  gOpenThread = std::this_thread::get_id();
+  gHeld = gHold;
+  // Bounded, so that an open made on the UI thread fails its test instead of hanging it.
+  gReleased.wait_for(lk, std::chrono::milliseconds(tavelo_test::ScaledMilliseconds(5000)),
+                     [] { return !gHold; });
+  gHeld = false;
+}
+
+bool LastOpenRanOnAnotherThreadThan(std::thread::id id) {
+  std::lock_guard<std::mutex> g(gMutex);
+  return gOpenThread != std::thread::id() && gOpenThread != id;
 }
 
 }  // namespace fake_dvd
@@ -25,6 +76,7 @@ using fake_dvd::S;
 namespace {
 
 OSStatus Call(char const* name) {
+  std::lock_guard<std::mutex> g(fake_dvd::gMutex);
   ++S().calls[name];
   auto const it = S().status.find(name);
   return it == S().status.end() ? noErr : it->second;
@@ -73,6 +125,7 @@ OSStatus DVDHasMedia(Boolean* out) {
   return r;
 }
 OSStatus DVDOpenMediaVolume(FSRef const* ref) {
+  fake_dvd::WaitWhileHeld();
   OSStatus const r = Call("DVDOpenMediaVolume");
   if (r == noErr) {
     S().hasMedia = true;
@@ -82,6 +135,7 @@ OSStatus DVDOpenMediaVolume(FSRef const* ref) {
   return r;
 }
 OSStatus DVDOpenMediaFile(FSRef const* ref) {
+  fake_dvd::WaitWhileHeld();
   OSStatus const r = Call("DVDOpenMediaFile");
   if (r == noErr) {
     S().hasMedia = true;

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "DVDPlayback.h"
@@ -78,6 +79,15 @@ struct State {
 
 State& S();
 void Reset();
+// Counted under a lock: the controller opens media on a thread of its own.
 int Calls(char const* name);
+
+// While held, an open waits in the service (on its thread) until released.
+void HoldOpens();
+void ReleaseOpens();
+// Whether an open is waiting, held; and whether the last open ran off the calling thread.
+bool OpenIsHeld();
+void WaitWhileHeld();  // what the fake's opens do first
+bool LastOpenRanOnAnotherThreadThan(std::thread::id id);
 
 }  // namespace fake_dvd
