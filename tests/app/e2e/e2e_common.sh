@@ -69,7 +69,11 @@ e2e_start() {  # e2e_start NAME: a work folder, a display of our own, private ho
     if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then
       Xvfb ":$n" -screen 0 1280x1024x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
       xvfb_pid=$!
-      wait_until 5 xdpyinfo -display ":$n" >/dev/null 2>&1 && break
+      # The server answering must be ours: when two tests draw one number at once, the second
+      # server fails on the first's lock while xdpyinfo reaches the first, which goes when its
+      # test ends.
+      wait_until 5 xdpyinfo -display ":$n" >/dev/null 2>&1 &&
+        [ "$(tr -d ' \n' <"/tmp/.X$n-lock" 2>/dev/null)" = "$xvfb_pid" ] && break
       kill "$xvfb_pid" 2>/dev/null || true
       wait "$xvfb_pid" 2>/dev/null || true
     fi
