@@ -53,34 +53,45 @@ cleanup() {
   if [ "${TAVELO_E2E_KEEP:-}" = "" ]; then rm -rf "$work"; else echo "kept $work"; fi
 }
 
-fail() { echo "FAIL: $*" >&2; [ -f "$work/app.err" ] && sed 's/^/  app: /' "$work/app.err" >&2; exit 1; }
+fail() {
+  echo "FAIL: $*" >&2
+  [ -f "$work/app.err" ] && sed 's/^/  app: /' "$work/app.err" >&2
+  if grep -q 'could not connect to display' "$work/app.err" 2>/dev/null; then
+    sed 's/^/  xvfb: /' "$work/xvfb.log" >&2
+  fi
+  exit 1
+}
 step() { echo "-- $*"; }
 
-e2e_start() {  # e2e_start NAME: a work folder, a display of our own, private home and XDG folders
-  work=$(mktemp -d "${TMPDIR:-/tmp}/$1.XXXXXX")
-  trap cleanup EXIT
-
-  # Xvfb names a free display.
-  # A display of its own at a number drawn at random: a number another test's server has just
-  # let go can lose its socket to that server's clean-up.
+display_ours() {  # the server answering DISPLAY is the one this test started
+  # When two tests draw one number at once, the second server fails on the first's lock while
+  # xdpyinfo reaches the first, which goes when its test ends.
+  kill -0 "$xvfb_pid" 2>/dev/null && xdpyinfo >/dev/null 2>&1 &&
+    [ "$(tr -d ' \n' <"/tmp/.X${DISPLAY#:}-lock" 2>/dev/null)" = "$xvfb_pid" ]
+}
+start_display() {  # an Xvfb of this test's own, at a number drawn at random: a number another
+  # test's server has just let go can lose its socket to that server's clean-up
   local n tries=0
   while :; do
     n=$((100 + RANDOM % 900))
     if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then
       Xvfb ":$n" -screen 0 1280x1024x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
       xvfb_pid=$!
-      # The server answering must be ours: when two tests draw one number at once, the second
-      # server fails on the first's lock while xdpyinfo reaches the first, which goes when its
-      # test ends.
-      wait_until 5 xdpyinfo -display ":$n" >/dev/null 2>&1 &&
-        [ "$(tr -d ' \n' <"/tmp/.X$n-lock" 2>/dev/null)" = "$xvfb_pid" ] && break
+      export DISPLAY=":$n"
+      wait_until 5 display_ours && return 0
       kill "$xvfb_pid" 2>/dev/null || true
       wait "$xvfb_pid" 2>/dev/null || true
     fi
     tries=$((tries + 1))
     [ "$tries" -lt 10 ] || fail "Xvfb did not start"
   done
-  export DISPLAY=":$n"
+}
+
+e2e_start() {  # e2e_start NAME: a work folder, a display of our own, private home and XDG folders
+  work=$(mktemp -d "${TMPDIR:-/tmp}/$1.XXXXXX")
+  trap cleanup EXIT
+
+  start_display
 
   # No session or system bus.
   export HOME=$work/home XDG_STATE_HOME=$work/state XDG_CONFIG_HOME=$work/config
@@ -111,14 +122,23 @@ grab_decoded_frames() {  # grabs take the decoded frame at its stored size (save
 
 launch() {  # launch [PATH]
   step "launch ${1:-(no disc)}"
+  if ! display_ours; then
+    echo "   the display $DISPLAY no longer answers as this test's own: a new one"
+    sed 's/^/   xvfb: /' "$work/xvfb.log"
+    kill "$xvfb_pid" 2>/dev/null || true
+    start_display
+  fi
   "$tavelo" "$@" >"$work/app.out" 2>"$work/app.err" &
   app_pid=$!
+  wait_until 30 video_or_exit || true
+  app_gone && fail "the program ended at launch"
   video=$(wait_window '^Tavelo$' 30) || fail "no video window"
   control=$(wait_window '^Controller$' 30) || fail "no controller window"
   xdotool windowfocus --sync "$video" 2>/dev/null || true
 }
 
 app_gone() { ! kill -0 "$app_pid" 2>/dev/null; }
+video_or_exit() { window_shown '^Tavelo$' || app_gone; }
 quit_app() {
   step "quit (Ctrl+Q)"
   keys ctrl+q
