@@ -4,7 +4,8 @@
 
 namespace dvd {
 
-DVDCaptionTrack::DVDCaptionTrack(std::string path) : mPath(std::move(path)) {
+DVDCaptionTrack::DVDCaptionTrack(std::string path, bool lookUpEarly)
+    : mPath(std::move(path)), mLookUpEarly(lookUpEarly) {
   mThread = std::thread([this] { Run(); });
 }
 
@@ -95,7 +96,7 @@ void DVDCaptionTrack::Run() {
   while (!mQuit) {
     int const title = mTitle;
     mStop = false;
-    bool const known = title <= 0 || mCarries.count(title);
+    bool const known = title <= 0 || mCarries.count(title) || (!mLookUpEarly && !mShown);
     auto const read = mRead.find(title);
     bool const wanted = title > 0 && mShown && (read == mRead.end() || !read->second.complete);
     if (!known) {
@@ -134,6 +135,7 @@ void DVDCaptionTrack::Run() {
     }
     mWake.wait(lk, [&] {
       if (mQuit || mTitle != title) return true;
+      if (mShown && mTitle > 0 && !mCarries.count(mTitle)) return true;  // looked up late
       auto const r = mRead.find(mTitle);
       return mShown && mTitle > 0 && mCarries.count(mTitle) && mCarries[mTitle] == 1 &&
              (r == mRead.end() || !r->second.complete);

@@ -1,7 +1,8 @@
 // The closed captions of the title on screen, read ahead of the picture by a thread of
 // their own (DVDCaptionScan), so that a caption shows from its first frame after any seek or
 // step, wherever it was loaded. Whether a title carries captions at all is looked up when
-// it comes on screen; its captions are read only while they are shown, or when all are asked
+// it comes on screen (so a menu can offer them), or, for a track that looks up late, only once
+// they are shown; its captions are read only while they are shown, or when all are asked
 // for. Its lock guards the cues only; the disc is read outside it.
 #pragma once
 
@@ -22,7 +23,9 @@ namespace dvd {
 
 class DVDCaptionTrack {
  public:
-  explicit DVDCaptionTrack(std::string path);
+  // lookUpEarly false: nothing is read until captions are shown (a stills session asks for a
+  // title's captions when it draws or writes them; a look-up per title costs a 4 MB read).
+  DVDCaptionTrack(std::string path, bool lookUpEarly);
   ~DVDCaptionTrack();
   DVDCaptionTrack(DVDCaptionTrack const&) = delete;
   DVDCaptionTrack& operator=(DVDCaptionTrack const&) = delete;
@@ -55,6 +58,7 @@ class DVDCaptionTrack {
   static std::shared_ptr<DVDCaption const> Caption(DVDCaptionCue const& cue);
 
   std::string mPath;
+  bool mLookUpEarly = true;
   std::atomic<bool> mShown{false};
   std::atomic<bool> mStop{false};  // the title being read is no longer wanted
 

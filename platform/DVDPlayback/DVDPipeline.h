@@ -123,7 +123,9 @@ class DVDPipeline {
 
   // The disc's closed captions, read from the disc at path and drawn over the pictures while
   // shown; null before.
-  void SetCaptionSource(std::string const& path) { mPresenter.SetCaptionSource(path); }
+  void SetCaptionSource(std::string const& path, bool lookUpEarly) {
+    mPresenter.SetCaptionSource(path, lookUpEarly);
+  }
   DVDCaptionTrack* Captions() { return mPresenter.Captions(); }
   void ShowCaptions(bool shown) { mPresenter.ShowCaptions(shown); }
 

@@ -129,7 +129,8 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
         s.mClock, s.mClockMap, s.mStillsOnly ? std::make_unique<dvd::DVDNullAudioSink>(s.mClock)
                                 : dvd::DVDAudioSink::Create(s.mClock));
     if (!pipeline->Construct()) return kDVDErrorReadFailed;
-    pipeline->SetCaptionSource(media->OpenPath());
+    // A window's menus offer captions as soon as a title has them; stills ask when they draw them.
+    pipeline->SetCaptionSource(media->OpenPath(), !s.mStillsOnly);
     pipeline->ShowCaptions(s.mCaptionsShown);
     pipeline->SetVolume(s.mVolume, s.mMuted);
     pipeline->SetFrameReadyCallBack(s.mOutput.frameReadyProc, s.mOutput.frameReadyRefCon);

@@ -59,8 +59,8 @@ void DVDPresenter::Construct() {
   mThread = std::thread([this] { Run(); });
 }
 
-void DVDPresenter::SetCaptionSource(std::string const& path) {
-  mCaptions = std::make_unique<DVDCaptionTrack>(path);
+void DVDPresenter::SetCaptionSource(std::string const& path, bool lookUpEarly) {
+  mCaptions = std::make_unique<DVDCaptionTrack>(path, lookUpEarly);
   // Captions read while the picture stays (paused) are drawn on it.
   mCaptions->SetListener([this] {
     std::lock_guard<std::mutex> g(mMutex);

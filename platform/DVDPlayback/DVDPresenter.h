@@ -99,7 +99,7 @@ class DVDPresenter {
   }
   // The disc's closed captions, read from the disc at path and drawn over the pictures while
   // shown; null before.
-  void SetCaptionSource(std::string const& path);
+  void SetCaptionSource(std::string const& path, bool lookUpEarly);
   DVDCaptionTrack* Captions() { return mCaptions.get(); }
   // Captions drawn from now on, over the picture on screen too.
   void ShowCaptions(bool shown);

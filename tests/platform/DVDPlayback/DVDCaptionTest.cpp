@@ -5,6 +5,7 @@
 #include "DVDCaption.h"
 #include "DVDCaptionDecoder.h"
 #include "DVDCaptionScan.h"
+#include "DVDCaptionTrack.h"
 #include "DVDTestSession.h"
 
 #include <gtest/gtest.h>
@@ -73,6 +74,32 @@ TEST(DVDCaptionScanTest, OnlyTheTitleWhosePicturesCarryCaptionsHasThem) {
   EXPECT_TRUE(cues.empty());
   EXPECT_FALSE(dvd::DVDCaptionScan(std::string(TAVELO_FILM_DISCS) + "/soft").Carries(1));
   EXPECT_FALSE(dvd::DVDCaptionScan("/nonexistent/disc").Carries(1));
+}
+
+TEST(DVDCaptionTrackTest, ATrackThatLooksUpLateReadsTheDiscOnlyOnceCaptionsAreShown) {
+  dvd::DVDCaptionTrack early(CaptionDisc(), true);
+  dvd::DVDCaptionTrack late(CaptionDisc(), false);
+  late.Follow(1);
+  // The early track, given the title after the late one, looks up three titles one after the
+  // other (each is as much work as the late one's would be); the late one looks up none.
+  for (int title : {1, 2, 3}) {
+    early.Follow(title);
+    ASSERT_TRUE(WaitFor([&] { return early.Carries(title) != -1; })) << "title " << title;
+  }
+  EXPECT_EQ(1, early.Carries(1));
+  EXPECT_EQ(-1, late.Carries(1));
+  EXPECT_EQ(nullptr, early.At(1, 200)) << "hidden captions are not read";
+  late.SetShown(true);
+  // Frame 200 is in the second authored caption.
+  auto const authored = AuthoredCues();
+  ASSERT_TRUE(WaitFor([&] { return late.At(1, 200) != nullptr; }));
+  EXPECT_EQ(1, late.Carries(1));
+  EXPECT_EQ(authored[1].text, late.At(1, 200)->text);
+  // A title without captions, looked up once shown, has none.
+  late.Follow(2);
+  ASSERT_TRUE(WaitFor([&] { return late.Carries(2) != -1; }));
+  EXPECT_EQ(0, late.Carries(2));
+  EXPECT_EQ(nullptr, late.At(2, 200));
 }
 
 TEST(DVDCaptionLayerTest, ACaptionIsWhiteLettersOnABlackBoxNearTheBottom) {

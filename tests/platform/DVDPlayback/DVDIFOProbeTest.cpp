@@ -57,16 +57,6 @@ void PointFirstProgramAtNoCell(std::string const& ifo) {
   std::ofstream(ifo, std::ios::binary | std::ios::trunc) << bytes;
 }
 
-// Polls for a condition, a minute at most (a stuck wait fails rather than hangs the suite).
-template <class Condition>
-bool WaitFor(Condition condition) {
-  auto const until = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > until) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return true;
-}
 
 bool LogHas(LogTail const& tail, std::string const& text) {
   return tail.Text().find(text) != std::string::npos;

@@ -7,11 +7,24 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace tavelo_test {
+
+// Polls for a condition, a minute at most (a stuck wait fails rather than hangs the suite).
+template <class Condition>
+bool WaitFor(Condition condition) {
+  auto const until = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > until) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
 
 struct DVDEventRecord {
   DVDEventCode code;
