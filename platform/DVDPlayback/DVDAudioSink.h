@@ -26,6 +26,8 @@ class DVDAudioSink {
   // Sample frames played so far.
   virtual int64_t Delivered() = 0;
   virtual bool IsDevice() const = 0;
+  // False: nothing is ever heard (a stills session), so sound is not even decoded.
+  virtual bool WantsSound() const { return true; }
 
   static std::unique_ptr<DVDAudioSink> Create(DVDClock& clock);
 

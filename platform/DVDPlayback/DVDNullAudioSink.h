@@ -11,7 +11,8 @@ namespace dvd {
 
 class DVDNullAudioSink : public DVDAudioSink {
  public:
-  explicit DVDNullAudioSink(DVDClock& clock) : mClock(clock) {}
+  // heard false: a stills session's, which is never heard (WantsSound).
+  explicit DVDNullAudioSink(DVDClock& clock, bool heard = true) : mClock(clock), mHeard(heard) {}
 
   void Push(int64_t at, int rate, int16_t const* samples, size_t frames) override;
   void Flush() override;
@@ -19,6 +20,7 @@ class DVDNullAudioSink : public DVDAudioSink {
   void SetVolume(UInt16 volume, bool muted) override;
   int64_t Delivered() override;
   bool IsDevice() const override { return false; }
+  bool WantsSound() const override { return mHeard; }
 
  private:
   struct Piece {
@@ -30,6 +32,7 @@ class DVDNullAudioSink : public DVDAudioSink {
   void Advance(int64_t now);
 
   DVDClock& mClock;
+  bool const mHeard;
   std::mutex mMutex;  // DVDLockOrder.h: a leaf (8)
   std::deque<Piece> mQueue;
   bool mPlayed = false;       // something played since the last flush

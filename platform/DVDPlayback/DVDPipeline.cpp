@@ -179,8 +179,11 @@ void DVDPipeline::Payload(DVDPayload const& p) {
       }
       break;
     default:
-      // Sound plays at normal speed only.
-      if (p.index != mTiming.audioStream || Speed(mTiming) != 1 || mTiming.keyFramesOnly) break;
+      // Sound plays at normal speed only, and is decoded only where it can be heard.
+      if (p.index != mTiming.audioStream || Speed(mTiming) != 1 || mTiming.keyFramesOnly ||
+          !mSink->WantsSound()) {
+        break;
+      }
       mAudioWork.WaitForRoom();
       mAudioWork.Post(DVDDecodeFeed::Kind::Block,
                       [this, bytes = std::move(bytes), at, kind = p.kind, index = p.index] {

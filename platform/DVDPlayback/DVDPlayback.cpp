@@ -125,9 +125,10 @@ OSStatus OpenMedia(FSRef const* ref, bool isVolume) {
     if (OSStatus const status = media->DriveRegion(&code, &changes); status != noErr) {
       return status;
     }
-    auto pipeline = std::make_unique<dvd::DVDPipeline>(
-        s.mClock, s.mClockMap, s.mStillsOnly ? std::make_unique<dvd::DVDNullAudioSink>(s.mClock)
-                                : dvd::DVDAudioSink::Create(s.mClock));
+    std::unique_ptr<dvd::DVDAudioSink> sink =
+        s.mStillsOnly ? std::make_unique<dvd::DVDNullAudioSink>(s.mClock, false)
+                      : dvd::DVDAudioSink::Create(s.mClock);
+    auto pipeline = std::make_unique<dvd::DVDPipeline>(s.mClock, s.mClockMap, std::move(sink));
     if (!pipeline->Construct()) return kDVDErrorReadFailed;
     // A window's menus offer captions as soon as a title has them; stills ask when they draw them.
     pipeline->SetCaptionSource(media->OpenPath(), !s.mStillsOnly);
