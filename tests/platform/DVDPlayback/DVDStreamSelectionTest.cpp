@@ -120,5 +120,34 @@ TEST_F(DVDStreamsElsewhereTest, MenusAndNoMediaHaveNoStreamsToChoose) {
   EXPECT_EQ(kDVDErrorNotAllowedNow, DVDGetSubPictureStream(&value));
 }
 
+// A stills session (as tavelo-grab starts one): nothing it plays is heard.
+class DVDStillsSessionTest : public DVDSessionTest {
+ protected:
+  void SetUp() override {
+    dvd::UseManualClock(true);
+    ASSERT_EQ(noErr, DVDInitializeForStills());
+    mInitialized = true;
+    DVDEventCode const codes[] = {kDVDEventPlayback};
+    ASSERT_EQ(noErr, DVDRegisterEventCallBack(&DVDEventRecorder::CallBack, codes, 1, &mRecorder,
+                                              &mCallBackID));
+  }
+};
+
+TEST_F(DVDStillsSessionTest, PicturesAreDecodedButNoSound) {
+  OpenFile(DiscPath("streams"));
+  ASSERT_EQ(noErr, DVDPlay());
+  Advance(100);
+  Advance(1200);
+  DVDPresentedFrameInfo info{};
+  std::vector<UInt8> pixels;
+  EXPECT_TRUE(CopyPresented(info, pixels)) << "a picture is presented";
+  EXPECT_NE(kDVDNoFrame, info.frameInTitle) << "of the title";
+  EXPECT_GT(info.frameInTitle, 0u) << "played on";
+  UInt16 stream = 9;
+  ASSERT_EQ(noErr, DVDGetAudioStream(&stream));
+  EXPECT_LT(stream, 2) << "a sound track is chosen all the same";
+  EXPECT_EQ(-1, dvd::DecodedAudioStream());
+}
+
 }  // namespace
 }  // namespace tavelo_test
