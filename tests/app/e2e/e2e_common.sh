@@ -70,12 +70,14 @@ display_ours() {  # the server answering DISPLAY is the one this test started
     [ "$(tr -d ' \n' <"/tmp/.X${DISPLAY#:}-lock" 2>/dev/null)" = "$xvfb_pid" ]
 }
 start_display() {  # an Xvfb of this test's own, at a number drawn at random: a number another
-  # test's server has just let go can lose its socket to that server's clean-up
+  # test's server has just let go can lose its socket to that server's clean-up. -noreset: the
+  # server starts over whenever its last client leaves (xdpyinfo, a program that quit), and a
+  # program connecting meanwhile is refused ("could not connect to display").
   local n tries=0
   while :; do
     n=$((100 + RANDOM % 900))
     if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then
-      Xvfb ":$n" -screen 0 1280x1024x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
+      Xvfb ":$n" -screen 0 1280x1024x24 -nolisten tcp -noreset >"$work/xvfb.log" 2>&1 &
       xvfb_pid=$!
       export DISPLAY=":$n"
       wait_until 5 display_ours && return 0
