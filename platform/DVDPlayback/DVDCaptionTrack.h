@@ -58,7 +58,7 @@ class DVDCaptionTrack {
   static std::shared_ptr<DVDCaption const> Caption(DVDCaptionCue const& cue);
 
   std::string mPath;
-  bool mLookUpEarly = true;
+  bool const mLookUpEarly;
   std::atomic<bool> mShown{false};
   std::atomic<bool> mStop{false};  // the title being read is no longer wanted
 
