@@ -11,6 +11,10 @@ work=
 xvfb_pid=
 app_pid=
 e2e_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+# Windows are read with window-probe (built beside the program; CTest names it): the scripts
+# look many times a second, and ImageMagick's import took a tenth of a second of CPU a look.
+probe=${TAVELO_WINDOW_PROBE:-}
+[ -x "$probe" ] || { echo "FAIL: TAVELO_WINDOW_PROBE names no window-probe ('$probe')" >&2; exit 1; }
 
 now_ms() { echo $(( ${EPOCHREALTIME/./} / 1000 )); }
 scaled_ms() { awk -v s="$1" -v k="$time_scale" 'BEGIN { printf "%d\n", s * (k < 1 ? 1 : k) * 1000 }'; }
@@ -175,10 +179,9 @@ pixel() {  # pixel IMAGE X Y: R G B
     sed -n 's/.*(\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p' | head -n1
 }
 video_colour() {  # the colour at three quarters down the middle of the video window: R G B
-  local g w h
-  g=$(geometry "$video"); w=${g%% *}; h=$(echo "$g" | cut -d' ' -f2)
-  import -window "$video" "$work/now.png" 2>/dev/null || return 0
-  pixel "$work/now.png" $((w / 2)) $((h * 3 / 4))
+  local w h
+  read -r w h _ _ <<<"$(geometry "$video")"
+  "$probe" pixel "$video" $((w / 2)) $((h * 3 / 4)) 2>/dev/null || true
 }
 is_colour() {  # is_colour NAME R G B
   local r=$2 g=$3 b=$4
@@ -201,7 +204,7 @@ wait_colour() {  # wait_colour NAME TENTHS: until the video shows that colour
   wait_until "$(($2 / 10)).$(($2 % 10))" shows_colour "$1" || fail "the video shows ($colour), not $1"
 }
 
-video_sum() { import -window "$video" -depth 8 rgb:- 2>/dev/null | md5sum | cut -d' ' -f1; }
+video_sum() { "$probe" sum "$video" 2>/dev/null || echo none; }
 video_settled() {  # video_settled: the video window looks as it did when last looked at
   local was=${settled_sum:-}
   settled_sum=$(video_sum)
@@ -220,40 +223,44 @@ screen_shows() { text=$(screen_text); grep -qF -- "$1" <<<"$text"; }  # screen_s
 barcode() {  # barcode IMAGE [TOP LEFT WIDTH]: the frame number the barcoded discs burn into
   # rows 8-40 of each 720-wide picture (16 blocks, most significant first), read from the
   # picture at TOP,LEFT shown WIDTH wide (the whole image by default); -1 when unreadable
-  local image=$1 top=${2:-0} left=${3:-0} w=${4:-} value=0 r g b
+  local image=$1 top=${2:-0} left=${3:-0} w=${4:-}
   [ -n "$w" ] || w=$(identify -format '%w' "$image")
-  convert "$image" -crop "${w}x1+$left+$((top + 24))" +repage -depth 8 txt:- >"$work/row.txt"
-  for i in $(seq 0 15); do
-    read -r r g b <<<"$(sed -n "s/^$(((i * 45 + 22) * w / 720)),0: (\([0-9]*\),\([0-9]*\),\([0-9]*\).*/\1 \2 \3/p" "$work/row.txt")"
-    if [ "${g:-128}" -ge 192 ]; then value=$((value * 2 + 1))
-    elif [ "${g:-128}" -le 64 ]; then value=$((value * 2))
-    else echo -1; return; fi
-  done
-  echo "$value"
+  convert "$image" -crop "${w}x1+$left+$((top + 24))" +repage -depth 8 txt:- |
+    awk -F'[,:() ]+' -v w="$w" '
+      BEGIN { for (i = 0; i < 16; i++) want[int((i * 45 + 22) * w / 720)] = i }
+      $2 == 0 && ($1 in want) { g[want[$1]] = $4 }
+      END { v = 0
+            for (i = 0; i < 16; i++) {
+              if (!(i in g)) { print -1; exit }
+              if (g[i] >= 192) v = v * 2 + 1; else if (g[i] <= 64) v = v * 2; else { print -1; exit }
+            }
+            print v }'
 }
 
 screen_text() {  # screen_text [WINDOW...]: the words in the program's windows (menus, tips and
-  # notices too) but those given, read with OCR, on one line
-  local id n=0
+  # notices too) but those given, read with OCR, on one line; " | " between windows
+  local id n=0 list=$work/ocr-list.txt
+  : >"$list"
   for id in $(xdotool search --onlyvisible --pid "$app_pid" 2>/dev/null); do
     [[ " $* " == *" $id "* ]] && continue
     n=$((n + 1))
-    # A tip or menu may close while it is read: import then waits for ever for its window.
-    timeout 10 import -window "$id" "$work/window-$n.png" 2>/dev/null || continue
+    # A tip or menu may close while it is read.
+    "$probe" ppm "$id" "$work/window-$n.ppm" 2>/dev/null || continue
     # Three times the size reads best; a second time in negative, for light text on a highlight.
-    convert "$work/window-$n.png" -resize 300% -colorspace gray "$work/window-$n-ocr.png"
-    convert "$work/window-$n-ocr.png" -negate "$work/window-$n-negative.png"
-    timeout 30 tesseract "$work/window-$n-ocr.png" - 2>/dev/null; echo "|"
-    timeout 30 tesseract "$work/window-$n-negative.png" - 2>/dev/null; echo "|"
-  done | tr -s '\n ' '  '
+    convert "$work/window-$n.ppm" -resize 300% -colorspace gray -write "$work/window-$n-ocr.pgm" \
+      -negate "$work/window-$n-negative.pgm"
+    printf '%s\n' "$work/window-$n-ocr.pgm" "$work/window-$n-negative.pgm" >>"$list"
+  done
+  # One tesseract for all of them: loading its model is most of a run's time.
+  [ -s "$list" ] || return 0
+  timeout 60 tesseract "$list" - 2>/dev/null | sed 's/\f/ | /g' | tr -s '\n ' '  ' || true
 }
 
 shown_frame() {  # shown_frame: the number the barcoded picture in the video window carries, at
   # normal size (480 rows under the menu bar, the window's width); -1 when unreadable
   local w h
   read -r w h _ _ <<<"$(geometry "$video")"
-  import -window "$video" "$work/shown.png" 2>/dev/null || { echo -1; return; }
-  barcode "$work/shown.png" $((h - 480)) 0 "$w"
+  "$probe" barcode "$video" $((h - 480)) 0 "$w" 2>/dev/null || echo -1
 }
 shows_frame() { frame=$(shown_frame); [ "$frame" = "$1" ]; }  # shows_frame N (leaves `frame`)
 shown_frame_readable() { frame=$(shown_frame); [ "$frame" -ge 0 ]; }  # (leaves `frame`)

@@ -33,8 +33,8 @@ dark_share() {  # dark_share IMAGE TOP LEFT WIDTH HEIGHT
 }
 is_boxed() { awk -v s="$1" 'BEGIN { exit !(s > 0.3) }'; }
 caption_on() {
-  import -window "$video" "$work/video.png" 2>/dev/null || return 1
-  share=$(dark_share "$work/video.png" "$menubar" 0 640 480)
+  "$probe" ppm "$video" "$work/video.ppm" 2>/dev/null || return 1
+  share=$(dark_share "$work/video.ppm" "$menubar" 0 640 480)
   is_boxed "$share"
 }
 caption_off() { ! caption_on; }

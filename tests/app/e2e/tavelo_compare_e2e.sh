@@ -27,8 +27,9 @@ mkdir -p "$XDG_CONFIG_HOME/Tavelo"
 printf '[General]\n%s\n' 'DefaultFileTypeSelectorGroup=selectDefault_SavePNG:' >"$XDG_CONFIG_HOME/Tavelo/Tavelo.conf"
 
 view_frame() {  # view_frame: the barcode the compare view shows (its picture fills it), -1 when unreadable
-  import -window "$view" "$work/view.png" 2>/dev/null || { echo -1; return; }
-  barcode "$work/view.png"
+  local w
+  read -r w _ _ _ <<<"$(geometry "$view")"
+  "$probe" barcode "$view" 0 0 "$w" 2>/dev/null || echo -1
 }
 both_show() {  # both_show N: the video window and the compare view show frame N (leaves a, b)
   a=$(shown_frame); b=$(view_frame)
@@ -52,9 +53,9 @@ view_at() {  # view_at X Y: the compare view's top-left corner is there
 }
 screen_shows_view() {  # the screen at the video's picture shows what the compare view draws
   # (leaves the number of pixels that differ in `diff`)
-  import -window "$view" "$work/view.png" 2>/dev/null || return 1
-  import -window root -crop "640x480+$video_x+$((video_y + video_h - 480))" +repage "$work/place.png" 2>/dev/null || return 1
-  diff=$(compare -metric AE "$work/view.png" "$work/place.png" null: 2>&1 | cut -d' ' -f1 | cut -d. -f1)
+  "$probe" ppm "$view" "$work/view.ppm" 2>/dev/null || return 1
+  "$probe" ppm root "$work/place.ppm" "640x480+$video_x+$((video_y + video_h - 480))" 2>/dev/null || return 1
+  diff=$(compare -metric AE "$work/view.ppm" "$work/place.ppm" null: 2>&1 | cut -d' ' -f1 | cut -d. -f1)
   [ "$diff" = 0 ]
 }
 view_beside() {  # the view is clear of the video window's picture, to its right

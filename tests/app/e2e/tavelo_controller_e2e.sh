@@ -25,8 +25,7 @@ export PATH=$work/bin:$PATH
 
 read_seek_bar() {  # read_seek_bar: the controller's seek bar into left right top bottom marks
   # handle; fails (1) when no handle is seen (a capture while the window is being drawn)
-  import -window "$control" "$work/control.png" 2>/dev/null
-  convert "$work/control.png" txt:- >"$work/control.txt"
+  "$probe" txt "$control" >"$work/control.txt" 2>/dev/null || return 1
   found=$(awk -f "$e2e_dir/seekbar.awk" "$work/control.txt")
   read -r left right top bottom <<<"$(sed -n 1p <<<"$found")"
   marks=$(sed -n 's/^marks *//p' <<<"$found")
@@ -37,8 +36,8 @@ seek_bar() { wait_until 5 read_seek_bar || fail "no handle on the seek bar ($fou
 x_of_frame() { echo $((left + $1 * (right - left) / (frames - 1))); }
 near() { [ $(($1 - $2)) -le "$3" ] && [ $(($2 - $1)) -le "$3" ]; }
 status_words() {  # status_words: tesseract's words (TSV) under the seek bar, three times enlarged
-  import -window "$control" "$work/control.png" 2>/dev/null
-  convert "$work/control.png" -crop "+0+$((bottom + 6))" +repage -resize 300% -colorspace gray \
+  "$probe" ppm "$control" "$work/control.ppm" 2>/dev/null || return 0
+  convert "$work/control.ppm" -crop "+0+$((bottom + 6))" +repage -resize 300% -colorspace gray \
     "$work/status.png"
   tesseract "$work/status.png" - tsv 2>/dev/null | awk -F'\t' 'NR > 1 && $12 != "" { print $7, $8, $9, $10, $12 }'
 }

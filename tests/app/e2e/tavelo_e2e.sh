@@ -53,7 +53,7 @@ if [ -n "$disc" ]; then
   keys space  # paused, the time stands still
   read -r _ ch _ _ <<<"$(geometry "$control")"
   # The time is the first field of the lower row (90 wide, its upper half; the row is 60 high).
-  time_area() { import -window "$control" png:- 2>/dev/null | convert - -crop "100x50+0+$((ch - 65))" -depth 8 rgb:- | md5sum; }
+  time_area() { "$probe" sum "$control" "100x50+0+$((ch - 65))" 2>/dev/null || echo none; }
   time_is() { t=$(time_area); [ "$t" = "$1" ]; }
   # Paused, the time stands still (it changes once a second while playing).
   time_steady() { t0=$(time_area); holds 1.2 time_is "$t0"; }

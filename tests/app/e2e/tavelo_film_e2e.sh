@@ -26,8 +26,7 @@ grab_decoded_frames
 # At normal size (Ctrl+2) the 16:9 picture is 853 x 480, under the menu bar, the window's
 # full width: one screen row per picture row, so the barcode's rows are where barcode() looks.
 shown() {  # shown: the film frame number on screen, -1 when unreadable
-  import -window "$video" "$work/video.png" 2>/dev/null || { echo -1; return; }
-  barcode "$work/video.png" $((win_h - 480)) 0 "$win_w"
+  "$probe" barcode "$video" $((win_h - 480)) 0 "$win_w" 2>/dev/null || echo -1
 }
 wait_shown() {  # wait_shown NOT SECONDS: until a readable number other than NOT is on screen
   local end=$(($(now_ms) + $(scaled_ms "$2"))) n

@@ -21,8 +21,7 @@ notice() {  # notice: the open-failure notice's window, or a failure
 }
 
 sample() {  # sample X Y: the colour at a point of the picture (640 x 480), as R G B
-  import -window "$video" "$work/shot.png" 2>/dev/null
-  pixel "$work/shot.png" "$1" $((menubar + $2))
+  "$probe" pixel "$video" "$1" $((menubar + $2)) 2>/dev/null || echo 0 0 0
 }
 is_white() { [ "$1" -gt 200 ] && [ "$2" -gt 200 ] && [ "$3" -gt 200 ]; }
 subtitle_on() { is_white $(sample 114 96); }

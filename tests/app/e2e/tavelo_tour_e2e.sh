@@ -21,7 +21,7 @@ shots=${TAVELO_E2E_SHOTS:-}
 # The picture fills a 640 x 480 view below the menu bar at normal size; the disc's 720 x 480
 # pictures are shown 8/9 as wide.
 view() {  # view FILE: the video view as it is now
-  import -window "$video" png:- 2>/dev/null | convert - -crop "640x480+0+$menubar" +repage "$1"
+  "$probe" ppm "$video" "$1" "640x480+0+$menubar" 2>/dev/null
 }
 band() {  # band FILE OUT: the menu's title and the line under it (no buttons)
   convert "$1" -crop 640x160+0+0 +repage "$2"
@@ -36,15 +36,15 @@ difference() {  # difference A B: how far two pictures are apart, in thousandths
 is_yellow() { [ "$1" -gt 170 ] && [ "$2" -gt 150 ] && [ "$3" -lt 110 ]; }
 is_dark() { [ "$1" -lt 70 ] && [ "$2" -lt 70 ] && [ "$3" -lt 110 ]; }
 highlighted() {  # highlighted N: the yellow frame is round button N (left edge, halfway down)
-  view "$work/hl.png"
-  is_yellow $(pixel "$work/hl.png" $(( (40 + 216 * ($1 - 1) + 3) * 8 / 9 )) 280)
+  view "$work/hl.ppm"
+  is_yellow $(pixel "$work/hl.ppm" $(( (40 + 216 * ($1 - 1) + 3) * 8 / 9 )) 280)
 }
 wait_highlight() {  # wait_highlight N TENTHS
   wait_until "$(($2 / 10)).$(($2 % 10))" highlighted "$1" && return 0
-  fail "button $1 is not highlighted: ($(pixel "$work/hl.png" $(( (40 + 216 * ($1 - 1) + 3) * 8 / 9 )) 280))"
+  fail "button $1 is not highlighted: ($(pixel "$work/hl.ppm" $(( (40 + 216 * ($1 - 1) + 3) * 8 / 9 )) 280))"
 }
 menu_back() {  # menu_back: the menu's title band is on screen (its distance left in `d`)
-  view "$work/now.png"; band "$work/now.png" "$work/nowband.png"
+  view "$work/now.ppm"; band "$work/now.ppm" "$work/nowband.png"
   d=$(difference "$work/nowband.png" "$work/menuband.png")
   [ "$d" -lt 30 ]
 }
@@ -54,8 +54,8 @@ wait_menu() {  # wait_menu TENTHS: the menu's title band is on screen again
     fail "the menu did not come back (its title band is $d/1000 away)"
 }
 # Pictures of the view compared with one kept: `d` is left with the distance.
-moved_from() { view "$work/now.png"; d=$(difference "$work/now.png" "$1"); [ "$d" -gt "$2" ]; }
-same_as() { view "$work/now.png"; d=$(difference "$work/now.png" "$1"); [ "$d" -lt 3 ]; }
+moved_from() { view "$work/now.ppm"; d=$(difference "$work/now.ppm" "$1"); [ "$d" -gt "$2" ]; }
+same_as() { view "$work/now.ppm"; d=$(difference "$work/now.ppm" "$1"); [ "$d" -lt 3 ]; }
 standing_still() { view "$1"; holds 1 same_as "$1"; }  # standing_still FILE: kept in FILE
 check_grab() {  # check_grab N [PICTURE]: quick save N is the view's size (and PICTURE)
   local f d
@@ -83,16 +83,16 @@ menubar=$((h - 480))
 
 step "the disc starts on its menu, the first button highlighted"
 menu_shown() {
-  view "$work/menu.png"
-  colours=$(identify -format '%k' "$work/menu.png")
-  [ "$colours" -gt 500 ] && is_dark $(pixel "$work/menu.png" 8 470) && highlighted 1
+  view "$work/menu.ppm"
+  colours=$(identify -format '%k' "$work/menu.ppm")
+  [ "$colours" -gt 500 ] && is_dark $(pixel "$work/menu.ppm" 8 470) && highlighted 1
 }
 wait_until 20 menu_shown || true
 [ "$colours" -gt 500 ] || fail "the menu's picture has only $colours colours"
-is_dark $(pixel "$work/menu.png" 8 470) || fail "the menu's background is ($(pixel "$work/menu.png" 8 470)), not dark"
+is_dark $(pixel "$work/menu.ppm" 8 470) || fail "the menu's background is ($(pixel "$work/menu.ppm" 8 470)), not dark"
 wait_highlight 1 5
 highlighted 2 && fail "buttons 1 and 2 are both highlighted"
-band "$work/menu.png" "$work/menuband.png"
+band "$work/menu.ppm" "$work/menuband.png"
 shot "$video" disc-menu.png
 
 step "Right moves the highlight to button 2, Left back to 1"
@@ -104,20 +104,20 @@ wait_highlight 1 20
 
 step "Return plays title 1, whose picture moves"
 keys Return
-wait_until 5 moved_from "$work/menu.png" 100 || fail "the menu stayed after Return"
-view "$work/t1a.png"
-wait_until 5 moved_from "$work/t1a.png" 10 || fail "the title's picture does not move ($d/1000)"
+wait_until 5 moved_from "$work/menu.ppm" 100 || fail "the menu stayed after Return"
+view "$work/t1a.ppm"
+wait_until 5 moved_from "$work/t1a.ppm" 10 || fail "the title's picture does not move ($d/1000)"
 
 step "Space pauses: the picture stands still; a quick save is that picture"
 keys space
-wait_until 6 standing_still "$work/p2.png" || fail "the paused picture changed by $d/1000"
+wait_until 6 standing_still "$work/p2.ppm" || fail "the paused picture changed by $d/1000"
 keys ctrl+g
-check_grab 0 "$work/p2.png"
+check_grab 0 "$work/p2.ppm"
 shot "$video" video-window.png
 
 step "played again, a second quick save has the picture that moved on"
 keys space
-wait_until 5 moved_from "$work/p2.png" 10 || fail "played again, the picture does not move ($d/1000)"
+wait_until 5 moved_from "$work/p2.ppm" 10 || fail "played again, the picture does not move ($d/1000)"
 keys ctrl+g
 check_grab 1
 d=$(difference "$grabs/Tavelo 0000.jpg" "$grabs/Tavelo 0001.jpg")
@@ -132,22 +132,22 @@ wait_highlight 2 20
 keys Return
 # Its colour bars: red on the left, blue right of the middle.
 test_card() {
-  view "$work/t2.png"
-  read -r r g b <<<"$(pixel "$work/t2.png" 53 440)"; read -r r2 g2 b2 <<<"$(pixel "$work/t2.png" 373 440)"
+  view "$work/t2.ppm"
+  read -r r g b <<<"$(pixel "$work/t2.ppm" 53 440)"; read -r r2 g2 b2 <<<"$(pixel "$work/t2.ppm" 373 440)"
   [ "$r" -gt 150 ] && [ "$g" -lt 90 ] && [ "$b2" -gt 150 ] && [ "$r2" -lt 90 ]
 }
 wait_until 5 test_card || fail "no test card: ($r $g $b) and ($r2 $g2 $b2)"
 keys space
-wait_until 6 standing_still "$work/t2.png" || fail "the paused test card changed by $d/1000"
+wait_until 6 standing_still "$work/t2.ppm" || fail "the paused test card changed by $d/1000"
 keys ctrl+g
-check_grab 2 "$work/t2.png"
+check_grab 2 "$work/t2.ppm"
 
 step "the controller shows the last grab"
 xdotool windowraise "$control"
 read -r cw ch _ _ <<<"$(geometry "$control")"
 thumbnail_shown() {  # the last grab's 80 x 60 thumbnail, at the right end of the lower row
-  import -window "$control" png:- | convert - -crop "60x40+$((cw - 78))+$((ch - 60))" +repage "$work/thumb.png"
-  colours=$(identify -format '%k' "$work/thumb.png")
+  "$probe" ppm "$control" "$work/thumb.ppm" "60x40+$((cw - 78))+$((ch - 60))" || return 1
+  colours=$(identify -format '%k' "$work/thumb.ppm")
   [ "$colours" -gt 20 ]
 }
 wait_until 5 thumbnail_shown || fail "the last grab's thumbnail has $colours colours"
