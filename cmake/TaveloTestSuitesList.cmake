@@ -1,0 +1,35 @@
+# Run by CTest (see TaveloTestSuites.cmake): lists an executable's GoogleTest suites and writes
+# a test for each. Input: TAVELO_SUITES_EXECUTABLE, TAVELO_SUITES_OUTPUT, TAVELO_SUITES_TIMEOUT
+# (seconds a case; a suite gets that for each of its cases, at most 20 minutes).
+execute_process(COMMAND "${TAVELO_SUITES_EXECUTABLE}" --gtest_list_tests
+                OUTPUT_VARIABLE listing RESULT_VARIABLE result TIMEOUT 60)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "${TAVELO_SUITES_EXECUTABLE} --gtest_list_tests failed (${result}):\n${listing}")
+endif()
+string(REPLACE ";" "\\;" listing "${listing}")
+string(REPLACE "\n" ";" lines "${listing}")
+set(content "")
+set(suite "")
+set(cases 0)
+macro(write_suite)
+  if(NOT suite STREQUAL "" AND cases GREATER 0)
+    math(EXPR timeout "${TAVELO_SUITES_TIMEOUT} * ${cases}")
+    if(timeout GREATER 1200)
+      set(timeout 1200)
+    endif()
+    string(APPEND content
+      "add_test([==[${suite}.*]==] [==[${TAVELO_SUITES_EXECUTABLE}]==] [==[--gtest_filter=${suite}.*]==])\n"
+      "set_tests_properties([==[${suite}.*]==] PROPERTIES TIMEOUT ${timeout})\n")
+  endif()
+endmacro()
+foreach(line IN LISTS lines)
+  if(line MATCHES "^([^ #][^ ]*)\\.( .*)?$")
+    write_suite()
+    set(suite "${CMAKE_MATCH_1}")
+    set(cases 0)
+  elseif(line MATCHES "^  ([^ #]+)" AND NOT CMAKE_MATCH_1 MATCHES "^DISABLED_")
+    math(EXPR cases "${cases} + 1")
+  endif()
+endforeach()
+write_suite()
+file(WRITE "${TAVELO_SUITES_OUTPUT}" "${content}")
