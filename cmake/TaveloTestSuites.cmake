@@ -7,9 +7,6 @@ set(TAVELO_TEST_SUITES_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/TaveloTestSuitesList.cma
 
 function(tavelo_test_suites target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "")
-  if(NOT arg_TIMEOUT)
-    set(arg_TIMEOUT 120)
-  endif()
   set(base "${CMAKE_CURRENT_BINARY_DIR}/${target}_suites")
   file(GENERATE OUTPUT "${base}_include.cmake" CONTENT
 "if(EXISTS \"$<TARGET_FILE:${target}>\")

@@ -8,15 +8,21 @@
 //   window-probe ppm WINDOW FILE [WxH+X+Y]       the window (or a part) as a binary PPM
 //   window-probe txt WINDOW [WxH+X+Y]            ImageMagick's txt: lines (x,y: (r,g,b)  #RRGGBB)
 //
-// WINDOW is an id as xdotool prints it, or root. A window that cannot be read (gone, unmapped, the part
-// outside it) exits with 1 and prints nothing, but barcode, which prints -1.
+// WINDOW is an id as xdotool prints it, root, or a binary PPM file (a saved picture converted,
+// so that the barcode on screen and in a file is read by one decoder). What cannot be read (a
+// window gone or unmapped, a part outside it, a file that is not PPM) exits with 1 and prints
+// nothing, but barcode, which prints -1.
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -97,6 +103,60 @@ bool CaptureWindow(Window window, int x, int y, int width, int height, Capture& 
   return true;
 }
 
+// A binary PPM (P6, 8 bits), the part at x, y as CaptureWindow takes it.
+bool ReadPpm(std::string const& path, int x, int y, int width, int height, Capture& capture)
+{
+  std::ifstream file(path, std::ios::binary);
+  std::string const bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  size_t at = 0;
+  auto token = [&bytes, &at]() {
+    while (at < bytes.size() && (std::isspace(static_cast<unsigned char>(bytes[at])) || bytes[at] == '#')) {
+      if (bytes[at] == '#')
+        while (at < bytes.size() && bytes[at] != '\n') at++;
+      else
+        at++;
+    }
+    size_t const from = at;
+    while (at < bytes.size() && !std::isspace(static_cast<unsigned char>(bytes[at]))) at++;
+    return bytes.substr(from, at - from);
+  };
+  if (token() != "P6") return false;
+  int const fullWidth = std::atoi(token().c_str()), fullHeight = std::atoi(token().c_str());
+  if (token() != "255" || fullWidth <= 0 || fullHeight <= 0) return false;
+  at++;  // the one white space before the pixels
+  if (bytes.size() - std::min(at, bytes.size()) < static_cast<size_t>(fullWidth) * fullHeight * 3)
+    return false;
+  if (width == 0) {
+    width = fullWidth - x;
+    height = fullHeight - y;
+  }
+  if (x < 0 || y < 0 || width <= 0 || height <= 0 || x + width > fullWidth || y + height > fullHeight)
+    return false;
+  capture.mWidth = width;
+  capture.mHeight = height;
+  capture.mPixels.resize(static_cast<size_t>(width) * height);
+  for (int row = 0; row < height; row++) {
+    for (int column = 0; column < width; column++) {
+      auto const* p = reinterpret_cast<unsigned char const*>(bytes.data()) + at +
+                      (static_cast<size_t>(y + row) * fullWidth + x + column) * 3;
+      capture.mPixels[static_cast<size_t>(row) * width + column] = {p[0], p[1], p[2]};
+    }
+  }
+  return true;
+}
+
+// What is read: a window (None for the root window) or a PPM file.
+struct Source {
+  Window mWindow = None;
+  std::string mPpm;
+};
+
+bool Read(Source const& source, int x, int y, int width, int height, Capture& capture)
+{
+  return source.mPpm.empty() ? CaptureWindow(source.mWindow, x, y, width, height, capture)
+                             : ReadPpm(source.mPpm, x, y, width, height, capture);
+}
+
 bool Number(char const* text, long& value)
 {
   char* end = nullptr;
@@ -104,17 +164,17 @@ bool Number(char const* text, long& value)
   return end != text && *end == '\0';
 }
 
-// None stands for the root window.
-bool WindowId(char const* text, Window& window)
+// root, a window id, or else a file's path.
+bool ParseSource(char const* text, Source& source)
 {
-  if (std::strcmp(text, "root") == 0) {
-    window = None;
-    return true;
-  }
+  if (std::strcmp(text, "root") == 0) return true;
   long value = 0;
-  if (!Number(text, value) || value <= 0) return false;
-  window = static_cast<Window>(value);
-  return true;
+  if (Number(text, value)) {
+    source.mWindow = static_cast<Window>(value);
+    return value > 0;
+  }
+  source.mPpm = text;
+  return !source.mPpm.empty();
 }
 
 // WxH+X+Y
@@ -126,10 +186,10 @@ bool Geometry(char const* text, int& width, int& height, int& x, int& y)
 // The barcoded discs burn the frame number into rows 8-40 of each 720-wide picture: 16 blocks
 // 45 wide, most significant first, white for 1 and black for 0. Read in the row 24 below TOP
 // of a picture shown WIDTH wide from LEFT.
-int Barcode(Window window, int top, int left, int width)
+int Barcode(Source const& source, int top, int left, int width)
 {
   Capture row;
-  if (!CaptureWindow(window, left, top + 24, width, 1, row)) return -1;
+  if (!Read(source, left, top + 24, width, 1, row)) return -1;
   int value = 0;
   for (int i = 0; i < 16; i++) {
     unsigned const green = row.At((i * 45 + 22) * width / 720, 0).g;
@@ -179,8 +239,8 @@ int main(int argc, char** argv)
 {
   if (argc < 3) return Usage();
   std::string const verb = argv[1];
-  Window window = 0;
-  if (!WindowId(argv[2], window)) return Usage();
+  Source source;
+  if (!ParseSource(argv[2], source)) return Usage();
   int width = 0, height = 0, x = 0, y = 0;
 
   if (verb == "barcode") {
@@ -188,7 +248,7 @@ int main(int argc, char** argv)
     if (argc != 6 || !Number(argv[3], top) || !Number(argv[4], left) || !Number(argv[5], shown) ||
         shown <= 0)
       return Usage();
-    std::printf("%d\n", Barcode(window, static_cast<int>(top), static_cast<int>(left),
+    std::printf("%d\n", Barcode(source, static_cast<int>(top), static_cast<int>(left),
                                 static_cast<int>(shown)));
     return 0;
   }
@@ -196,7 +256,7 @@ int main(int argc, char** argv)
     long px = 0, py = 0;
     if (argc != 5 || !Number(argv[3], px) || !Number(argv[4], py)) return Usage();
     Capture one;
-    if (!CaptureWindow(window, static_cast<int>(px), static_cast<int>(py), 1, 1, one)) return 1;
+    if (!Read(source, static_cast<int>(px), static_cast<int>(py), 1, 1, one)) return 1;
     std::printf("%u %u %u\n", one.At(0, 0).r, one.At(0, 0).g, one.At(0, 0).b);
     return 0;
   }
@@ -204,7 +264,7 @@ int main(int argc, char** argv)
     if (argc != 3 && argc != 4) return Usage();
     if (argc == 4 && !Geometry(argv[3], width, height, x, y)) return Usage();
     Capture all;
-    if (!CaptureWindow(window, x, y, width, height, all)) return 1;
+    if (!Read(source, x, y, width, height, all)) return 1;
     // FNV-1a over the size and every pixel.
     std::uint64_t hash = 14695981039346656037ull;
     auto mix = [&hash](unsigned value) {
@@ -222,7 +282,7 @@ int main(int argc, char** argv)
     if (argc != area && argc != area + 1) return Usage();
     if (argc == area + 1 && !Geometry(argv[area], width, height, x, y)) return Usage();
     Capture part;
-    if (!CaptureWindow(window, x, y, width, height, part)) return 1;
+    if (!Read(source, x, y, width, height, part)) return 1;
     if (verb == "ppm") return WritePpm(part, argv[3]) ? 0 : 1;
     std::printf("# ImageMagick pixel enumeration: %d,%d,255,srgb\n", part.mWidth, part.mHeight);
     for (int row = 0; row < part.mHeight; row++) {

@@ -68,6 +68,15 @@ TEST_F(WindowProbe, ReadsTheBarcodeAtAnyWidthAndMinusOneWhereThereIsNone) {
   // Grey blocks are neither 0 nor 1; a row outside the window cannot be read.
   EXPECT_EQ(Probe("barcode root 70 0 720").out, "-1\n");
   EXPECT_EQ(Probe("barcode root 100 0 720").out, "-1\n");
+
+  // A saved picture is read by the same decoder, as a PPM file.
+  std::string const saved = testing::TempDir() + "/saved.ppm";
+  ASSERT_EQ(Probe("ppm root '" + saved + "' 720x60+0+0").status, 0);
+  EXPECT_EQ(Probe("barcode '" + saved + "' 0 0 720").out, "43459\n");
+  EXPECT_EQ(Probe("barcode '" + saved + "' 40 0 720").out, "-1\n");  // past its last row
+  std::ofstream(testing::TempDir() + "/not.ppm") << "P3\n1 1\n255\n0 0 0\n";
+  EXPECT_EQ(Probe("barcode '" + testing::TempDir() + "/not.ppm' 0 0 1").out, "-1\n");
+  EXPECT_EQ(Probe("pixel '" + testing::TempDir() + "/missing.ppm' 0 0").status, 1);
 }
 
 TEST_F(WindowProbe, PixelSumAndPicturesAreWhatTheWindowShows) {

@@ -220,21 +220,12 @@ windows_at_most() { [ "$(app_windows)" -le "$1" ]; }  # windows_at_most N
 is_active() { [ "$(xdotool getwindowfocus -f 2>/dev/null)" = "$1" ]; }  # is_active WINDOW: has the keyboard
 screen_shows() { text=$(screen_text); grep -qF -- "$1" <<<"$text"; }  # screen_shows TEXT (leaves `text`)
 
-barcode() {  # barcode IMAGE [TOP LEFT WIDTH]: the frame number the barcoded discs burn into
-  # rows 8-40 of each 720-wide picture (16 blocks, most significant first), read from the
-  # picture at TOP,LEFT shown WIDTH wide (the whole image by default); -1 when unreadable
-  local image=$1 top=${2:-0} left=${3:-0} w=${4:-}
-  [ -n "$w" ] || w=$(identify -format '%w' "$image")
-  convert "$image" -crop "${w}x1+$left+$((top + 24))" +repage -depth 8 txt:- |
-    awk -F'[,:() ]+' -v w="$w" '
-      BEGIN { for (i = 0; i < 16; i++) want[int((i * 45 + 22) * w / 720)] = i }
-      $2 == 0 && ($1 in want) { g[want[$1]] = $4 }
-      END { v = 0
-            for (i = 0; i < 16; i++) {
-              if (!(i in g)) { print -1; exit }
-              if (g[i] >= 192) v = v * 2 + 1; else if (g[i] <= 64) v = v * 2; else { print -1; exit }
-            }
-            print v }'
+barcode() {  # barcode IMAGE: the frame number the barcoded discs burn into a saved picture,
+  # read as on screen (window-probe, from the picture as PPM); -1 when unreadable
+  local w
+  convert "$1" -depth 8 "$work/barcode.ppm" 2>/dev/null && w=$(identify -format '%w' "$1") ||
+    { echo -1; return; }
+  "$probe" barcode "$work/barcode.ppm" 0 0 "$w"
 }
 
 screen_text() {  # screen_text [WINDOW...]: the words in the program's windows (menus, tips and

@@ -24,7 +24,7 @@ grab_decoded_frames
 
 
 # At normal size (Ctrl+2) the 16:9 picture is 853 x 480, under the menu bar, the window's
-# full width: one screen row per picture row, so the barcode's rows are where barcode() looks.
+# full width: one screen row per picture row, so the barcode's rows are where window-probe looks.
 shown() {  # shown: the film frame number on screen, -1 when unreadable
   "$probe" barcode "$video" $((win_h - 480)) 0 "$win_w" 2>/dev/null || echo -1
 }
